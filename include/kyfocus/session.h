@@ -1,0 +1,195 @@
+/*
+ * The composition session: a focus stack goes in frame by frame, an all-in-focus image and heights come out.
+ *
+ * Life: KyfAllocFocusComposition, KyfFocusInitialize, one start call, an add call a frame, KyfFocusMakeCompImage,
+ * getters, KyfFreeFocusComposition. A session is used by one thread at a time; all work is done inside the calls.
+ * Out of memory inside an add or make surfaces as std::bad_alloc where no result code is told.
+ */
+#ifndef KYFOCUS_SESSION_H
+#define KYFOCUS_SESSION_H
+
+#include <kyfocus/alignment.h>
+#include <kyfocus/progress.h>
+#include <kyfocus/settings.h>
+
+#ifdef __cplusplus
+extern "C" {
+#else
+#include <uchar.h>
+#endif
+
+/** Capacity of the folder fields, in characters with the terminator. */
+enum { KyfMaxPath = 260 };
+
+/** Values of KyfFocusComposition.Mode. */
+enum { KyfMode2DSelection = 0, KyfMode3DSafe = 1, KyfModeComplexProcessing = 2 };
+
+/** Result block of one pipeline. Row tables of doubles: row pointers and one block, both page-allocated. */
+typedef struct KyfCompositionState {
+    int32_t WorkWidth; /**< size at which focus values are computed */
+    int32_t WorkHeight;
+    int32_t SourceWidth; /**< size of the first frame */
+    int32_t SourceHeight;
+    int32_t SourceFormat;    /**< format word of the first frame */
+    int32_t FrameCount;      /**< frames added so far */
+    KyiImageData* CompImage; /**< the image being composed, after make the result */
+    int32_t MapWidth;        /**< size of HeightDataMap */
+    int32_t MapHeight;
+    double** HeightDataMap;              /**< heights at full frame size, in the unit of the host's heights */
+    double** CuttedHeightDataMap;        /**< the same cut to the result rectangle */
+    double** CuttedAntNoiseHeightDataMap; /**< AntNoiseHeightDataMap cut and smoothed */
+    int32_t CuttedWidth;                 /**< size of the cut tables */
+    int32_t CuttedHeight;
+    double** AntNoiseHeightDataMap; /**< the copy of HeightDataMap on which noise cuts work */
+} KyfCompositionState;
+
+/** The session record. The session owns all that its pointers reach. Hosts read it; only the calls write it. */
+typedef struct KyfFocusComposition {
+    char16_t Signature[6]; /**< "KYFCS" */
+    wchar_t* TempFolder;   /**< KyfMaxPath characters; folder of the temporary bitmaps */
+    int32_t ScopeType;
+    int32_t MatchingDetectType;
+    int32_t MatchingPositionType;
+    int32_t Speed;
+    int32_t CompSize;
+    int32_t Smoothing;
+    int32_t Smoothing3D;
+    int32_t AutoPos;
+    int32_t AreaNo;
+    KyPoint AreaPos[4];
+    int32_t PlaneType;
+    int32_t TrimInvalidBorder; /**< non-zero: the result is cut to what all frames cover */
+    int32_t HalationMeasures;
+    int32_t AdoptionPeakPosition;
+    int32_t FocusingValueDetectionSensitivity;
+    int32_t D3ShapeSmoothing;
+    int32_t ProjectionNoiseRemove;
+    int32_t Mode;
+    double ScaleX;
+    double ScaleY;
+    int32_t BlendWindowSize; /**< odd window of the blend mask average, in working pixels */
+    KyfCompositionState State2D;
+    KyfCompositionState State3D;
+    double* HeightList;     /**< one height a frame */
+    int32_t** BestFrameMap; /**< WorkHeight rows: index of the frame that is sharpest at a pixel */
+    double* BlendMask;      /**< WorkWidth x WorkHeight in one block: blend weight of the last frame */
+    int32_t** BestFocusMap; /**< BestFocusHeight rows: greatest focus value so far */
+    int32_t BestFocusWidth;
+    int32_t BestFocusHeight;
+    KyfFrameShift* FrameShifts;
+    int32_t FrameShiftCapacity;
+    KyiImageData** AreaTemplates; /**< AreaNo + 2 images */
+    KyfRect AreaSearchRects[4];
+    KyfRect AreaTemplateRects[4];
+    KyfRect CommonRect;
+    struct KyfPatternMatching* Matcher;
+    int32_t** CuttedBestFocusMap; /**< BestFocusMap cut to the result rectangle, 2D selection only */
+    KyfLineMatching Matching2D;
+    KyfLineMatching Matching3D;
+    int32_t EdgeDataWidth;
+    int32_t EdgeDataHeight;
+    double BlurFilterX[10];
+    double BlurFilterY[10];
+    int32_t BlurFilterSize;
+    double SobelFilterA[10];
+    double SobelFilterB[10];
+    double SobelFilterC[10];
+    double SobelFilterD[10];
+    int32_t SobelFilterSize;
+    KyfImageData** EdgeFrames;
+    int32_t FrameCapacity;
+    KyfImageData** KidoFrames;
+    struct KyfProjectionShift* ProjectionShift;
+    wchar_t** TempFileMap; /**< path of the temporary bitmap of each frame */
+    int32_t DisableGPU;
+} KyfFocusComposition;
+
+/** Parameters of KyfFocusInitialize. */
+typedef struct KyfFocusInitializeParameter {
+    const wchar_t* TempFolder; /**< copied, at most KyfMaxPath characters with the terminator; null counts as "" */
+    int32_t ScopeType;
+    int32_t MatchingDetectType;
+    int32_t MatchingPositionType;
+    int32_t TrimInvalidBorder;
+    int32_t DisableGPU;
+} KyfFocusInitializeParameter;
+
+/* ---- life ------------------------------------------------------------------------------------------------------ */
+
+/** A new block for KyfFocusInitialize. Throws std::bad_alloc when out of memory. */
+KYF_API KyfFocusComposition* KyfAllocFocusComposition(void);
+/** Terminates and frees a session. Null does nothing. */
+KYF_API void KyfFreeFocusComposition(KyfFocusComposition* session);
+/** Makes a raw or used block a fresh session. @return 1; -2 for a null session or parameter. */
+KYF_API KyfResult KyfFocusInitialize(KyfFocusComposition* session, const KyfFocusInitializeParameter* parameter);
+/** Frees all that the session owns and deletes the files of its temporary folder whose name contains "MFocusTemp".
+ *  Leaves a zeroed record with a good signature. Null does nothing. */
+KYF_API void KyfFocusTerminate(KyfFocusComposition* session);
+
+/** Chooses mode and settings by AlgType. @return 1; -2 on a bad signature, a null argument or an unknown AlgType. */
+KYF_API KyfResult KyfFocusStart(KyfFocusComposition* session, const KyfFocusCompositionParameter* parameter);
+/** Mode 0. @return 1; -2 on a bad signature or a null argument (here and in the next three). */
+KYF_API KyfResult KyfFocusStart2DSelection(KyfFocusComposition* session,
+                                           const KyfFocusComposition2DSelectionParameter* parameter);
+/** Mode 0 with fixed quick settings: quarter speed, CompSize 8, Smoothing 5, no automatic positioning. */
+KYF_API KyfResult KyfFocusStartGyre(KyfFocusComposition* session);
+/** Mode 1. */
+KYF_API KyfResult KyfFocusStart3DSafe(KyfFocusComposition* session,
+                                      const KyfFocusComposition3DSelectionParameter* parameter);
+/** Mode 2: both pipelines see every frame. Where both records have a field, that of the 3D record wins. */
+KYF_API KyfResult KyfFocusStartComplexProcessing(KyfFocusComposition* session,
+                                                 const KyfFocusComposition2DSelectionParameter* parameter2D,
+                                                 const KyfFocusComposition3DSelectionParameter* parameter3D);
+
+/* ---- frames ---------------------------------------------------------------------------------------------------- */
+
+/** Adds the caller's image, which stays the caller's. The first frame fixes size and format of the stack.
+ *  @param parallel  Allows threads in this call. @param progress  A fresh node, or null.
+ *  @return 1; -2 for a bad session, an unknown mode or a frame that does not fit, with the session unchanged. */
+KYF_API KyfResult KyfFocusAddImage(KyfFocusComposition* session, KyiImageData* image, KyiBool parallel,
+                                   KyfProgress* progress);
+/** Loads a file and adds it. @return as KyfFocusAddImage; -4 when the file cannot be loaded. */
+KYF_API KyfResult KyfFocusAddImageFile(KyfFocusComposition* session, const wchar_t* path, KyiBool parallel,
+                                       KyfProgress* progress);
+/** As KyfFocusAddImage, and stores the frame's height, in the host's unit. Use one form for a whole stack. */
+KYF_API KyfResult KyfFocusAddImageWithHeight(KyfFocusComposition* session, KyiImageData* image, double height,
+                                             KyiBool parallel, KyfProgress* progress);
+/** As KyfFocusAddImageFile with the frame's height. The name is spelt so. */
+KYF_API KyfResult KyfFocusAddImageFileWidthHeight(KyfFocusComposition* session, const wchar_t* path, double height,
+                                                  KyiBool parallel, KyfProgress* progress);
+/** Makes the results of the frames added so far, once a stack.
+ *  @return 1; -2 for a bad session or without frames; -3 when out of memory: terminate the session then. */
+KYF_API KyfResult KyfFocusMakeCompImage(KyfFocusComposition* session, KyiBool parallel, KyfProgress* progress);
+
+/* ---- the composed image: of the 3D pipeline in mode 1, of the 2D pipeline otherwise ----------------------------- */
+
+/** Size and format. @return 1; -2 for a null argument, a bad signature or no image. */
+KYF_API KyfResult KyfFocusGetCompImageInfo(const KyfFocusComposition* session, int32_t* width, int32_t* height,
+                                           int32_t* format);
+/** Lends the image, valid until the next make, extract or terminate; null and 1 when there is none. */
+KYF_API KyfResult KyfFocusGetCompImage(const KyfFocusComposition* session, KyiImageData** image);
+/** Copies into the caller's image. @return 1; -2 also when size or format differ. */
+KYF_API KyfResult KyfFocusCopyCompImage(const KyfFocusComposition* session, KyiImageData* destination);
+/** Hands the image over: the caller frees it with KyiFreeImageData. Null and 1 when there is none. */
+KYF_API KyfResult KyfFocusExtractCompImage(KyfFocusComposition* session, KyiImageData** image);
+
+/* ---- process-wide switches: set them before work starts --------------------------------------------------------- */
+
+/** Reads the trace switch (key "Log", section "Debug", of KYFocus.ini in the per-user folder). The path is not used. */
+KYF_API void KyfDllInitialize(const wchar_t* path);
+/** Images of fewer pixels are filtered in one thread; 0, the default, means no limit. */
+KYF_API void KyfSetParallelProcImageSize(uint32_t pixels);
+/** Folder of the compiled GPU programs, at most KyfMaxPath characters with the terminator. Null does nothing. */
+KYF_API void KyfSetIntermediateCodePath(const wchar_t* path);
+/** The working size, in pixels. @return 1; -2 for a null pointer or a bad signature. */
+KYF_API KyfResult KyfFocusGetMemorySize(const KyfFocusComposition* session, int32_t* width, int32_t* height);
+/** Language of the dialogs: 0 English, 1 Japanese, 2 Korean, 3 traditional, 4 simplified Chinese. Others: no change. */
+KYF_API void KyfSetLanguageType(int32_t language);
+/** File name of the dialogs' resource module. Null counts as "". */
+KYF_API void KyfSetResourceName(const wchar_t* name);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

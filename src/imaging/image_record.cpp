@@ -1,0 +1,1 @@
+#include <kyimaging/kyimaging.h>

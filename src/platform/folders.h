@@ -1,0 +1,23 @@
+/// Folders that the library knows, and what it does in them.
+#ifndef KYFOCUS_PLATFORM_FOLDERS_H
+#define KYFOCUS_PLATFORM_FOLDERS_H
+
+#include <string>
+
+namespace platform {
+
+/// Per-user folder of the INI file: $XDG_CONFIG_HOME, else ~/.config, joined with "Tessly Corporation/KYFoucs" (spelt
+/// so). Empty when neither variable is set. The folder need not exist.
+std::wstring PerUserFolder();
+
+/// Default folder of compiled GPU programs: $XDG_CACHE_HOME, else ~/.cache, joined with "Tessly Corporation/KYFocus".
+/// Empty when neither variable is set.
+std::wstring IntermediateCodeFolder();
+
+/// Deletes the plain entries (no folders) of `folder` whose name contains `part`. Goes on until a search finds none, at
+/// most 256 entries a search; an entry that cannot be deleted is found again, so that the call lasts as long as it stays.
+void DeleteFilesContaining(const wchar_t* folder, const wchar_t* part);
+
+} // namespace platform
+
+#endif

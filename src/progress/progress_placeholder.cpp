@@ -1,0 +1,1 @@
+// taken over by the folder's real sources
