@@ -4,6 +4,8 @@
 #ifndef KYFOCUS_PROGRESS_PROGRESS_PROC_MANAGER_H
 #define KYFOCUS_PROGRESS_PROGRESS_PROC_MANAGER_H
 
+#include <cstdint>
+
 #include <kyfocus/progress.h>
 
 namespace kyf {
