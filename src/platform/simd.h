@@ -6,7 +6,7 @@
 #define KYFOCUS_PLATFORM_SIMD_H
 
 #if defined(KY_CLONES) && defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__)
-#define KY_SIMD_CLONES __attribute__((target_clones("avx512bw", "avx2", "default")))
+#define KY_SIMD_CLONES __attribute__((target_clones("arch=x86-64-v4", "arch=x86-64-v3", "default")))
 #else
 #define KY_SIMD_CLONES
 #endif
