@@ -1,0 +1,37 @@
+/// The text of a profile file and what each of its lines says. Works on UTF-8.
+#ifndef KYFOCUS_PLATFORM_PROFILE_TEXT_H
+#define KYFOCUS_PLATFORM_PROFILE_TEXT_H
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace platform {
+
+/// How the bytes of a profile file are to be read. Files without a mark at their start are UTF-8.
+enum class ProfileEncoding { Utf8, Utf8Marked, Utf16Marked };
+
+ProfileEncoding FindProfileEncoding(std::string_view bytes);
+
+/// The text without its mark, in UTF-8. Bytes that are no UTF-8 stay as they are.
+std::string DecodeProfile(std::string bytes);
+
+/// One line: a section's head, a key with its value, or anything else (comments, blank lines, junk).
+struct ProfileLine {
+    enum class Kind { Other, Section, Key } Is;
+    std::string_view Name;  ///< of the section or key, without blanks around it
+    std::string_view Value; ///< of the key, without blanks and then one pair of quotes around it
+};
+
+/// @param line  Without its line end.
+ProfileLine ReadProfileLine(std::string_view line);
+
+/// Cuts the first line off `text`, without its line end (a carriage return, a line feed or both). Empty at the end.
+std::optional<std::string_view> TakeLine(std::string_view& text);
+
+/// Whether two names are one: letters A to Z count without case.
+bool IsSameName(std::string_view first, std::string_view second);
+
+} // namespace platform
+
+#endif
