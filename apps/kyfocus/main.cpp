@@ -1,0 +1,52 @@
+/// The command line: sub-commands, and how their errors end the program.
+#include <cstdio>
+#include <new>
+
+#include <CLI/CLI.hpp>
+
+#include "compose_command.h"
+#include "errors.h"
+#include "help_format.h"
+#include "interruption.h"
+
+namespace {
+
+void AddCommands(CLI::App& program) {
+    program.formatter(app::MakeHelpFormat());
+    program.set_help_flag("-h,--help", "Print this help and exit.");
+    program.set_version_flag("--version", "kyfocus " KYFOCUS_VERSION, "Print the version and exit.");
+    program.require_subcommand(1);
+    program.footer("kyfocus COMMAND --help tells the options of a command.");
+    app::AddComposeCommand(program);
+}
+
+int Fail(app::ExitStatus status, const char* message) {
+    std::fprintf(stderr, "kyfocus: %s\n", message);
+    return status;
+}
+
+/// Help and version end well; all else that the parser throws is a mistake on the command line.
+int EndParse(const CLI::App& program, const CLI::ParseError& error) {
+    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return program.exit(error);
+    return Fail(app::kExitUsage, (std::string(error.what()) + " (see --help)").c_str());
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    app::WatchInterruptions();
+    CLI::App program("Focus composition for microscope imaging.", "kyfocus");
+    AddCommands(program);
+    try {
+        program.parse(argc, argv);
+        return app::kExitOk;
+    } catch (const CLI::ParseError& error) {
+        return EndParse(program, error);
+    } catch (const app::UsageError& error) {
+        return Fail(app::kExitUsage, error.what());
+    } catch (const std::bad_alloc&) {
+        return Fail(app::kExitFailure, "out of memory");
+    } catch (const std::exception& error) {
+        return Fail(app::kExitFailure, error.what());
+    }
+}
