@@ -1,0 +1,130 @@
+#include <new>
+#include <utility>
+
+#include "alignment/alignment.h"
+#include "filters/image_layout.h"
+#include "progress/progress_proc_manager.h"
+#include "selection2d/blend.h"
+#include "selection2d/focus_chain.h"
+#include "selection2d/selection2d.h"
+#include "selection2d/tables.h"
+
+namespace kyf {
+
+namespace {
+
+constexpr std::int32_t kAddSteps = 10;
+
+ImagePtr Duplicate(const KyiImageData& image) {
+    ImagePtr copy(KyiDuplicateImageData(&image, 0));
+    if (!copy) throw std::bad_alloc();
+    return copy;
+}
+
+// The composite of a stack whose result has been made may be cut, or in the host's hands.
+bool IsStackOpen(const KyfFocusComposition& session) noexcept {
+    const KyfCompositionState& state = session.State2D;
+    const KyiImageData* const composite = state.CompImage;
+    return composite && composite->Width == state.SourceWidth && composite->Height == state.SourceHeight &&
+           composite->Format == state.SourceFormat && session.BestFocusMap && session.BestFrameMap && session.BlendMask;
+}
+
+bool FitsStack(const KyfFocusComposition& session, const KyiImageData& frame) noexcept {
+    const KyfCompositionState& state = session.State2D;
+    return frame.Width == state.SourceWidth && frame.Height == state.SourceHeight &&
+           frame.Format == state.SourceFormat && IsStackOpen(session);
+}
+
+ImagePtr GrayOf(const KyiImageData& frame) {
+    ImagePtr gray = NewImage(frame, GrayPartnerFormat(frame.Format));
+    CopyToGray(frame, *gray);
+    return gray;
+}
+
+// Null when there is no working pixel.
+ImagePtr FirstWorkingImage(const KyfFocusComposition& session, const KyiImageData& frame) {
+    if (!HasWorkingPixels(session.State2D)) return nullptr;
+    return IsBrightnessFocus(session) ? Duplicate(frame) : GrayOf(frame);
+}
+
+// Null also where brightness is asked of colour frames: nothing can be selected by these, so that nothing is computed.
+ImagePtr LaterWorkingImage(const KyfFocusComposition& session, const KyiImageData& frame) {
+    if (!HasWorkingPixels(session.State2D)) return nullptr;
+    if (!IsBrightnessFocus(session)) return GrayOf(frame);
+    if (!KyiIsFormatGrayscale(frame.Format)) return nullptr;
+    ImagePtr brightness = CloneImageLayout(frame);
+    CopyFirstChannel(frame, *brightness);
+    return brightness;
+}
+
+void StoreFirstFocus(const KyfFocusComposition& session, const KyiImageData& working, KyiBool parallel) {
+#pragma omp parallel for schedule(static) if (parallel != 0)
+    for (std::int32_t y = 0; y < session.BestFocusHeight; ++y)
+        KyiGetLinePixel(&working, 0, y, /*channel=*/1, session.BestFocusMap[y], session.BestFocusWidth);
+}
+
+// Until the count becomes 1 the session has no composite, so that a frame that failed half-way can be given again.
+void AddFirstFrame(KyfFocusComposition& session, const KyiImageData& frame, KyiBool parallel,
+                   CProgressProcManager& steps) {
+    KyfCompositionState& state = session.State2D;
+    KyiFreeImageData(std::exchange(state.CompImage, nullptr));
+    ImagePtr composite = Duplicate(frame);
+    steps.Next();
+    SetUpTables(session, frame);
+    steps.Next();
+    steps.Next(); // set-up of template matching
+    ImagePtr working = FirstWorkingImage(session, frame);
+    steps.Next();
+    steps.Next(); // set-up of line matching
+    working = RunFocusChain(session, std::move(working), parallel, steps);
+    if (working) StoreFirstFocus(session, *working, parallel);
+    working.reset();
+    steps.Next();
+    state.CompImage = composite.release();
+    state.FrameCount = 1;
+}
+
+// All that can fail comes before the selection, which is the first to change the session.
+void AddLaterFrame(KyfFocusComposition& session, const KyiImageData& frame, KyiBool parallel,
+                   CProgressProcManager& steps) {
+    steps.Next(); // template matching; a frame that does not move is read where it lies
+    steps.Next(); // line matching
+    BlendScratch scratch = MakeBlendScratch(session);
+    ImagePtr working = LaterWorkingImage(session, frame);
+    steps.Next();
+    working = RunFocusChain(session, std::move(working), parallel, steps);
+    if (working) SelectWinners(session, *working, parallel);
+    steps.Next();
+    BlendFrame(session, working.get(), frame, scratch, parallel);
+    steps.Next();
+    steps.Next();
+    session.State2D.FrameCount += 1;
+}
+
+} // namespace
+
+KyfResult Kyf2DSelectionAddImage(KyfFocusComposition* session, KyiImageData* frame, KyiBool takeOwnership,
+                                 KyiBool& ownershipTaken, KyiBool parallel, KyfProgress* progress) {
+    ownershipTaken = 0;
+    if (!session || !frame || GrayPartnerFormat(frame->Format) < 0) return KyfResultInvalidParameter;
+    const KyfCompositionState& state = session->State2D;
+    const bool isFirst = state.FrameCount == 0;
+    if (!isFirst && !FitsStack(*session, *frame)) return KyfResultInvalidParameter;
+    if (!IsAlignmentAvailable(Choose2DAlignment(*session))) {
+        KyiPutTraceLog(__FILE__, __LINE__, L"The frame's alignment method is not available in this build.", 0);
+        return KyfResultInvalidParameter;
+    }
+    CProgressProcManager steps(progress, kAddSteps);
+    if (isFirst) {
+        AddFirstFrame(*session, *frame, parallel, steps);
+        return KyfResultOk;
+    }
+    AddLaterFrame(*session, *frame, parallel, steps);
+    if (takeOwnership && (state.WorkWidth != state.SourceWidth || state.WorkHeight != state.SourceHeight)) {
+        KyiFreeImageData(frame);
+        ownershipTaken = 1;
+    }
+    return KyfResultOk;
+}
+
+} // namespace kyf
