@@ -1,0 +1,99 @@
+#include "focus_session.h"
+
+#include <string>
+
+#include "errors.h"
+
+namespace app {
+namespace {
+
+struct FreeProgress {
+    void operator()(KyfProgress* progress) const { KyfFreeProgress(progress); }
+};
+using Progress = std::unique_ptr<KyfProgress, FreeProgress>;
+
+/// The library reports any node of the tree; the host's figure is that of the root.
+void ReportRoot(KyfProgress* node) {
+    KyfProgress* const root = KyfProgressGetParent(node);
+    (*static_cast<const PercentCallback*>(KyfProgressGetArgs(root)))(KyfProgressGetPersent(root));
+}
+
+/// A root for one call. `onPercent` must outlive it.
+Progress NewProgress(const PercentCallback& onPercent) {
+    return Progress(KyfAllocProgress(ReportRoot, const_cast<PercentCallback*>(&onPercent)));
+}
+
+void Require(KyfResult result, const char* step) {
+    if (result == KyfResultFailAlloc) throw std::bad_alloc();
+    if (result != KyfResultOk) throw Failure(std::string(step) + ": " + DescribeResult(result));
+}
+
+KyfFocusComposition2DSelectionParameter SelectionParameter(const SessionSettings& settings) {
+    KyfFocusComposition2DSelectionParameter parameter{};
+    parameter.Speed = settings.Speed;
+    parameter.CompSize = settings.CompSize;
+    parameter.Smoothing = settings.Smoothing;
+    return parameter;
+}
+
+} // namespace
+
+FocusSession::FocusSession(const SessionSettings& settings, const std::filesystem::path& temporaryFolder)
+    : m_session(KyfAllocFocusComposition()), m_isParallel(settings.Parallel) {
+    const std::wstring folder = WidePath(temporaryFolder);
+    KyfFocusInitializeParameter initialize{};
+    initialize.TempFolder = folder.c_str();
+    initialize.ScopeType = settings.ScopeType;
+    Require(KyfFocusInitialize(m_session.get(), &initialize), "session");
+    const auto parameter = SelectionParameter(settings);
+    Require(KyfFocusStart2DSelection(m_session.get(), &parameter), "session");
+}
+
+void FocusSession::Add(KyiImageData& frame, std::optional<double> height, const PercentCallback& onPercent) {
+    const Progress progress = NewProgress(onPercent);
+    KyfFocusComposition* const session = m_session.get();
+    Require(height ? KyfFocusAddImageWithHeight(session, &frame, *height, m_isParallel, progress.get())
+                   : KyfFocusAddImage(session, &frame, m_isParallel, progress.get()),
+            "frame not added");
+}
+
+void FocusSession::Make(const PercentCallback& onPercent) {
+    const Progress progress = NewProgress(onPercent);
+    Require(KyfFocusMakeCompImage(m_session.get(), m_isParallel, progress.get()), "result not made");
+}
+
+Image FocusSession::ExtractImage() {
+    KyiImageData* image = nullptr;
+    Require(KyfFocusExtractCompImage(m_session.get(), &image), "composed image");
+    if (!image) throw Failure("composed image: there is none");
+    return Image(image);
+}
+
+HeightMap FocusSession::Heights() const {
+    KyfHeightDataArray heights{};
+    Require(KyfFocusGetCuttedAntNoiseHeightData(m_session.get(), &heights), "height map");
+    HeightMap map{heights.Width, heights.Height, {}};
+    map.Values.assign(heights.Data, heights.Data + static_cast<std::ptrdiff_t>(heights.Width) * heights.Height);
+    KyfFreeHeightData16bit(&heights);
+    return map;
+}
+
+Image FocusSession::HeightImage(HeightScale& scale) const {
+    KyiImageData* image = nullptr;
+    double stepMinMax[3] = {};
+    Require(KyfFocusGetCuttedAntNoiseHeightImage16Bit(m_session.get(), &image, stepMinMax), "height image");
+    scale.Step = stepMinMax[0];
+    scale.Offset = stepMinMax[1];
+    return Image(image);
+}
+
+const char* DescribeResult(KyfResult result) {
+    switch (result) {
+    case KyfResultInvalidParameter: return "refused by the library as not valid";
+    case KyfResultFailFile: return "a file cannot be read or written";
+    case KyfResultNoHeightData: return "there are no heights";
+    default: return "failed in the library";
+    }
+}
+
+} // namespace app

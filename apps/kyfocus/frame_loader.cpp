@@ -1,0 +1,76 @@
+#include "frame_loader.h"
+
+#include <algorithm>
+#include <cassert>
+#include <utility>
+
+#include "stopwatch.h"
+
+namespace app {
+
+FrameLoader::FrameLoader(std::vector<std::filesystem::path> files, int threads) : m_files(std::move(files)) {
+    for (int thread = 0; thread < std::max(threads, 1); ++thread) m_decoders.emplace_back([this] { RunDecoder(); });
+}
+
+FrameLoader::~FrameLoader() {
+    {
+        const std::lock_guard lock(m_mutex);
+        m_isStopping = true;
+    }
+    m_changed.notify_all();
+    for (std::thread& decoder : m_decoders) decoder.join();
+}
+
+Image FrameLoader::Next() {
+    const Stopwatch stopwatch;
+    std::unique_lock lock(m_mutex);
+    assert(m_taken < m_files.size());
+    m_changed.wait(lock, [this] { return m_decoded.contains(m_taken); });
+    auto node = m_decoded.extract(m_taken);
+    Decoded decoded = std::move(node.mapped());
+    if (decoded.Pixels) m_heldBytes -= ImageBytes(*decoded.Pixels);
+    ++m_taken;
+    m_statistics.WaitSeconds += stopwatch.Seconds();
+    lock.unlock();
+    m_changed.notify_all();
+    if (decoded.Error) std::rethrow_exception(decoded.Error);
+    return std::move(decoded.Pixels);
+}
+
+LoaderStatistics FrameLoader::Statistics() const {
+    const std::lock_guard lock(m_mutex);
+    return m_statistics;
+}
+
+bool FrameLoader::MayStartFrame() const { return m_started < std::min(m_files.size(), m_taken + kFramesAhead); }
+
+void FrameLoader::RunDecoder() {
+    std::unique_lock lock(m_mutex);
+    for (;;) {
+        m_changed.wait(lock, [this] { return m_isStopping || m_started == m_files.size() || MayStartFrame(); });
+        if (m_isStopping || m_started == m_files.size()) return;
+        const std::size_t index = m_started++;
+        lock.unlock();
+        const Stopwatch stopwatch;
+        Decoded decoded;
+        try {
+            decoded.Pixels = LoadImage(m_files[index]);
+        } catch (...) {
+            decoded.Error = std::current_exception();
+        }
+        const double seconds = stopwatch.Seconds();
+        lock.lock();
+        Store(index, std::move(decoded), seconds);
+    }
+}
+
+void FrameLoader::Store(std::size_t index, Decoded decoded, double seconds) {
+    if (decoded.Pixels) m_heldBytes += ImageBytes(*decoded.Pixels);
+    m_decoded.emplace(index, std::move(decoded));
+    m_statistics.DecodeSeconds += seconds;
+    m_statistics.PeakFrames = std::max(m_statistics.PeakFrames, m_decoded.size());
+    m_statistics.PeakBytes = std::max(m_statistics.PeakBytes, m_heldBytes);
+    m_changed.notify_all();
+}
+
+} // namespace app

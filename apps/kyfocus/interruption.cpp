@@ -1,0 +1,94 @@
+#include "interruption.h"
+
+#include <cerrno>
+#include <csignal>
+#include <mutex>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+#include <stdlib.h>
+#include <unistd.h>
+
+namespace app {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct State {
+    std::mutex Mutex;
+    std::vector<fs::path> Folders;
+};
+
+/// Never destroyed: the watching thread may use it until the process is gone.
+State& SharedState() {
+    static State* const g_state = new State;
+    return *g_state;
+}
+
+sigset_t WatchedSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction action {};
+        sigaction(signal, nullptr, &action);
+        if (action.sa_handler != SIG_IGN) sigaddset(&signals, signal);
+    }
+    return signals;
+}
+
+/// Removes a folder although other threads may still be adding files to it.
+void RemoveBusyFolder(const fs::path& folder) {
+    constexpr int kAttempts = 100;
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        std::error_code error;
+        fs::remove_all(folder, error);
+        if (!error) return;
+    }
+}
+
+[[noreturn]] void EndInterrupted(int signal) {
+    State& state = SharedState();
+    state.Mutex.lock(); // kept: nobody makes a folder or renames an output any more
+    for (const fs::path& folder : state.Folders) RemoveBusyFolder(folder);
+    constexpr char kMessage[] = "\nkyfocus: interrupted\n";
+    [[maybe_unused]] const auto written = write(STDERR_FILENO, kMessage, sizeof kMessage - 1);
+    _exit(128 + signal);
+}
+
+} // namespace
+
+void WatchInterruptions() {
+    const sigset_t signals = WatchedSignals();
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr); // inherited by every thread that is started later
+    SharedState();
+    std::thread([signals] {
+        int signal = 0;
+        while (sigwait(&signals, &signal) != 0) {
+        }
+        EndInterrupted(signal);
+    }).detach();
+}
+
+fs::path MakeTemporaryFolder(const fs::path& pattern) {
+    std::string name = pattern.native();
+    const std::lock_guard lock(SharedState().Mutex); // made and known in one step
+    if (!mkdtemp(name.data())) throw std::system_error(errno, std::generic_category());
+    SharedState().Folders.emplace_back(name);
+    return name;
+}
+
+void RemoveTemporaryFolder(const fs::path& folder) {
+    std::error_code error;
+    fs::remove_all(folder, error);
+    const std::lock_guard lock(SharedState().Mutex);
+    std::erase(SharedState().Folders, folder);
+}
+
+void WithoutInterruption(const std::function<void()>& step) {
+    const std::lock_guard lock(SharedState().Mutex);
+    step();
+}
+
+} // namespace app

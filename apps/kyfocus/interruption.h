@@ -1,0 +1,27 @@
+/// What happens when the user stops the program: temporary folders go, and the program ends at once.
+#ifndef KYFOCUS_APP_INTERRUPTION_H
+#define KYFOCUS_APP_INTERRUPTION_H
+
+#include <filesystem>
+#include <functional>
+
+namespace app {
+
+/// From now on SIGINT, SIGTERM and SIGHUP remove the temporary folders and end the program with 128 + signal, whatever
+/// the other threads are doing. A signal that the caller of the program had ignored stays ignored.
+/// To be called once, before any other thread is started.
+void WatchInterruptions();
+
+/// Makes a folder that an interruption removes with all that is in it.
+/// @param pattern  Its path, ending in XXXXXX. Throws std::system_error.
+std::filesystem::path MakeTemporaryFolder(const std::filesystem::path& pattern);
+
+/// Removes such a folder with all that is in it.
+void RemoveTemporaryFolder(const std::filesystem::path& folder);
+
+/// Runs `step`; an interruption waits until it has ended. For steps that take no time, such as renaming the outputs.
+void WithoutInterruption(const std::function<void()>& step);
+
+} // namespace app
+
+#endif

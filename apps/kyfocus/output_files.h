@@ -1,0 +1,50 @@
+/// Files that appear together when all of them are complete, or not at all.
+#ifndef KYFOCUS_APP_OUTPUT_FILES_H
+#define KYFOCUS_APP_OUTPUT_FILES_H
+
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <vector>
+
+namespace app {
+
+/// The outputs of one run. Each is written under its own name in a temporary folder beside its target; Commit moves
+/// them to their places. Without a Commit nothing stays, also when the run is interrupted.
+class OutputFiles {
+  public:
+    OutputFiles() = default;
+    ~OutputFiles();
+    OutputFiles(const OutputFiles&) = delete;
+    OutputFiles& operator=(const OutputFiles&) = delete;
+
+    /// Takes up a target before the work that makes it. Throws Failure when its folder is missing or cannot be written
+    /// or the target is a folder, and UsageError when it was added before.
+    void Add(const std::filesystem::path& target);
+
+    /// Writes a target that was added: calls `write` with the path to write to. A Failure that names this path comes
+    /// out naming the target.
+    void Write(const std::filesystem::path& target, const std::function<void(const std::filesystem::path&)>& write);
+
+    /// The temporary folder beside the first target.
+    const std::filesystem::path& TemporaryFolder() const { return m_folder; }
+
+    /// Moves the outputs to their targets; all must have been written. Throws Failure.
+    void Commit();
+
+  private:
+    struct Output {
+        std::filesystem::path Target;
+        std::filesystem::path Temporary;
+    };
+
+    const std::filesystem::path& TemporaryFolderBeside(const std::filesystem::path& target);
+
+    std::vector<Output> m_outputs;
+    std::map<std::filesystem::path, std::filesystem::path> m_folders; // temporary folder by the targets' folder
+    std::filesystem::path m_folder;
+};
+
+} // namespace app
+
+#endif
