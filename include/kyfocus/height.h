@@ -48,6 +48,75 @@ typedef struct KyfDifferentiationMap8Bit {
     int32_t Height;
 } KyfDifferentiationMap8Bit;
 
+/* ---- doubles ---------------------------------------------------------------------------------------------------
+ * All return -2 for a null argument or a bad signature, -3 when out of memory, -6 where a map that was made is gone or
+ * the whole map was never made; the record then stays as it was. Without cut tables in the mode's pipeline the cut
+ * getters give 1 and an empty record. */
+
+/** The whole map, SourceWidth x SourceHeight, as a copy. */
+KYF_API KyfResult KyfFocusGetHeightData(const KyfFocusComposition* session, KyfHeightDataArray* heights);
+/** The same as a copy in a row table. Free with KyfFreeHeightData. */
+KYF_API KyfResult KyfFocusGetKyfHeightData(const KyfFocusComposition* session, KyfImageData* heights);
+/** Hands the whole map over; the session has none afterwards. Free with KyfFreeHeightData. */
+KYF_API KyfResult KyfFocusExtractHeightData(KyfFocusComposition* session, KyfImageData* heights);
+/** The map cut to the result rectangle, as a copy. */
+KYF_API KyfResult KyfFocusGetCuttedHeightData(const KyfFocusComposition* session, KyfHeightDataArray* heights);
+/** Hands the cut map over. Where there is none the result is 1 with null rows. */
+KYF_API KyfResult KyfFocusExtractCuttedHeightData(KyfFocusComposition* session, KyfImageData* heights);
+/** The cut map after smoothing and noise cuts, as a copy. */
+KYF_API KyfResult KyfFocusGetCuttedAntNoiseHeightData(const KyfFocusComposition* session, KyfHeightDataArray* heights);
+/** Lends the list of frame heights, one a frame; null when frames came without. */
+KYF_API KyfResult KyfFocusGetHeightList(const KyfFocusComposition* session, double** list);
+/** Frees the two blocks of a record and nulls its rows. Null and an empty record do nothing. */
+KYF_API void KyfFreeHeightData(KyfImageData* heights);
+
+/* ---- 16-bit records --------------------------------------------------------------------------------------------
+ * All are of the cut size; the first takes the top left window of the whole map. A sample is at most 65534. A flat map
+ * gives samples of 0 and a step of 0.01 times the larger of ScaleX and ScaleY.
+ * Result: 1; -2 for a null argument (the signature is not tested); -3 when out of memory; -6 without cut tables or
+ * where the map is gone. */
+
+KYF_API KyfResult KyfFocusGetHeightData16Bit(const KyfFocusComposition* session, KyfHeightData16bit* heights);
+KYF_API KyfResult KyfFocusGetCuttedHeightData16Bit(const KyfFocusComposition* session, KyfHeightData16bit* heights);
+KYF_API KyfResult KyfFocusGetAntNoiseHeightData16Bit(const KyfFocusComposition* session, KyfHeightData16bit* heights);
+/** Frees the samples of a KyfHeightData16bit or KyfHeightDataArray and nulls them. The record must not be null. */
+KYF_API void KyfFreeHeightData16bit(void* record);
+
+/* ---- images ----------------------------------------------------------------------------------------------------
+ * New images of the cut size, the caller's to free; image row y is map row y. height = range[1] + sample * range[0].
+ * `range` receives step, least and greatest height; it may be null.
+ * Result: 1; -2 for a null session or image address, a bad signature, no frames or no whole map; -3 when the image
+ * cannot be made; -6 where the map asked for is gone. */
+
+KYF_API KyfResult KyfFocusGetHeightImage16Bit(const KyfFocusComposition* session, KyiImageData** image, double* range);
+KYF_API KyfResult KyfFocusGetCuttedHeightImage16Bit(const KyfFocusComposition* session, KyiImageData** image,
+                                                    double* range);
+KYF_API KyfResult KyfFocusGetCuttedAntNoiseHeightImage16Bit(const KyfFocusComposition* session, KyiImageData** image,
+                                                            double* range);
+/** 8-bit samples, at most 254. */
+KYF_API KyfResult KyfFocusGetCuttedAntNoiseHeightImage8Bit(const KyfFocusComposition* session, KyiImageData** image,
+                                                           double* range);
+/** The same conversion for heights of any origin, with a flat step of 0.01.
+ *  @param format  3: 8 bits, 5: 16 bits. @return null for another format, without heights and when out of memory. */
+KYF_API KyiImageData* KyfCreateImageDataFromHeightData(const KyfImageData* heights, int32_t format, double* range);
+
+/* ---- differentiation map: the best focus value of each pixel of the result, made by mode 0 ----------------------
+ * Result: 1; -2 for a null argument or a bad signature. Without a map the first two give 1 and leave the record as it
+ * was, the third gives -6. -3 when out of memory. */
+
+/** A copy, with Depth from a pixel format word. */
+KYF_API KyfResult KyfFocusGetDifferentiationMap(const KyfFocusComposition* session, int32_t format,
+                                                KyfDifferentiationMap* map);
+/** Hands the map over; the session has none afterwards. */
+KYF_API KyfResult KyfFocusExtractDifferentiationMap(KyfFocusComposition* session, int32_t format,
+                                                    KyfDifferentiationMap* map);
+/** Stretched over 0 to 255; a flat map gives 0. */
+KYF_API KyfResult KyfFocusGetDifferentiationMap8Bit(const KyfFocusComposition* session, KyfDifferentiationMap8Bit* map);
+/** Frees the rows and their table and nulls it. Null and an empty record do nothing. */
+KYF_API void KyfFreeDifferentiationMap(KyfDifferentiationMap* map);
+/** Frees the samples and nulls them. Null and an empty record do nothing. */
+KYF_API void KyfFreeDifferentiationMap8Bit(KyfDifferentiationMap8Bit* map);
+
 #ifdef __cplusplus
 }
 #endif

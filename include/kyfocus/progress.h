@@ -16,7 +16,8 @@ extern "C" {
 
 struct KyfProgress;
 
-/** Called with the node whose percent changed: climb with KyfProgressGetParent to the root and ask it for the figure. */
+/** Called with the node whose percent changed: climb with KyfProgressGetParent to the root and ask it for the figure.
+ */
 typedef void (*KyfProgressCallback)(struct KyfProgress* progress);
 
 /** A node of the tree. */
@@ -24,8 +25,8 @@ typedef struct KyfProgress {
     int32_t Weight;  /**< share in the parent's percent; 100 when made */
     int32_t Percent; /**< own percent, without what unfinished children add; 0 when made */
     KyfProgressCallback Callback;
-    void* Args;                  /**< the host's value */
-    struct KyfProgress* Parent;  /**< null at the root; a node that is its own parent counts as a root */
+    void* Args;                   /**< the host's value */
+    struct KyfProgress* Parent;   /**< null at the root; a node that is its own parent counts as a root */
     struct KyfProgress** SubList; /**< child list, or null; owned */
     int32_t SubCount;
     int32_t Completed; /**< non-zero once completed; never cleared */

@@ -35,10 +35,10 @@ typedef struct KyfCompositionState {
     KyiImageData* CompImage; /**< the image being composed, after make the result */
     int32_t MapWidth;        /**< size of HeightDataMap */
     int32_t MapHeight;
-    double** HeightDataMap;              /**< heights at full frame size, in the unit of the host's heights */
-    double** CuttedHeightDataMap;        /**< the same cut to the result rectangle */
+    double** HeightDataMap;               /**< heights at full frame size, in the unit of the host's heights */
+    double** CuttedHeightDataMap;         /**< the same cut to the result rectangle */
     double** CuttedAntNoiseHeightDataMap; /**< AntNoiseHeightDataMap cut and smoothed */
-    int32_t CuttedWidth;                 /**< size of the cut tables */
+    int32_t CuttedWidth;                  /**< size of the cut tables */
     int32_t CuttedHeight;
     double** AntNoiseHeightDataMap; /**< the copy of HeightDataMap on which noise cuts work */
 } KyfCompositionState;

@@ -50,17 +50,17 @@ typedef struct KyfFocusCompositionParameter {
     KyfAreaNo AreaNo;         /**< 0 */
     KyPoint AreaPos[4];       /**< (50, 25) (75, 50) (50, 75) (25, 50); area centres in percent of the image */
     Kyf2DSelectionFocusCompositionMode CompParamSetType; /**< 1; the preset, kept for the parameter panel */
-    int32_t CompSize;  /**< 8; 2D: cutoff of the focus value smoothing, percent of the width */
-    int32_t Smoothing; /**< 6; 2D: cutoff of the height smoothing, percent of the result's width */
-    KyfPlaneType PlaneType;                           /**< 1; 3D */
-    KyfMatchingDetectType MatchingDetectType;         /**< 0 */
-    KyfMatchingPositionType MatchingPositionType;     /**< 0 */
-    int32_t HalationMeasures;                         /**< 1; switch, 3D */
-    KyfAdoptionPeakPositions AdoptionPeakPosition;    /**< 1; 3D */
-    int32_t FocusingValueDetectionSensitivity;        /**< 5; 3D, 0 to 10 in the dialogs */
-    int32_t ProjectionNoiseRemove;                    /**< 5; 3D, 0 to 10 in the dialogs */
-    int32_t D3ShapeSmoothing;                         /**< 5; 3D, 0 to 10 in the dialogs */
-    int32_t DisableGPU;                               /**< 0; switch */
+    int32_t CompSize;       /**< 8; 2D: cutoff of the focus value smoothing, percent of the width */
+    int32_t Smoothing;      /**< 6; 2D: cutoff of the height smoothing, percent of the result's width */
+    KyfPlaneType PlaneType; /**< 1; 3D */
+    KyfMatchingDetectType MatchingDetectType;      /**< 0 */
+    KyfMatchingPositionType MatchingPositionType;  /**< 0 */
+    int32_t HalationMeasures;                      /**< 1; switch, 3D */
+    KyfAdoptionPeakPositions AdoptionPeakPosition; /**< 1; 3D */
+    int32_t FocusingValueDetectionSensitivity;     /**< 5; 3D, 0 to 10 in the dialogs */
+    int32_t ProjectionNoiseRemove;                 /**< 5; 3D, 0 to 10 in the dialogs */
+    int32_t D3ShapeSmoothing;                      /**< 5; 3D, 0 to 10 in the dialogs */
+    int32_t DisableGPU;                            /**< 0; switch */
 } KyfFocusCompositionParameter;
 
 /** What a 2D selection takes of the full record. */

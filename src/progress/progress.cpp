@@ -32,9 +32,7 @@ std::span<KyfProgress* const> Children(const KyfProgress& node) {
     return {node.SubList, static_cast<std::size_t>(node.SubCount)};
 }
 
-bool IsRoot(const KyfProgress& node) {
-    return node.Parent == nullptr || node.Parent == &node;
-}
+bool IsRoot(const KyfProgress& node) { return node.Parent == nullptr || node.Parent == &node; }
 
 void Report(KyfProgress& node) {
     if (node.Callback != nullptr) node.Callback(&node);
@@ -82,9 +80,7 @@ void KyfProgressCompleteProc(KyfProgress* progress) {
     Report(parent);
 }
 
-void* KyfProgressGetArgs(const KyfProgress* progress) {
-    return progress->Args;
-}
+void* KyfProgressGetArgs(const KyfProgress* progress) { return progress->Args; }
 
 int32_t KyfProgressGetPersent(const KyfProgress* progress) { // NOLINT(misc-no-recursion)
     std::int32_t percent = progress->Percent;

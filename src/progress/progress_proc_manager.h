@@ -10,8 +10,8 @@
 
 namespace kyf {
 
-/// Hangs `count` equal steps below a node. Without a node, or with a count below 1, every step is null. The nodes belong
-/// to the tree: the destructor leaves them alone.
+/// Hangs `count` equal steps below a node. Without a node, or with a count below 1, every step is null. The nodes
+/// belong to the tree: the destructor leaves them alone.
 class CProgressProcManager {
   public:
     CProgressProcManager(KyfProgress* progress, std::int32_t count);

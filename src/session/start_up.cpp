@@ -1,0 +1,79 @@
+#include "session/start_up.h"
+
+#include <array>
+#include <cwchar>
+#include <exception>
+
+#include "filters/filters.h"
+#include "platform/folders.h"
+#include "platform/profile.h"
+#include "session/session_insides.h"
+
+namespace {
+
+constexpr std::size_t kProfileCapacity = 1024; // characters of a value, with the terminator
+
+/// A number in base 10 that fills the whole text; anything else counts as 0.
+long ParseNumber(const std::wstring& text) {
+    if (text.empty()) return 0;
+    wchar_t* end = nullptr;
+    const long value = std::wcstol(text.c_str(), &end, 10);
+    return *end == L'\0' ? value : 0;
+}
+
+std::wstring InFolder(const std::wstring& folder, const wchar_t* name) {
+    return folder.empty() ? std::wstring(name) : folder + L"/" + name;
+}
+
+struct Path {
+    std::array<wchar_t, KyfMaxPath> Text{};
+    void Set(const wchar_t* path) { std::wcsncpy(Text.data(), path, Text.size() - 1); }
+};
+
+/// The path in force. Starts as the user's cache folder when it is first asked for or set.
+Path& TheIntermediateCodePath() {
+    static Path path = [] {
+        Path initial;
+        initial.Set(platform::IntermediateCodeFolder().c_str());
+        return initial;
+    }();
+    return path;
+}
+
+} // namespace
+
+const wchar_t* kyf::IntermediateCodePath() { return TheIntermediateCodePath().Text.data(); }
+
+void KyfDllInitialize(const wchar_t* /*path*/) {
+    try {
+        const std::wstring folder = platform::PerUserFolder();
+        const std::wstring file = InFolder(folder, L"KYFocus.ini");
+        const std::wstring value = platform::ReadProfileText(file.c_str(), L"Debug", L"Log", L"", kProfileCapacity);
+        KyiSetPuttingTraceLog(ParseNumber(value) != 0 ? 1 : 0);
+        KyiSetTraceLogFolder(folder.c_str());
+    } catch (const std::exception&) {
+        KyiSetPuttingTraceLog(0); // out of memory: as without a file
+    }
+}
+
+void KyfSetParallelProcImageSize(uint32_t pixels) { kyf::g_parallelProcImageSize = pixels; }
+
+void KyfSetIntermediateCodePath(const wchar_t* path) {
+    if (path == nullptr) return;
+    try {
+        Path copy;
+        copy.Set(path);
+        TheIntermediateCodePath() = copy;
+    } catch (const std::exception&) {
+        // Out of memory for the default that would have been replaced: there is no path yet, and the next call tries
+        // again.
+    }
+}
+
+KyfResult KyfFocusGetMemorySize(const KyfFocusComposition* session, int32_t* width, int32_t* height) {
+    if (width == nullptr || height == nullptr || !kyf::IsSession(session)) return KyfResultInvalidParameter;
+    const KyfCompositionState& state = kyf::ComposedState(*session);
+    *width = state.WorkWidth;
+    *height = state.WorkHeight;
+    return KyfResultOk;
+}
