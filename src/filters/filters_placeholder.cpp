@@ -1,1 +1,0 @@
-// taken over by the folder's real sources

@@ -1,0 +1,48 @@
+/// Kernel of the running maximum: a block of rows goes through it side by side, one row a lane.
+#ifndef KYFOCUS_FILTERS_MAXIMUM5X5_BLOCK_H
+#define KYFOCUS_FILTERS_MAXIMUM5X5_BLOCK_H
+
+#include <cstddef>
+#include <cstdint>
+
+namespace kyf {
+
+/// Rows of a block: one vector register of samples.
+template <typename T> constexpr int kMaximumLanes = 64 / static_cast<int>(sizeof(T));
+/// Pixels of a strip that a block goes through at a time.
+constexpr int kMaximumStripPixels = 64;
+constexpr int kMaximumWindow = 5;
+constexpr int kMaximumPixelSamples = 4;
+
+/// Working memory of one block; fits the first-level cache for gray.
+template <typename T> struct MaximumScratch {
+    static constexpr int kLanes = kMaximumLanes<T>;
+    static constexpr int kStrip = kMaximumStripPixels * kMaximumPixelSamples;
+    static constexpr int kHistory = (kMaximumWindow - 1) * kMaximumPixelSamples;
+
+    alignas(64) T Rows[kLanes][kStrip];               ///< maxima of five rows; later the outputs
+    alignas(64) T Columns[kHistory + kStrip][kLanes]; ///< the same transposed, after the four pixels before the strip
+    alignas(64) T Running[kMaximumPixelSamples][kLanes];  ///< running maximum of each channel and row
+    alignas(64) T Position[kMaximumPixelSamples][kLanes]; ///< its place in the window; 0 asks for a rescan
+};
+
+/// Rows of an image as the block sees them.
+template <typename T> struct MaximumBlock {
+    const T* Source; ///< row 0
+    std::ptrdiff_t SourceStep;
+    T* Destination;
+    std::ptrdiff_t DestinationStep;
+    std::int32_t Width;    ///< pixels
+    std::int32_t Height;   ///< rows of the image
+    int Stride;            ///< samples of a pixel
+    std::int32_t FirstRow; ///< of the block
+    std::int32_t Rows;     ///< of the block, kMaximumLanes at most
+};
+
+/// Filters the rows of one block. Source and destination do not overlap.
+void MaximumOfBlock(const MaximumBlock<std::uint8_t>& block, MaximumScratch<std::uint8_t>& scratch) noexcept;
+void MaximumOfBlock(const MaximumBlock<std::uint16_t>& block, MaximumScratch<std::uint16_t>& scratch) noexcept;
+
+} // namespace kyf
+
+#endif
