@@ -1,0 +1,177 @@
+#include "compare.h"
+
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "errors.h"
+#include "height_map_file.h"
+#include "images.h"
+
+namespace app {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct CompareOptions {
+    fs::path First;
+    fs::path Second;
+    int Crop = 0;
+    bool Json = false;
+};
+
+std::string SizeText(int width, int height) { return std::to_string(width) + " x " + std::to_string(height); }
+
+void CheckCrop(const fs::path& file, int width, int height, int crop) {
+    if (2 * std::int64_t{crop} < std::min(width, height)) return;
+    throw Failure(DisplayPath(file) + ": nothing is left of " + SizeText(width, height) +
+                  " pixels without a border of " + std::to_string(crop));
+}
+
+[[noreturn]] void FailMisfit(const fs::path& first, const std::string& firstKind, const fs::path& second,
+                             const std::string& secondKind) {
+    throw Failure(DisplayPath(first) + " is " + firstKind + ", " + DisplayPath(second) + " is " + secondKind +
+                  ": expected two of one size and kind");
+}
+
+/// The image without its border.
+Image Crop(Image image, int crop) {
+    if (crop == 0) return image;
+    Image inside(KyiAllocImageData(image->Width - 2 * crop, image->Height - 2 * crop, image->Format));
+    if (!inside) throw Failure("out of memory for " + DescribeImage(*image));
+    const std::int32_t rect[4] = {crop, crop, inside->Width - 1, inside->Height - 1};
+    KyiClipImage(image.get(), inside.get(), rect);
+    return inside;
+}
+
+std::vector<float> Crop(const HeightMap& map, int crop) {
+    std::vector<float> inside;
+    for (int y = crop; y < map.Height - crop; ++y) {
+        const auto row = map.Values.begin() + static_cast<std::ptrdiff_t>(y) * map.Width;
+        inside.insert(inside.end(), row + crop, row + (map.Width - crop));
+    }
+    return inside;
+}
+
+std::string Line(const char* name, const char* format, double value) {
+    char number[64];
+    std::snprintf(number, sizeof number, format, value);
+    char line[128];
+    std::snprintf(line, sizeof line, "%-26s%s\n", name, number);
+    return line;
+}
+
+void Run(const CompareOptions& options) {
+    const bool firstIsMap = IsHeightMapFile(options.First);
+    const bool secondIsMap = IsHeightMapFile(options.Second);
+    if (firstIsMap != secondIsMap) {
+        const auto kind = [](bool isMap) { return isMap ? "a height map" : "none"; };
+        FailMisfit(options.First, kind(firstIsMap), options.Second, kind(secondIsMap));
+    }
+    const std::string text =
+        firstIsMap ? DescribeComparison(CompareHeightFiles(options.First, options.Second, options.Crop), options.Json)
+                   : DescribeComparison(CompareImageFiles(options.First, options.Second, options.Crop), options.Json);
+    std::fputs(text.c_str(), stdout);
+}
+
+} // namespace
+
+ImageComparison CompareImageFiles(const fs::path& first, const fs::path& second, int crop) {
+    Image one = LoadImage(first);
+    Image other = LoadImage(second);
+    const bool isSameKind = KyiIsFormatBgr(one->Format) == KyiIsFormatBgr(other->Format) &&
+                            KyiGetDepth(one->Format) == KyiGetDepth(other->Format);
+    if (!KyiIsSameSize(one.get(), other.get()) || !isSameKind)
+        FailMisfit(first, DescribeImage(*one), second, DescribeImage(*other));
+    CheckCrop(first, one->Width, one->Height, crop);
+    one = Crop(std::move(one), crop);
+    other = Crop(std::move(other), crop);
+    ImageComparison result;
+    result.Kind = DescribeImage(*one);
+    result.Samples = CompareSamples(*one, *other);
+    result.SignalToNoise = PeakSignalToNoise(result.Samples.MeanSquare, KyiGetMaxVal(one->Format));
+    result.Similarity = StructuralSimilarity(*one, *other);
+    return result;
+}
+
+HeightComparison CompareHeightFiles(const fs::path& first, const fs::path& second, int crop) {
+    const HeightMap one = LoadHeightMap(first);
+    const HeightMap other = LoadHeightMap(second);
+    if (one.Width != other.Width || one.Height != other.Height)
+        FailMisfit(first, SizeText(one.Width, one.Height), second, SizeText(other.Width, other.Height));
+    CheckCrop(first, one.Width, one.Height, crop);
+    const std::vector<float> oneInside = Crop(one, crop);
+    HeightComparison result;
+    result.Kind = SizeText(one.Width - 2 * crop, one.Height - 2 * crop) + " heights";
+    result.Heights = CompareHeights(oneInside, Crop(other, crop));
+    result.Holes = oneInside.size() - result.Heights.Measured;
+    if (result.Heights.Measured == 0)
+        throw Failure(DisplayPath(first) + " and " + DisplayPath(second) + ": no pixel is measured in both");
+    return result;
+}
+
+std::string DescribeComparison(const ImageComparison& comparison, bool json) {
+    const bool isEqual = comparison.Samples.Largest == 0;
+    if (json) {
+        nlohmann::ordered_json summary{{"kind", "images"}, {"compared", comparison.Kind}, {"equal", isEqual}};
+        summary["psnr_db"] = isEqual ? nlohmann::ordered_json() : nlohmann::ordered_json(comparison.SignalToNoise);
+        summary["ssim"] =
+            comparison.Similarity ? nlohmann::ordered_json(*comparison.Similarity) : nlohmann::ordered_json();
+        summary["largest_difference"] = comparison.Samples.Largest;
+        summary["mean_difference"] = comparison.Samples.Mean;
+        summary["mean_absolute_difference"] = comparison.Samples.MeanAbsolute;
+        return summary.dump(2) + "\n";
+    }
+    std::string text = comparison.Kind + (isEqual ? ", equal\n" : "\n");
+    text += isEqual ? "PSNR                      infinite\n" : Line("PSNR", "%.2f dB", comparison.SignalToNoise);
+    text += comparison.Similarity ? Line("SSIM", "%.5f", *comparison.Similarity)
+                                  : std::string("SSIM                      none: smaller than 11 x 11 pixels\n");
+    text += Line("largest difference", "%.0f levels", comparison.Samples.Largest);
+    text += Line("mean difference", "%+.4f levels (second minus first)", comparison.Samples.Mean);
+    text += Line("mean absolute difference", "%.4f levels", comparison.Samples.MeanAbsolute);
+    return text;
+}
+
+std::string DescribeComparison(const HeightComparison& comparison, bool json) {
+    const HeightDifferences& heights = comparison.Heights;
+    if (json) {
+        const nlohmann::ordered_json summary{{"kind", "heights"},
+                                             {"compared", comparison.Kind},
+                                             {"rmse", heights.RootMeanSquare},
+                                             {"mean_difference", heights.Mean},
+                                             {"largest_difference", heights.Largest},
+                                             {"measured", heights.Measured},
+                                             {"holes", comparison.Holes}};
+        return summary.dump(2) + "\n";
+    }
+    std::string text = comparison.Kind + ", in the unit of the files\n";
+    text += Line("RMSE", "%.6g", heights.RootMeanSquare);
+    text += Line("mean difference", "%+.6g (second minus first)", heights.Mean);
+    text += Line("largest difference", "%.6g", heights.Largest);
+    text += Line("holes", "%.0f pixels not measured in both", static_cast<double>(comparison.Holes));
+    return text;
+}
+
+void AddCompareCommand(CLI::App& program) {
+    CLI::App& command = *program.add_subcommand("compare", "Tell how far two images or two height maps are apart");
+    command.footer("Images: 8 or 16 bits, gray or colour, of one size and kind. Height maps: 32-bit float TIFF.\n"
+                   "SSIM is taken on gray with a Gaussian window of 11 x 11 pixels, sigma 1.5 (Wang et al. 2004).");
+    const auto options = std::make_shared<CompareOptions>();
+    command.add_option("first", options->First, "Image or height map, such as the truth")
+        ->required()
+        ->type_name("FILE");
+    command.add_option("second", options->Second, "Image or height map to compare with it")
+        ->required()
+        ->type_name("FILE");
+    command.add_option("--crop", options->Crop, "Border to ignore, in pixels")
+        ->check(CLI::Range(0, 1000000))
+        ->capture_default_str();
+    command.add_flag("--json", options->Json, "Print one JSON object");
+    command.callback([options] { Run(*options); });
+}
+
+} // namespace app

@@ -1,0 +1,129 @@
+#include "height_map_file.h"
+
+#include <cstdarg>
+#include <cstdint>
+#include <cstdio>
+#include <limits>
+#include <memory>
+
+#include <tiffio.h>
+
+#include "errors.h"
+#include "images.h"
+
+namespace app {
+namespace {
+
+constexpr std::uint32_t kRowsPerStrip = 64;
+
+struct CloseTiff {
+    void operator()(TIFF* tiff) const { TIFFClose(tiff); }
+};
+struct FreeOptions {
+    void operator()(TIFFOpenOptions* options) const { TIFFOpenOptionsFree(options); }
+};
+using Tiff = std::unique_ptr<TIFF, CloseTiff>;
+
+/// Keeps the first message of a file: later ones are consequences.
+int KeepMessage(TIFF*, void* user, const char*, const char* format, va_list arguments) {
+    auto& reason = *static_cast<std::string*>(user);
+    if (reason.empty()) {
+        char text[400];
+        std::vsnprintf(text, sizeof text, format, arguments);
+        reason = text;
+    }
+    return 1;
+}
+int DropMessage(TIFF*, void*, const char*, const char*, va_list) { return 1; }
+
+/// Null, with `reason` set, when the file can't be opened. `reason` must outlive the handle.
+Tiff Open(const std::filesystem::path& file, const char* mode, std::string& reason) {
+    const std::unique_ptr<TIFFOpenOptions, FreeOptions> options(TIFFOpenOptionsAlloc());
+    if (!options) throw std::bad_alloc();
+    TIFFOpenOptionsSetErrorHandlerExtR(options.get(), KeepMessage, &reason);
+    TIFFOpenOptionsSetWarningHandlerExtR(options.get(), DropMessage, nullptr);
+    return Tiff(TIFFOpenExt(file.c_str(), mode, options.get()));
+}
+
+[[noreturn]] void Fail(const std::filesystem::path& file, const std::string& reason) {
+    throw Failure(DisplayPath(file) + ": " + reason);
+}
+
+bool HoldsHeights(TIFF* tiff) {
+    std::uint16_t bits = 0;
+    std::uint16_t samples = 0;
+    std::uint16_t kind = 0;
+    TIFFGetFieldDefaulted(tiff, TIFFTAG_BITSPERSAMPLE, &bits);
+    TIFFGetFieldDefaulted(tiff, TIFFTAG_SAMPLESPERPIXEL, &samples);
+    TIFFGetFieldDefaulted(tiff, TIFFTAG_SAMPLEFORMAT, &kind);
+    return bits == 32 && samples == 1 && kind == SAMPLEFORMAT_IEEEFP;
+}
+
+HeightMap EmptyMap(TIFF* tiff, const std::filesystem::path& file) {
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &width);
+    TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &height);
+    constexpr std::uint64_t kMostPixels = std::numeric_limits<std::int32_t>::max() / sizeof(float);
+    if (width == 0 || height == 0 || std::uint64_t{width} * height > kMostPixels) Fail(file, "size out of range");
+    HeightMap map{static_cast<int>(width), static_cast<int>(height), {}};
+    map.Values.resize(std::size_t{width} * height);
+    return map;
+}
+
+void WriteRows(TIFF* tiff, const HeightMap& map, const std::string& description) {
+    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, static_cast<std::uint32_t>(map.Width));
+    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, static_cast<std::uint32_t>(map.Height));
+    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 32);
+    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
+    TIFFSetField(tiff, TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_IEEEFP);
+    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
+    TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+    TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_NONE);
+    TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, kRowsPerStrip);
+    TIFFSetField(tiff, TIFFTAG_IMAGEDESCRIPTION, description.c_str());
+    std::vector<float> row(static_cast<std::size_t>(map.Width)); // libtiff takes its rows as changeable memory
+    for (int y = 0; y < map.Height; ++y) {
+        const auto first = map.Values.begin() + static_cast<std::ptrdiff_t>(y) * map.Width;
+        row.assign(first, first + map.Width);
+        if (TIFFWriteScanline(tiff, row.data(), static_cast<std::uint32_t>(y), 0) < 0) return;
+    }
+    TIFFFlush(tiff);
+}
+
+} // namespace
+
+bool IsHeightMapFile(const std::filesystem::path& file) {
+    std::string reason;
+    const Tiff tiff = Open(file, "r", reason);
+    return tiff && HoldsHeights(tiff.get());
+}
+
+HeightMap LoadHeightMap(const std::filesystem::path& file) {
+    std::string reason;
+    const Tiff tiff = Open(file, "r", reason);
+    if (!tiff) Fail(file, reason.empty() ? "cannot be read" : reason);
+    if (!HoldsHeights(tiff.get())) Fail(file, "not a height map (expected a TIFF of one 32-bit float a pixel)");
+    if (TIFFIsTiled(tiff.get())) Fail(file, "height map in tiles (expected strips)");
+    HeightMap map = EmptyMap(tiff.get(), file);
+    for (int y = 0; y < map.Height; ++y) {
+        float* row = map.Values.data() + static_cast<std::ptrdiff_t>(y) * map.Width;
+        if (TIFFReadScanline(tiff.get(), row, static_cast<std::uint32_t>(y), 0) < 0)
+            Fail(file, reason.empty() ? "damaged or cut short" : reason);
+    }
+    return map;
+}
+
+void SaveHeightMap(const std::filesystem::path& file, const HeightMap& map, const std::string& description) {
+    std::string reason;
+    {
+        const Tiff tiff = Open(file, "w", reason);
+        if (tiff)
+            WriteRows(tiff.get(), map, description);
+        else if (reason.empty())
+            reason = "cannot be opened";
+    } // closing writes what is left and may still fail
+    if (!reason.empty()) Fail(file, "cannot be written: " + reason);
+}
+
+} // namespace app

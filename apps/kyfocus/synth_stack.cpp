@@ -1,0 +1,170 @@
+#include "synth_stack.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <charconv>
+#include <cstdio>
+#include <exception>
+#include <fstream>
+#include <system_error>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "errors.h"
+#include "height_map_file.h"
+#include "output_files.h"
+#include "synth_frame.h"
+
+namespace app {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kHeightMapName = "truth_height.tif";
+constexpr const char* kHeightsName = "heights.txt";
+constexpr const char* kGeometryName = "truth.json";
+
+/// Shortest text that reads back as the same number.
+std::string NumberText(double value) {
+    std::array<char, 32> text{};
+    const auto [end, error] = std::to_chars(text.data(), text.data() + text.size(), value);
+    return error == std::errc() ? std::string(text.data(), end) : std::string("0");
+}
+
+void CheckTogether(const SynthOptions& options) {
+    if (options.Format == "jpg" && options.Bits == 16)
+        throw UsageError("--bits 16 with --format jpg: JPEG holds 8 bits, expected png, tif or bmp");
+    const double lastScale = GeometryOf(options, options.Frames - 1).Scale;
+    if (lastScale < 0.5 || lastScale > 2.0)
+        throw UsageError("--breathing: the last frame would be scaled by " + NumberText(lastScale) +
+                         ", expected 0.5 to 2");
+    const FrameGeometry last = GeometryOf(options, options.Frames - 1);
+    if (std::abs(last.DriftX) > options.Width || std::abs(last.DriftY) > options.Height)
+        throw UsageError("--drift: the last frame would show nothing of the first");
+}
+
+void WriteText(const fs::path& file, const std::string& text) {
+    std::ofstream stream(file, std::ios::binary);
+    stream << text;
+    stream.close();
+    if (!stream) throw Failure(DisplayPath(file) + ": cannot be written");
+}
+
+std::string HeightsText(const SynthOptions& options) {
+    std::string text = "# focus position of each frame, um\n";
+    for (int frame = 0; frame < options.Frames; ++frame)
+        text += FrameName(options, frame) + " " + NumberText(options.FocusOf(frame)) + "\n";
+    return text;
+}
+
+std::string GeometryText(const SynthOptions& options) {
+    const HeightRange range = RangeOfHeights(options);
+    nlohmann::ordered_json truth{
+        {"image", TruthName(options)},
+        {"height_map", kHeightMapName},
+        {"unit", "um"},
+        {"lowest_possible_height", range.Low},
+        {"highest_possible_height", range.High},
+        {"width", options.Width},
+        {"height", options.Height},
+        {"seed", options.Seed},
+        {"geometry", "a point at q in the truth lies at centre + scale * (q - centre) + drift_px in a frame; "
+                     "centre = ((width - 1) / 2, (height - 1) / 2)"}};
+    for (int frame = 0; frame < options.Frames; ++frame) {
+        const FrameGeometry geometry = GeometryOf(options, frame);
+        truth["frames"].push_back({{"file", FrameName(options, frame)},
+                                   {"focus", options.FocusOf(frame)},
+                                   {"drift_px", {geometry.DriftX, geometry.DriftY}},
+                                   {"scale", geometry.Scale}});
+    }
+    return truth.dump(2) + "\n";
+}
+
+HeightMap TrueHeights(const SynthOptions& options, const Scene& scene) {
+    HeightMap map{options.Width, options.Height, {}};
+    for (int y = 0; y < options.Height; ++y) {
+        const float* row = scene.HeightRow(y + scene.Margin) + scene.Margin;
+        map.Values.insert(map.Values.end(), row, row + options.Width);
+    }
+    return map;
+}
+
+/// Runs step(0), step(1), ... on all threads. Throws what the first of those that failed threw.
+template <typename Step> void ForEachFrame(int frames, const Step& step) {
+    std::vector<std::exception_ptr> failures(static_cast<std::size_t>(frames));
+    std::atomic<bool> hasFailed = false;
+#pragma omp parallel for schedule(dynamic, 1)
+    for (int frame = 0; frame < frames; ++frame) {
+        if (hasFailed) continue;
+        try {
+            step(frame);
+        } catch (...) {
+            failures[static_cast<std::size_t>(frame)] = std::current_exception();
+            hasFailed = true;
+        }
+    }
+    for (const std::exception_ptr& failure : failures)
+        if (failure) std::rethrow_exception(failure);
+}
+
+/// The stack's files, all taken up before the work begins.
+class StackFiles {
+  public:
+    explicit StackFiles(const SynthOptions& options) : m_folder(options.Folder) {
+        std::error_code error;
+        fs::create_directories(m_folder, error);
+        if (!fs::is_directory(m_folder))
+            throw Failure(DisplayPath(m_folder) + ": folder cannot be made" + (error ? ": " + error.message() : ""));
+        for (int frame = 0; frame < options.Frames; ++frame) m_files.Add(m_folder / FrameName(options, frame));
+        for (const std::string& name :
+             {TruthName(options), std::string(kHeightMapName), std::string(kHeightsName), std::string(kGeometryName)})
+            m_files.Add(m_folder / name);
+    }
+
+    template <typename Save> void Write(const std::string& name, const Save& save) {
+        m_files.Write(m_folder / name, save);
+    }
+    void Commit() { m_files.Commit(); }
+
+  private:
+    fs::path m_folder;
+    OutputFiles m_files;
+};
+
+} // namespace
+
+std::string FrameName(const SynthOptions& options, int frame) {
+    std::array<char, 32> name{};
+    std::snprintf(name.data(), name.size(), "frame_%03d.", frame);
+    return name.data() + options.Format;
+}
+
+std::string TruthName(const SynthOptions& options) {
+    return "truth_image." + (options.Format == "jpg" ? "png" : options.Format);
+}
+
+void WriteStack(const SynthOptions& options) {
+    CheckTogether(options);
+    StackFiles files(options);
+    Scene scene = MakeScene(options, MarginOf(options));
+    const BlurLayers layers(scene, WidestBlurOf(options));
+    const auto save = [](const Image& image) {
+        return [&image](const fs::path& file) { SaveImage(file, *image); };
+    };
+    const Image truth = MakeTruth(options, scene, layers);
+    files.Write(TruthName(options), save(truth));
+    files.Write(kHeightMapName, [&](const fs::path& file) {
+        SaveHeightMap(file, TrueHeights(options, scene), "heights of the surface in um");
+    });
+    files.Write(kHeightsName, [&](const fs::path& file) { WriteText(file, HeightsText(options)); });
+    files.Write(kGeometryName, [&](const fs::path& file) { WriteText(file, GeometryText(options)); });
+    ForEachFrame(options.Frames, [&](int frame) {
+        const Image image = MakeFrame(options, scene, layers, frame);
+        files.Write(FrameName(options, frame), save(image));
+    });
+    files.Commit();
+}
+
+} // namespace app

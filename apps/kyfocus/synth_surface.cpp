@@ -1,0 +1,79 @@
+#include "synth_surface.h"
+
+#include <algorithm>
+#include <cmath>
+#include <span>
+
+#include "synth_texture.h"
+
+namespace app {
+namespace {
+
+constexpr double kBrightestGlare = 4.0; // whites that a sample of a scene with glare can hold
+constexpr float kMostShading = 0.22F;
+
+std::size_t Index(int value) { return static_cast<std::size_t>(value); }
+
+void MakeHeights(const SynthOptions& options, Scene& scene) {
+#pragma omp parallel
+    {
+        std::vector<float> row(Index(scene.Width));
+#pragma omp for schedule(static)
+        for (int y = 0; y < scene.Height; ++y) {
+            MakeHeightRow(options, -scene.Margin, y - scene.Margin, row);
+            std::copy(row.begin(), row.end(), scene.Heights.begin() + static_cast<std::ptrdiff_t>(y) * scene.Width);
+        }
+    }
+}
+
+/// Brightening of row y by the surface's slope towards the light at the top left.
+void ShadeRow(const Scene& scene, int y, float perUm, std::vector<float>& slope) {
+    const float* above = scene.HeightRow(std::max(y - 1, 0));
+    const float* below = scene.HeightRow(std::min(y + 1, scene.Height - 1));
+    for (int x = 0; x < scene.Width; ++x) {
+        const float rise = below[std::min(x + 1, scene.Width - 1)] - above[std::max(x - 1, 0)];
+        slope[Index(x)] = std::clamp(perUm * rise, -kMostShading, kMostShading);
+    }
+}
+
+void StoreRow(std::span<const float> light, double white, std::uint16_t* samples) {
+    for (std::size_t i = 0; i < light.size(); ++i)
+        samples[i] = static_cast<std::uint16_t>(std::min(static_cast<double>(light[i]) * white + 0.5, 65535.0));
+}
+
+void MakePicture(const SynthOptions& options, Scene& scene) {
+    const HeightRange range = RangeOfHeights(options);
+    const double span = range.High - range.Low;
+    const double shorter = std::min(options.Width, options.Height);
+    const auto perUm = static_cast<float>(span > 0.0 ? 0.04 * shorter / span : 0.0);
+#pragma omp parallel
+    {
+        Texture texture(options.Seed, -scene.Margin, scene.Width, scene.Channels, options.Glare);
+        std::vector<float> slope(Index(scene.Width));
+        std::vector<float> light(scene.RowSamples());
+#pragma omp for schedule(static)
+        for (int y = 0; y < scene.Height; ++y) {
+            ShadeRow(scene, y, perUm, slope);
+            texture.MakeRow(y - scene.Margin, slope, light);
+            StoreRow(light, scene.White, scene.Samples.data() + Index(y) * scene.RowSamples());
+        }
+    }
+}
+
+} // namespace
+
+Scene MakeScene(const SynthOptions& options, int margin) {
+    Scene scene;
+    scene.Width = options.Width + 2 * margin;
+    scene.Height = options.Height + 2 * margin;
+    scene.Margin = margin;
+    scene.Channels = options.Gray ? 1 : 3;
+    if (options.Glare) scene.White = 65535.0 / kBrightestGlare;
+    scene.Heights.resize(Index(scene.Width) * Index(scene.Height));
+    scene.Samples.resize(scene.RowSamples() * Index(scene.Height));
+    MakeHeights(options, scene);
+    MakePicture(options, scene);
+    return scene;
+}
+
+} // namespace app
