@@ -36,7 +36,8 @@ void GrayRow(const KyiImageData& source, const KyiImageData& destination, std::i
         const auto count = static_cast<std::size_t>(std::min(kBlock, source.Width - x));
         const std::uint8_t* const pixels = PixelAddress(source, x, y);
         for (std::int32_t c = 0; c < 3; ++c)
-            WidenRun(pixels + ChannelOffset(source, c), source.PixelBytes, planes[static_cast<std::size_t>(c)].data(), count);
+            WidenRun(pixels + ChannelOffset(source, c), source.PixelBytes, planes[static_cast<std::size_t>(c)].data(),
+                     count);
         MixToGray(planes[0].data(), planes[1].data(), planes[2].data(), gray.data(), count);
         NarrowRun(gray.data(), destination.PixelBytes, PixelAddress(destination, x, y), count);
     }
@@ -48,6 +49,7 @@ void GrayRow(const KyiImageData& source, const KyiImageData& destination, std::i
 
 void KyiTransformToGray(const KyiImageData* source, KyiImageData* destination, int32_t) {
     if (!KyiIsSameSize(source, destination) || kyi::SamplesPerPixel(*source) < 3) return;
-    if (kyi::SamplesPerPixel(*destination) != 1 || kyi::IsWideSample(*source) != kyi::IsWideSample(*destination)) return;
+    if (kyi::SamplesPerPixel(*destination) != 1 || kyi::IsWideSample(*source) != kyi::IsWideSample(*destination))
+        return;
     for (int32_t y = 0; y < source->Height; ++y) kyi::GrayRow(*source, *destination, y);
 }

@@ -31,7 +31,8 @@ void RepeatPixel(const std::uint8_t* pixel, std::uint8_t* out, std::int64_t coun
 }
 
 /// Row y of source from column x on, `count` pixels, with the edges repeated beyond it.
-void ClipRow(const KyiImageData& source, std::int64_t x, std::int64_t y, std::uint8_t* out, std::int64_t count) noexcept {
+void ClipRow(const KyiImageData& source, std::int64_t x, std::int64_t y, std::uint8_t* out,
+             std::int64_t count) noexcept {
     const std::int64_t width = source.Width;
     const auto pixelBytes = static_cast<std::size_t>(source.PixelBytes);
     const auto row = static_cast<std::int32_t>(std::clamp<std::int64_t>(y, 0, source.Height - 1));

@@ -67,7 +67,8 @@ void KyiSetLinePixel(KyiImageData* image, int32_t x, int32_t y, int32_t channel,
                    covered.Last - covered.First);
 }
 
-void KyiGetVLinePixel(const KyiImageData* image, int32_t x, int32_t y, int32_t channel, int32_t* values, int32_t count) {
+void KyiGetVLinePixel(const KyiImageData* image, int32_t x, int32_t y, int32_t channel, int32_t* values,
+                      int32_t count) {
     if (!image || !values || count < 1) return;
     const int32_t offset = kyi::ChannelOffset(*image, channel);
     if (offset < 0) return;
@@ -82,7 +83,8 @@ void KyiGetVLinePixel(const KyiImageData* image, int32_t x, int32_t y, int32_t c
                     kyi::SampleAt(*image, column, image->Height - 1, offset), values, static_cast<std::size_t>(count));
 }
 
-void KyiSetVLinePixel(KyiImageData* image, int32_t x, int32_t y, int32_t channel, const int32_t* values, int32_t count) {
+void KyiSetVLinePixel(KyiImageData* image, int32_t x, int32_t y, int32_t channel, const int32_t* values,
+                      int32_t count) {
     if (!image || !values || count < 1 || x < 0 || x >= image->Width) return;
     const int32_t offset = kyi::ChannelOffset(*image, channel);
     const kyi::Covered covered = kyi::Cover(y, count, image->Height);

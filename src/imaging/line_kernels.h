@@ -7,8 +7,8 @@
 
 namespace kyi {
 
-/// values[i] = sample i of a run whose samples lie `PixelBytes` apart from `sample` on. `pixelBytes` is 1, 2, 3, 4 or 6;
-/// 2 and 6 have 16-bit samples. Reads no byte beyond the last sample.
+/// values[i] = sample i of a run whose samples lie `PixelBytes` apart from `sample` on. `pixelBytes` is 1, 2, 3, 4 or
+/// 6; 2 and 6 have 16-bit samples. Reads no byte beyond the last sample.
 void WidenRun(const std::uint8_t* sample, std::int32_t pixelBytes, std::int32_t* values, std::size_t count) noexcept;
 
 /// The way back: the low 8 or 16 bits of values[i] become sample i. Bytes between the samples stay.

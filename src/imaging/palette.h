@@ -1,5 +1,5 @@
-/// The palette object of an image: 256 colours that a display may show one-channel samples in. Pixel values and files do
-/// not depend on it; it travels with the image.
+/// The palette object of an image: 256 colours that a display may show one-channel samples in. Pixel values and files
+/// do not depend on it; it travels with the image.
 #ifndef KYFOCUS_IMAGING_PALETTE_H
 #define KYFOCUS_IMAGING_PALETTE_H
 

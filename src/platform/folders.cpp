@@ -17,6 +17,7 @@ namespace platform {
 namespace {
 
 constexpr std::size_t kEntriesPerSearch = 256;
+constexpr useconds_t kPauseMicroseconds = 2000;
 
 struct CloseFolder {
     void operator()(DIR* folder) const noexcept { closedir(folder); }
@@ -41,10 +42,15 @@ bool IsFolder(int folder, const dirent& entry) {
     return fstatat(folder, entry.d_name, &state, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(state.st_mode);
 }
 
-/// One search from the start, then the deletions. False when the search found nothing.
-bool DeleteOneBatch(const std::string& folder, std::string_view part) {
+struct Batch {
+    std::size_t Found;
+    std::size_t Deleted;
+};
+
+/// One search from the start, then the deletions.
+Batch DeleteOneBatch(const std::string& folder, std::string_view part) {
     const std::unique_ptr<DIR, CloseFolder> search(opendir(folder.c_str()));
-    if (!search) return false;
+    if (!search) return {0, 0};
     std::array<std::string, kEntriesPerSearch> names;
     std::size_t count = 0;
     while (count < names.size()) {
@@ -53,8 +59,10 @@ bool DeleteOneBatch(const std::string& folder, std::string_view part) {
         if (std::string_view(entry->d_name).find(part) == std::string_view::npos) continue;
         if (!IsFolder(dirfd(search.get()), *entry)) names[count++] = entry->d_name;
     }
-    for (std::size_t i = 0; i < count; ++i) unlinkat(dirfd(search.get()), names[i].c_str(), 0);
-    return count > 0;
+    Batch batch{count, 0};
+    for (std::size_t i = 0; i < count; ++i)
+        if (unlinkat(dirfd(search.get()), names[i].c_str(), 0) == 0) ++batch.Deleted;
+    return batch;
 }
 
 } // namespace
@@ -64,10 +72,12 @@ std::wstring PerUserFolder() { return FolderOfMaker("XDG_CONFIG_HOME", ".config"
 std::wstring IntermediateCodeFolder() { return FolderOfMaker("XDG_CACHE_HOME", ".cache", "KYFocus"); }
 
 void DeleteFilesContaining(const wchar_t* folder, const wchar_t* part) {
-    if (!folder || !part || !*folder) return;
+    if (!folder || !part || !*folder || !*part) return;
     const std::string path = ToUtf8(folder);
     const std::string wanted = ToUtf8(part);
-    while (DeleteOneBatch(path, wanted)) {
+    for (Batch batch = DeleteOneBatch(path, wanted); batch.Found > 0; batch = DeleteOneBatch(path, wanted)) {
+        // What cannot be deleted now may be held for long; leave the processor to its holder.
+        if (batch.Deleted == 0) usleep(kPauseMicroseconds);
     }
 }
 

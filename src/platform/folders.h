@@ -15,7 +15,8 @@ std::wstring PerUserFolder();
 std::wstring IntermediateCodeFolder();
 
 /// Deletes the plain entries (no folders) of `folder` whose name contains `part`. Goes on until a search finds none, at
-/// most 256 entries a search; an entry that cannot be deleted is found again, so that the call lasts as long as it stays.
+/// most 256 entries a search; an entry that cannot be deleted is found again, so that the call lasts as long as it
+/// stays. A null or empty argument ends it at once.
 void DeleteFilesContaining(const wchar_t* folder, const wchar_t* part);
 
 } // namespace platform

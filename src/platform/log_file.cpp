@@ -27,7 +27,8 @@ std::string LogStamp() {
 void AppendToLogFile(const std::string& path, std::string_view text) noexcept {
     const int before = errno;
     // A pipe with the name of the log would otherwise hold the caller until someone reads it.
-    const int file = open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0600);
+    const int file =
+        open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0600);
     if (file >= 0) {
         struct stat state {};
         if (fstat(file, &state) == 0 && S_ISREG(state.st_mode))

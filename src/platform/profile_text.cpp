@@ -19,7 +19,8 @@ std::string_view Trim(std::string_view text) {
 }
 
 std::string_view WithoutQuotes(std::string_view text) {
-    const bool isQuoted = text.size() >= 2 && text.front() == text.back() && (text.front() == '"' || text.front() == '\'');
+    const bool isQuoted =
+        text.size() >= 2 && text.front() == text.back() && (text.front() == '"' || text.front() == '\'');
     return isQuoted ? text.substr(1, text.size() - 2) : text;
 }
 
@@ -28,7 +29,8 @@ char LowerCase(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A'
 // Half a pair of surrogates becomes a replacement character on the way to UTF-8.
 std::string FromUtf16(std::string_view bytes) {
     const auto unit = [&](std::size_t i) {
-        return static_cast<std::uint32_t>(static_cast<std::uint8_t>(bytes[i]) | static_cast<std::uint8_t>(bytes[i + 1]) << 8);
+        return static_cast<std::uint32_t>(static_cast<std::uint8_t>(bytes[i]) | static_cast<std::uint8_t>(bytes[i + 1])
+                                                                                    << 8);
     };
     std::wstring wide;
     wide.reserve(bytes.size() / 2);
