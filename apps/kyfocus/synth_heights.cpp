@@ -72,7 +72,7 @@ double Mixed(const Spot& spot, double rough) {
 /// Hills at all scales from half the shorter side down to a few pixels, lower the smaller they are; 0 to 1 around 0.5.
 std::vector<float> RoughRow(const SynthOptions& options, int left, int y, std::size_t count) {
     std::vector<float> row(count, 0.5F);
-    float amplitude = 1.1F;
+    float amplitude = 0.8F;
     std::uint64_t seed = MixBits(options.Seed ^ kHeightSalt);
     for (double cell = std::min(options.Width, options.Height) / 2.0; cell > 12.0; cell /= 2.0) {
         AddNoiseRow({seed, cell, cell, amplitude}, left, y, row);

@@ -150,9 +150,7 @@ void WriteStack(const SynthOptions& options) {
     StackFiles files(options);
     Scene scene = MakeScene(options, MarginOf(options));
     const BlurLayers layers(scene, WidestBlurOf(options));
-    const auto save = [](const Image& image) {
-        return [&image](const fs::path& file) { SaveImage(file, *image); };
-    };
+    const auto save = [](const Image& image) { return [&image](const fs::path& file) { SaveImage(file, *image); }; };
     const Image truth = MakeTruth(options, scene, layers);
     files.Write(TruthName(options), save(truth));
     files.Write(kHeightMapName, [&](const fs::path& file) {

@@ -10,7 +10,7 @@ namespace app {
 namespace {
 
 constexpr double kBrightestGlare = 4.0; // whites that a sample of a scene with glare can hold
-constexpr float kMostShading = 0.22F;
+constexpr float kMostShading = 0.40F;
 
 std::size_t Index(int value) { return static_cast<std::size_t>(value); }
 
@@ -36,6 +36,14 @@ void ShadeRow(const Scene& scene, int y, float perUm, std::vector<float>& slope)
     }
 }
 
+/// Heights of row y as parts of the range; 0 for a range of nothing.
+void PartRow(const Scene& scene, int y, const HeightRange& range, std::vector<float>& part) {
+    const float* heights = scene.HeightRow(y);
+    const double span = range.High - range.Low;
+    for (std::size_t x = 0; x < part.size(); ++x)
+        part[x] = span > 0.0 ? static_cast<float>((static_cast<double>(heights[x]) - range.Low) / span) : 0.0F;
+}
+
 void StoreRow(std::span<const float> light, double white, std::uint16_t* samples) {
     for (std::size_t i = 0; i < light.size(); ++i)
         samples[i] = static_cast<std::uint16_t>(std::min(static_cast<double>(light[i]) * white + 0.5, 65535.0));
@@ -45,16 +53,18 @@ void MakePicture(const SynthOptions& options, Scene& scene) {
     const HeightRange range = RangeOfHeights(options);
     const double span = range.High - range.Low;
     const double shorter = std::min(options.Width, options.Height);
-    const auto perUm = static_cast<float>(span > 0.0 ? 0.04 * shorter / span : 0.0);
+    const auto perUm = static_cast<float>(span > 0.0 ? 0.06 * shorter / span : 0.0);
 #pragma omp parallel
     {
         Texture texture(options.Seed, -scene.Margin, scene.Width, scene.Channels, options.Glare);
         std::vector<float> slope(Index(scene.Width));
+        std::vector<float> part(slope.size());
         std::vector<float> light(scene.RowSamples());
 #pragma omp for schedule(static)
         for (int y = 0; y < scene.Height; ++y) {
             ShadeRow(scene, y, perUm, slope);
-            texture.MakeRow(y - scene.Margin, slope, light);
+            PartRow(scene, y, range, part);
+            texture.MakeRow(y - scene.Margin, slope, part, light);
             StoreRow(light, scene.White, scene.Samples.data() + Index(y) * scene.RowSamples());
         }
     }

@@ -22,7 +22,8 @@ enum Salt : std::uint64_t {
 };
 
 constexpr std::size_t kReliefLayers = 8;
-constexpr float kShading = 0.30F; // light of a relief that rises by one towards the light
+constexpr float kMaterialByHeight = 0.9F;
+constexpr float kShading = 0.26F; // light of a relief that rises by one towards the light
 constexpr float kDarkest = 0.06F; // light stays this far from black, and from white
 constexpr std::array<float, 3> kBronze{0.66F, 0.50F, 0.34F};
 constexpr std::array<float, 3> kSteel{0.47F, 0.50F, 0.54F};
@@ -36,7 +37,7 @@ void MakeReliefRow(std::uint64_t seed, int left, int y, std::vector<float>& row)
     std::fill(row.begin(), row.end(), 0.0F);
     double cell = 1.6;
     for (std::size_t layer = 0; layer < kReliefLayers; ++layer) {
-        const float amplitude = 0.85F * static_cast<float>(std::sqrt(cell) * std::sqrt(std::sqrt(cell)));
+        const float amplitude = 0.95F * static_cast<float>(std::sqrt(cell));
         AddNoiseRow({SeedOf(seed, kReliefSalt, layer), cell, cell, amplitude}, left, y, row);
         cell *= 1.9;
     }
@@ -72,11 +73,11 @@ void Texture::LoadRelief(int y) {
     m_reliefRow = y;
 }
 
-void Texture::LoadMaterial(int y) {
-    std::fill(m_material.begin(), m_material.end(), 0.0F);
+void Texture::LoadMaterial(int y, std::span<const float> part) {
+    for (std::size_t x = 0; x < m_width; ++x) m_material[x] = kMaterialByHeight * (part[x] - 0.5F);
     float amplitude = 1.0F;
     std::size_t layer = 0;
-    for (double cell = 230.0; cell > 4.0; cell /= 2.1, amplitude *= 0.62F)
+    for (double cell = 230.0; cell > 4.0; cell /= 2.1, amplitude *= 0.66F)
         AddNoiseRow({SeedOf(m_seed, kMaterialSalt, layer++), cell, cell, amplitude}, m_left, y, m_material);
     std::fill(m_marks.begin(), m_marks.end(), 0.0F);
     AddNoiseRow({SeedOf(m_seed, kMarkSalt, 0), 85.0, 1.5, 0.55F}, m_left, y, m_marks);
@@ -100,16 +101,18 @@ void Texture::LoadBrightness(int y, std::span<const float> slope) {
 
 void Texture::AddGlare(int y, std::span<float> light) const {
     const auto shine = [&](std::size_t x, float inside, std::uint64_t bits) {
-        const float strength = (1.5F + 2.0F * Fraction(bits)) * std::min(1.0F, 1.6F * inside);
+        const float ragged =
+            std::clamp(1.6F * inside + 0.9F * m_brightness[x], 0.0F, 1.0F); // light catches on the relief
+        const float strength = (1.5F + 2.0F * Fraction(bits)) * ragged;
         for (std::size_t channel = 0; channel < m_channels; ++channel) light[x * m_channels + channel] += strength;
     };
     PaintSpotRow({SeedOf(m_seed, kGlareSalt, 0), 37, 0.10F, 1.5F, 4.0F}, m_left, y, static_cast<int>(m_width), shine);
     PaintSpotRow({SeedOf(m_seed, kGlareSalt, 1), 170, 0.30F, 6.0F, 26.0F}, m_left, y, static_cast<int>(m_width), shine);
 }
 
-void Texture::MakeRow(int y, std::span<const float> slope, std::span<float> light) {
+void Texture::MakeRow(int y, std::span<const float> slope, std::span<const float> part, std::span<float> light) {
     LoadRelief(y);
-    LoadMaterial(y);
+    LoadMaterial(y, part);
     LoadBrightness(y, slope);
     for (std::size_t x = 0; x < m_width; ++x) {
         const float steel = SmoothStep(-0.12F, 0.12F, m_material[x]);

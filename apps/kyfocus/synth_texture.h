@@ -17,13 +17,14 @@ class Texture {
     Texture(std::uint64_t seed, int left, int width, int channels, bool glare);
 
     /// Light of row y, interleaved, 1 the camera's white. Within 0.06 to 0.94 everywhere, apart from glare.
-    /// @param slope  Rise of the surface towards the light at each pixel: brightens; 0 for a level surface.
+    /// @param slope  Brightening by the surface's rise towards the light at each pixel; 0 for a level surface.
+    /// @param part   Height as a part of the surface's range: what stands out is more of the second material.
     /// @param light  width x channels values.
-    void MakeRow(int y, std::span<const float> slope, std::span<float> light);
+    void MakeRow(int y, std::span<const float> slope, std::span<const float> part, std::span<float> light);
 
   private:
     void LoadRelief(int y);
-    void LoadMaterial(int y);
+    void LoadMaterial(int y, std::span<const float> part);
     void LoadBrightness(int y, std::span<const float> slope);
     void AddGlare(int y, std::span<float> light) const;
 
