@@ -4,10 +4,12 @@
 
 #include <CLI/CLI.hpp>
 
+#include "compare.h"
 #include "compose_command.h"
 #include "errors.h"
 #include "help_format.h"
 #include "interruption.h"
+#include "synth.h"
 
 namespace {
 
@@ -18,6 +20,8 @@ void AddCommands(CLI::App& program) {
     program.require_subcommand(1);
     program.footer("kyfocus COMMAND --help tells the options of a command.");
     app::AddComposeCommand(program);
+    app::AddSynthCommand(program);
+    app::AddCompareCommand(program);
 }
 
 int Fail(app::ExitStatus status, const char* message) {
