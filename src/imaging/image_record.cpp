@@ -8,6 +8,7 @@
 #include "imaging/formats.h"
 #include "imaging/layout.h"
 #include "imaging/palette.h"
+#include "platform/pages.h"
 
 namespace kyi {
 
@@ -34,7 +35,10 @@ std::int32_t LineBytesOf(std::int32_t width, std::int32_t pixelBytes) noexcept {
 
 void* AllocatePixels(std::size_t bytes) noexcept {
     if (bytes > kLargestBlock) return nullptr;
-    return std::aligned_alloc(kPixelAlignment, (bytes + kPixelAlignment - 1) / kPixelAlignment * kPixelAlignment);
+    const std::size_t rounded = (bytes + kPixelAlignment - 1) / kPixelAlignment * kPixelAlignment;
+    void* const block = std::aligned_alloc(kPixelAlignment, rounded);
+    if (block) platform::PreferLargePages(block, rounded);
+    return block;
 }
 
 // A block that goes into a file as a whole shall not carry what memory held before.
