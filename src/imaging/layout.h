@@ -1,4 +1,7 @@
 /// Where lines, pixels and samples lie in a pixel block.
+///
+/// imaging/ makes and holds images, gives access to their pixels, reads and writes image files and keeps the trace log.
+/// It uses platform/ and the codec libraries, and knows nothing of focus.
 #ifndef KYFOCUS_IMAGING_LAYOUT_H
 #define KYFOCUS_IMAGING_LAYOUT_H
 

@@ -1,14 +1,12 @@
 #include "platform/profile.h"
 
+#include "platform/files.h"
 #include "platform/profile_text.h"
 #include "platform/text.h"
 
-#include <cerrno>
-#include <fcntl.h>
 #include <optional>
 #include <string_view>
-#include <sys/stat.h>
-#include <unistd.h>
+#include <system_error>
 
 namespace platform {
 
@@ -17,32 +15,15 @@ namespace {
 // A profile is written by hand or key by key; what is larger is no profile.
 constexpr std::size_t kLargestProfile = std::size_t{64} << 20;
 
-// Fills `bytes` to its size, or shortens it to what the file gave.
-void ReadBytes(int file, std::string& bytes) {
-    std::size_t at = 0;
-    while (at < bytes.size()) {
-        const ssize_t got = read(file, bytes.data() + at, bytes.size() - at);
-        if (got < 0 && errno == EINTR) continue;
-        if (got <= 0) break;
-        at += static_cast<std::size_t>(got);
-    }
-    bytes.resize(at);
-}
-
 /// Empty for a file that is missing, unreadable, too large or no plain file.
-std::string ReadProfileFile(const std::string& path) {
-    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-    if (file < 0) return {};
-    struct stat state {};
-    std::string bytes;
-    const bool isProfile = fstat(file, &state) == 0 && S_ISREG(state.st_mode) && state.st_size >= 0 &&
-                           static_cast<std::size_t>(state.st_size) <= kLargestProfile;
-    if (isProfile) {
-        bytes.resize(static_cast<std::size_t>(state.st_size));
-        ReadBytes(file, bytes);
-    }
-    close(file);
+std::string ReadProfileFile(const wchar_t* path) try {
+    InputFile file(path);
+    if (file.Size() > kLargestProfile) return {};
+    std::string bytes(static_cast<std::size_t>(file.Size()), '\0');
+    bytes.resize(file.ReadAt(0, bytes.data(), bytes.size()));
     return bytes;
+} catch (const std::system_error&) {
+    return {};
 }
 
 /// Leaves `text` behind the head of the first section of that name. False when there is none.
@@ -76,7 +57,7 @@ std::wstring Cut(std::wstring text, std::size_t capacity) {
 std::wstring ReadProfileText(const wchar_t* path, const wchar_t* section, const wchar_t* key, const wchar_t* fallback,
                              std::size_t capacity) {
     if (path && section && key) {
-        const std::string text = DecodeProfile(ReadProfileFile(ToUtf8(path)));
+        const std::string text = DecodeProfile(ReadProfileFile(path));
         if (const auto value = FindValue(text, ToUtf8(section), ToUtf8(key))) return Cut(ToWide(*value), capacity);
     }
     return Cut(fallback ? fallback : L"", capacity);
