@@ -52,6 +52,8 @@ test::Image Destination(std::int32_t width, std::int32_t height, std::int32_t fo
     return test::RandomImage(width, height, format, 7);
 }
 
+std::string CaseName(const testing::TestParamInfo<std::string>& info) { return info.param; }
+
 class ReduceCases : public FilterCases {};
 TEST_P(ReduceCases, GiveTheResultOfTheModel) {
     RunFlags([&](std::int32_t flag) {
@@ -62,7 +64,7 @@ TEST_P(ReduceCases, GiveTheResultOfTheModel) {
         ExpectResult(*out);
     });
 }
-INSTANTIATE_TEST_SUITE_P(, ReduceCases, testing::ValuesIn(test::CaseNames(kTopic, "reduce")));
+INSTANTIATE_TEST_SUITE_P(, ReduceCases, testing::ValuesIn(test::CaseNames(kTopic, "reduce")), CaseName);
 
 class MirrorBorderCases : public FilterCases {};
 TEST_P(MirrorBorderCases, GiveTheResultOfTheModel) {
@@ -72,7 +74,7 @@ TEST_P(MirrorBorderCases, GiveTheResultOfTheModel) {
         ExpectResult(*out);
     });
 }
-INSTANTIATE_TEST_SUITE_P(, MirrorBorderCases, testing::ValuesIn(test::CaseNames(kTopic, "mirror_border")));
+INSTANTIATE_TEST_SUITE_P(, MirrorBorderCases, testing::ValuesIn(test::CaseNames(kTopic, "mirror_border")), CaseName);
 
 class EdgeStrengthCases : public FilterCases {};
 TEST_P(EdgeStrengthCases, GiveTheResultOfTheModel) {
@@ -83,7 +85,7 @@ TEST_P(EdgeStrengthCases, GiveTheResultOfTheModel) {
         ExpectResult(*out);
     });
 }
-INSTANTIATE_TEST_SUITE_P(, EdgeStrengthCases, testing::ValuesIn(test::CaseNames(kTopic, "edge_strength")));
+INSTANTIATE_TEST_SUITE_P(, EdgeStrengthCases, testing::ValuesIn(test::CaseNames(kTopic, "edge_strength")), CaseName);
 
 class MaximumCases : public FilterCases {};
 TEST_P(MaximumCases, GiveTheResultOfTheModel) {
@@ -94,7 +96,7 @@ TEST_P(MaximumCases, GiveTheResultOfTheModel) {
         ExpectResult(*out);
     });
 }
-INSTANTIATE_TEST_SUITE_P(, MaximumCases, testing::ValuesIn(test::CaseNames(kTopic, "maximum")));
+INSTANTIATE_TEST_SUITE_P(, MaximumCases, testing::ValuesIn(test::CaseNames(kTopic, "maximum")), CaseName);
 
 std::string PathOf(const KyfProgress& node) {
     if (!node.Parent || node.Parent == &node) return "root";
@@ -139,7 +141,7 @@ TEST_P(SplineImageCases, CallTheProgressCallbackAsTheModelDoes) {
         EXPECT_EQ(m_case.Json.at("progress_parallel_" + std::to_string(flag)), calls);
     });
 }
-INSTANTIATE_TEST_SUITE_P(, SplineImageCases, testing::ValuesIn(test::CaseNames(kTopic, "spline_image")));
+INSTANTIATE_TEST_SUITE_P(, SplineImageCases, testing::ValuesIn(test::CaseNames(kTopic, "spline_image")), CaseName);
 
 class SplineDoubleCases : public FilterCases {
   protected:
@@ -161,7 +163,7 @@ TEST_P(SplineDoubleCases, GiveTheResultOfTheModel) {
         EXPECT_TRUE(test::SameValues(expected.Values, test::ToValues(*destination)));
     });
 }
-INSTANTIATE_TEST_SUITE_P(, SplineDoubleCases, testing::ValuesIn(test::CaseNames(kTopic, "spline_double")));
+INSTANTIATE_TEST_SUITE_P(, SplineDoubleCases, testing::ValuesIn(test::CaseNames(kTopic, "spline_double")), CaseName);
 
 TEST(SplineWeights, AreThoseOfTheModel) {
     const Case data = test::LoadCase(kTopic, "spline_weights");

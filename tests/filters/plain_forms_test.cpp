@@ -1,0 +1,194 @@
+#include <algorithm>
+
+#include <gtest/gtest.h>
+
+#include "filters/double_fields.h"
+#include "filters/filters.h"
+#include "filters/shapes.h"
+#include "reference/edge_strength.h"
+#include "reference/maximum5x5.h"
+#include "reference/mirror_border.h"
+#include "reference/reduce.h"
+#include "reference/spline_double.h"
+#include "reference/spline_image.h"
+#include "support/images.h"
+
+namespace {
+
+using test::Image;
+using test::Shape;
+using test::Threads;
+
+constexpr std::uint32_t kSeed = 20240229;
+
+Image Untouched(const KyiImageData& like) { return test::RandomImage(like.Width, like.Height, like.Format, kSeed + 1); }
+
+// Runs `filter` and `plain`, both (source, destination, flag), over shapes, formats, contents and threads.
+template <typename Filter, typename Plain> void ExpectSameAsPlain(Filter filter, Plain plain) {
+    for (const Shape shape : test::kAwkwardShapes)
+        for (const std::int32_t format : test::AllFormats()) {
+            const auto sources = test::Contents(shape, format, kSeed);
+            for (std::size_t i = 0; i < sources.size(); ++i) {
+                const KyiImageData& source = *sources[i];
+                for (const bool parallel : {false, true}) {
+                    const Image expected = Untouched(source);
+                    plain(source, *expected, parallel);
+                    for (const Threads threads : test::kThreads) {
+                        if (kyf::UseParallelProcess(&source, threads.Flag) != parallel) continue;
+                        SCOPED_TRACE(test::Describe(shape, format, threads, i));
+                        const test::ThreadScope scope(threads.Count);
+                        const Image actual = Untouched(source);
+                        filter(source, *actual, threads.Flag);
+                        ASSERT_TRUE(test::SamePixelBytes(*expected, *actual));
+                    }
+                }
+            }
+        }
+}
+
+TEST(FilterEdgeStrength, EqualsThePlainFormWhateverTheThreads) {
+    ExpectSameAsPlain([](const KyiImageData& in, KyiImageData& out,
+                         KyiBool flag) { kyf::FilterEdgeStrength(&in, &out, flag); },
+                      [](const KyiImageData& in, KyiImageData& out, bool) { reference::FilterEdgeStrength(in, out); });
+}
+
+TEST(FilterMaximum5x5, EqualsThePlainFormWhateverTheThreads) {
+    ExpectSameAsPlain([](const KyiImageData& in, KyiImageData& out,
+                         KyiBool flag) { kyf::FilterMaximum5x5(&in, &out, flag); },
+                      [](const KyiImageData& in, KyiImageData& out, bool) { reference::FilterMaximum5x5(in, out); });
+}
+
+struct SplineSizes {
+    double X;
+    double Y;
+    double Scale;
+};
+
+void ExpectSameSpline(const SplineSizes& sizes, KyfProgress* (*makeNode)()) {
+    SCOPED_TRACE(testing::Message() << "sizes " << sizes.X << ", " << sizes.Y << ", scale " << sizes.Scale);
+    ExpectSameAsPlain(
+        [&](const KyiImageData& in, KyiImageData& out, KyiBool flag) {
+            KyfProgress* const node = makeNode();
+            kyf::FilterSplineImage(&in, &out, sizes.X, sizes.Y, sizes.Scale, flag, node);
+            KyfFreeProgress(node);
+        },
+        [&](const KyiImageData& in, KyiImageData& out, bool parallel) {
+            reference::FilterSplineImage(in, out, sizes.X, sizes.Y, sizes.Scale, parallel);
+        });
+}
+
+KyfProgress* NoNode() { return nullptr; }
+KyfProgress* NewNode() { return KyfAllocProgress(nullptr, nullptr); }
+
+TEST(FilterSplineImage, EqualsThePlainFormWhateverTheThreads) {
+    ExpectSameSpline({1.7, 2.3, 1.0}, NoNode);
+    ExpectSameSpline({0.0, 1.1, 1.0}, NoNode);
+    ExpectSameSpline({1.1, 0.0, 1.0}, NoNode);
+}
+
+TEST(FilterSplineImage, EqualsThePlainFormWithANode) {
+    ExpectSameSpline({12.0, 3.0, 1.0}, NewNode);
+    ExpectSameSpline({0.0, 2.0, 1.0}, NewNode);
+}
+
+TEST(FilterSplineImage, EqualsThePlainFormAtAnyScale) {
+    ExpectSameSpline({2.0, 2.0, 2.5}, NoNode);
+    ExpectSameSpline({2.0, 2.0, -3.0}, NoNode);
+    ExpectSameSpline({2.0, 1.5, 0.0}, NoNode);
+}
+
+TEST(FilterSplineImage, EqualsThePlainFormAtCutoffsThatMakeNoFilter) {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const double infinity = std::numeric_limits<double>::infinity();
+    for (const double size : {nan, infinity, 0.5, 0.25, -2.0, 1e-300, 1e9})
+        ExpectSameSpline({size, size, 1.0}, NoNode);
+}
+
+TEST(ReduceImage, EqualsThePlainFormWhateverTheThreads) {
+    for (const Shape shape : test::kAwkwardShapes)
+        for (const Shape target : {Shape{1, 1}, Shape{2, 1}, Shape{3, 2}, Shape{16, 8}, Shape{64, 15}, Shape{128, 31}}) {
+            const std::int32_t width = std::min(shape.Width, target.Width);
+            const std::int32_t height = std::min(shape.Height, target.Height);
+            for (const std::int32_t format : test::AllFormats()) {
+                const Image source = test::RandomImage(shape.Width, shape.Height, format, kSeed);
+                for (const Threads threads : test::kThreads) {
+                    SCOPED_TRACE(test::Describe(shape, format, threads, 0));
+                    const test::ThreadScope scope(threads.Count);
+                    const Image expected = test::RandomImage(width, height, format, 3);
+                    const Image actual = test::RandomImage(width, height, format, 3);
+                    reference::ReduceImage(*source, *expected, kyf::UseParallelProcess(source.get(), threads.Flag));
+                    kyf::ReduceImage(source.get(), actual.get(), threads.Flag);
+                    ASSERT_TRUE(test::SamePixelBytes(*expected, *actual)) << "to " << width << " x " << height;
+                }
+            }
+        }
+}
+
+TEST(ReduceImage, EqualsThePlainFormBetweenFormats) {
+    for (const std::int32_t from : test::AllFormats())
+        for (const std::int32_t to : test::AllFormats())
+            for (const KyiBool flag : {0, 1}) {
+                SCOPED_TRACE(testing::Message() << "format " << from << " to " << to << ", flag " << flag);
+                const Image source = test::RandomImage(31, 22, from, kSeed);
+                const Image expected = test::RandomImage(15, 7, to, 3);
+                const Image actual = test::RandomImage(15, 7, to, 3);
+                reference::ReduceImage(*source, *expected, kyf::UseParallelProcess(source.get(), flag));
+                kyf::ReduceImage(source.get(), actual.get(), flag);
+                ASSERT_TRUE(test::SamePixelBytes(*expected, *actual));
+            }
+}
+
+TEST(MirrorBorderImage, EqualsThePlainForm) {
+    for (const Shape shape : test::kAwkwardShapes)
+        for (const Shape border : {Shape{0, 0}, Shape{1, 1}, Shape{2, 2}, Shape{0, 3}, Shape{5, 0}, Shape{9, 70}})
+            for (const std::int32_t format : test::AllFormats()) {
+                SCOPED_TRACE(test::Describe(shape, format, {0, 1}, 0));
+                const Image source = test::RandomImage(shape.Width, shape.Height, format, kSeed);
+                const Image expected(reference::MirrorBorderImage(*source, border.Width, border.Height));
+                const Image actual(kyf::MirrorBorderImage(source.get(), border.Width, border.Height, 1));
+                ASSERT_TRUE(test::SameImage(*expected, *actual));
+            }
+}
+
+reference::Field Rows(const KyfImageData& image) {
+    reference::Field field;
+    for (std::int32_t y = 0; y < image.Height; ++y)
+        field.emplace_back(image.Rows[y], image.Rows[y] + image.Width);
+    return field;
+}
+
+std::vector<double> Flat(const reference::Field& field) {
+    std::vector<double> values;
+    for (const auto& row : field) values.insert(values.end(), row.begin(), row.end());
+    return values;
+}
+
+void ExpectSameDoubles(Shape shape, double cutoffX, double cutoffY, std::int32_t margin, bool inPlace) {
+    SCOPED_TRACE(testing::Message() << shape.Width << " x " << shape.Height << ", cutoffs " << cutoffX << ", " << cutoffY
+                                    << ", margin " << margin << (inPlace ? ", in place" : ""));
+    for (const Threads threads : test::kThreads) {
+        const test::ThreadScope scope(threads.Count);
+        const kyf::DoubleImagePtr source = test::RandomField(shape.Width, shape.Height, kSeed);
+        const kyf::DoubleImagePtr other = test::RandomField(shape.Width, shape.Height, kSeed + 1);
+        KyfImageData& destination = inPlace ? *source : *other;
+        reference::Field expected = Rows(destination);
+        reference::FilterSplineDouble(Rows(*source), expected, cutoffX, cutoffY, margin);
+        ASSERT_EQ(KyfResultOk,
+                  kyf::FilterSplineDouble(source.get(), &destination, cutoffX, cutoffY, margin, threads.Flag));
+        ASSERT_TRUE(test::SameValues(Flat(expected), test::ToValues(destination)));
+    }
+}
+
+TEST(FilterSplineDouble, EqualsThePlainFormWhateverTheThreads) {
+    for (const Shape shape : test::kAwkwardShapes)
+        for (const bool inPlace : {false, true})
+            for (const Shape cutoffs : {Shape{3, 5}, Shape{0, 3}, Shape{7, 0}, Shape{0, 0}, Shape{40, 40}})
+                ExpectSameDoubles(shape, cutoffs.Width, cutoffs.Height, 0, inPlace);
+}
+
+TEST(FilterSplineDouble, EqualsThePlainFormInsideAMargin) {
+    for (const Shape shape : test::kAwkwardShapes)
+        for (const std::int32_t margin : {1, 2, 20}) ExpectSameDoubles(shape, 3.5, 4.5, margin, false);
+}
+
+} // namespace
