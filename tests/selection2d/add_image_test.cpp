@@ -185,7 +185,7 @@ TEST(AddImage, KeepsTheFirstFrameWhenTheWorkingSizeIsNothing) {
 }
 
 TEST(AddImage, WorksOnTheSmallestFrames) {
-    for (const std::int32_t format : test::AllFormats())
+    for (const std::int32_t format : {3, 4, 5, 7, 100})
         for (const auto& [width, height] : {std::pair{1, 1}, {1, 7}, {7, 1}, {2, 2}, {3, 2}, {4, 4}, {5, 5}})
             for (const std::int32_t speed : {0, 1, 2})
                 for (const KyiBool parallel : {0, 1}) {
