@@ -1,6 +1,5 @@
 #include <filesystem>
 #include <fstream>
-#include <regex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -16,6 +15,22 @@
 namespace {
 
 namespace fs = std::filesystem;
+
+/// The line behind "2024-05-31 14:03:12.345 1234/1240 ", or a text that tells what is wrong with it.
+std::string WithoutStamp(const std::string& line) {
+    const std::string pattern = "0000-00-00 00:00:00.000 ";
+    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+    std::size_t at = 0;
+    for (; at < pattern.size(); ++at)
+        if (at >= line.size() || (pattern[at] == '0' ? !isDigit(line[at]) : line[at] != pattern[at]))
+            return "no time: " + line;
+    for (const char end : {'/', ' '}) { // process, thread
+        const std::size_t first = at;
+        while (at < line.size() && isDigit(line[at])) ++at;
+        if (at == first || at == line.size() || line[at++] != end) return "no process and thread: " + line;
+    }
+    return line.substr(at);
+}
 
 /// Traces into a folder of its own while it lives.
 class TraceLog : public testing::Test {
@@ -40,12 +55,8 @@ class TraceLog : public testing::Test {
 
     /// What follows the stamp of the lines.
     std::vector<std::string> Texts() const {
-        std::vector<std::string> texts;
-        const std::regex stamp(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} \d+/\d+ (.*))");
-        for (const std::string& line : Lines()) {
-            std::smatch match;
-            texts.push_back(std::regex_match(line, match, stamp) ? match[1].str() : "no stamp: " + line);
-        }
+        std::vector<std::string> texts = Lines();
+        for (std::string& text : texts) text = WithoutStamp(text);
         return texts;
     }
 

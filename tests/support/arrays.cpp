@@ -19,10 +19,11 @@ template <typename T> Array<T> Read(const std::filesystem::path& file, const std
     if (!in || std::memcmp(magic.data(), "\x93NUMPY", 6) != 0) throw std::runtime_error("no .npy: " + file.string());
     std::array<unsigned char, 4> length{};
     in.read(reinterpret_cast<char*>(length.data()), magic[6] == 1 ? 2 : 4);
-    const std::size_t headerBytes = length[0] | (length[1] << 8) | (length[2] << 16);
+    const auto headerBytes = static_cast<std::size_t>(length[0] | (length[1] << 8) | (length[2] << 16));
     std::string header(headerBytes, '\0');
     in.read(header.data(), static_cast<std::streamsize>(headerBytes));
-    if (header.find("'" + descr + "'") == std::string::npos || header.find("'fortran_order': False") == std::string::npos)
+    if (header.find("'" + descr + "'") == std::string::npos ||
+        header.find("'fortran_order': False") == std::string::npos)
         throw std::runtime_error("not " + descr + " in C order: " + file.string());
 
     Array<T> array;
@@ -46,7 +47,8 @@ template <typename T> Array<T> Read(const std::filesystem::path& file, const std
 
 template <typename T> std::string HashOf(std::span<const T> values) {
     std::uint64_t hash = 0xcbf29ce484222325u;
-    for (const std::byte byte : std::as_bytes(values)) hash = (hash ^ static_cast<std::uint64_t>(byte)) * 0x100000001b3u;
+    for (const std::byte byte : std::as_bytes(values))
+        hash = (hash ^ static_cast<std::uint64_t>(byte)) * 0x100000001b3u;
     std::array<char, 17> text{};
     std::snprintf(text.data(), text.size(), "%016llx", static_cast<unsigned long long>(hash));
     return text.data();
