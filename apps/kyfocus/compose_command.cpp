@@ -133,9 +133,9 @@ void RunCompose(const ComposeOptions& options) {
     const std::vector<fs::path> outputPaths = OutputPaths(options);
     Summary summary;
     summary.Frames = ListFrames(options.Frames, options.KeepOrder, outputPaths);
-    const std::vector<double> heights = FrameHeights(options, summary.Frames);
     OutputFiles outputs;
     for (const fs::path& path : outputPaths) outputs.Add(path);
+    const std::vector<double> heights = FrameHeights(options, summary.Frames);
     summary.Threads = options.NoParallel ? 1 : options.Threads > 0 ? options.Threads : omp_get_num_procs();
     summary.DecodeThreads = std::min(summary.Threads, kMostDecodeThreads);
     omp_set_num_threads(summary.Threads);

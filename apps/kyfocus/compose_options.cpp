@@ -23,16 +23,14 @@ const char* const kRunGroup = "Running";
 template <typename Value>
 CLI::Option* AddChoice(CLI::App& command, const std::string& name, const std::map<std::string, Value>& choices,
                        const std::function<void(const Value&)>& choose, const std::string& description) {
-    const auto take = [choices, choose](const std::string& text) {
-        const auto found = choices.find(text);
-        if (found == choices.end()) {
-            std::string names;
-            for (const auto& choice : choices) names += (names.empty() ? "" : ", ") + choice.first;
-            throw CLI::ValidationError("'" + text + "' is not one of " + names);
-        }
-        choose(found->second);
+    const auto check = [choices](const std::string& text) {
+        if (choices.contains(text)) return std::string();
+        std::string names;
+        for (const auto& choice : choices) names.append(names.empty() ? "" : ", ").append(choice.first);
+        return "'" + text + "' is not one of " + names;
     };
-    return command.add_option_function<std::string>(name, take, description);
+    const auto take = [choices, choose](const std::string& text) { choose(choices.at(text)); };
+    return command.add_option_function<std::string>(name, take, description)->check(check);
 }
 
 /// Adds an option that takes a whole number from `least` to `most`.
@@ -112,17 +110,16 @@ void AddCompositionOptions(CLI::App& command, ComposeOptions& options) {
         int CompSize;
         int Smoothing;
     };
-    CLI::Option* const preset =
-        AddChoice<Preset>(
-            command, "--preset", {{"fine", {1, 8}}, {"standard", {8, 6}}, {"coarse", {15, 6}}},
-            [&options](const Preset& chosen) {
-                options.CompSize = chosen.CompSize;
-                options.Smoothing = chosen.Smoothing;
-            },
-            "--comp-size and --smoothing together: fine is 1 and 8, standard 8 and 6, coarse 15 and 6. "
-            "Default standard.")
-            ->option_text("NAME")
-            ->group(kCompositionGroup);
+    AddChoice<Preset>(
+        command, "--preset", {{"fine", {1, 8}}, {"standard", {8, 6}}, {"coarse", {15, 6}}},
+        [&options](const Preset& chosen) {
+            options.CompSize = chosen.CompSize;
+            options.Smoothing = chosen.Smoothing;
+        },
+        "--comp-size and --smoothing together: fine is 1 and 8, standard 8 and 6, coarse 15 and 6. "
+        "Default standard.")
+        ->option_text("NAME")
+        ->group(kCompositionGroup);
     AddInteger(
         command, "--comp-size", options.CompSize, 0, 100,
         "Cutoff of the smoothing of the sharpness, in percent of the width; 0 does not smooth. Default 8, or the "
@@ -140,7 +137,6 @@ void AddCompositionOptions(CLI::App& command, ComposeOptions& options) {
         "and 3 line up the frames by their rows. Default 0.")
         ->option_text("0..3")
         ->group(kCompositionGroup);
-    static_cast<void>(preset);
 }
 
 void AddHeightOptions(CLI::App& command, ComposeOptions& options) {

@@ -67,9 +67,9 @@ Paths ListPattern(const std::string& pattern, const Paths& outputs) {
     return frames;
 }
 
-/// Opens the file once, so that a missing frame is told before any work.
+/// Opens the file once, so that a missing frame is told before any work. Does not wait for the writer of a pipe.
 void RequireReadable(const fs::path& path) {
-    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (file < 0) throw Failure(path.native() + ": cannot be read: " + std::strerror(errno));
     close(file);
 }

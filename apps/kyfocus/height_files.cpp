@@ -51,7 +51,7 @@ HeightLine ParseLine(std::string_view content, const std::string& shownName, std
     const std::string_view last = isBare ? content : Trim(content.substr(split + 1));
     const std::optional<double> height = ParseNumber(last);
     if (!height) {
-        const std::string found = last.empty() ? "nothing" : "'" + std::string(last) + "'";
+        const std::string found = last.empty() ? "nothing" : std::string("'").append(last).append("'");
         FailAt(shownName, number, found + " where a height is expected: a number, or a frame's name and a number");
     }
     std::string name(isBare ? std::string_view() : Trim(content.substr(0, split)));

@@ -1,6 +1,7 @@
 #include "help_format.h"
 
 #include <sstream>
+#include <utility>
 
 namespace app {
 namespace {
@@ -14,12 +15,25 @@ class HelpFormat : public CLI::Formatter {
         column_width(kNameColumns);
         label("OPTIONS", "options");
         label("SUBCOMMAND", "COMMAND");
-        label("Subcommands", "Commands");
         label("Positionals", "Arguments");
     }
 
     std::string make_option_desc(const CLI::Option* option) const override {
         return BreakLines(option->get_description(), kColumns - kNameColumns);
+    }
+
+    /// One empty line between the groups, where the base leaves two.
+    std::string make_help(const CLI::App* command, std::string name, CLI::AppFormatMode mode) const override {
+        std::string help = CLI::Formatter::make_help(command, std::move(name), mode);
+        for (std::size_t gap = 0; (gap = help.find("\n\n\n", gap)) != std::string::npos;) help.erase(gap, 1);
+        return help;
+    }
+
+    std::string make_subcommand(const CLI::App* command) const override {
+        std::stringstream out;
+        CLI::detail::format_help(out, command->get_name(),
+                                 BreakLines(command->get_description(), kColumns - kNameColumns), kNameColumns);
+        return out.str();
     }
 
     std::string make_description(const CLI::App* command) const override {

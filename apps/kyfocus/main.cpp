@@ -1,6 +1,8 @@
 /// The command line: sub-commands, and how their errors end the program.
 #include <cstdio>
 #include <new>
+#include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -22,6 +24,7 @@ void AddCommands(CLI::App& program) {
     app::AddComposeCommand(program);
     app::AddSynthCommand(program);
     app::AddCompareCommand(program);
+    for (CLI::App* const command : program.get_subcommands(nullptr)) command->group("Commands");
 }
 
 int Fail(app::ExitStatus status, const char* message) {
@@ -32,7 +35,12 @@ int Fail(app::ExitStatus status, const char* message) {
 /// Help and version end well; all else that the parser throws is a mistake on the command line.
 int EndParse(const CLI::App& program, const CLI::ParseError& error) {
     if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return program.exit(error);
-    return Fail(app::kExitUsage, (std::string(error.what()) + " (see --help)").c_str());
+    std::string message = error.what();
+    if (program.get_subcommands().empty()) {
+        const std::vector<std::string> words = program.remaining();
+        message = words.empty() ? "no command given" : "unknown command: " + words.front();
+    }
+    return Fail(app::kExitUsage, message.append(" (see --help)").c_str());
 }
 
 } // namespace

@@ -42,8 +42,8 @@ std::string FormatFrames(const ProgressState& state) {
     const std::string count = std::to_string(state.FrameCount);
     if (state.IsFinishing) return count + " frames, finishing";
     const std::string current = std::to_string(std::min(state.FramesAdded + 1, state.FrameCount));
-    return "frame " + std::string(count.size() - std::min(count.size(), current.size()), ' ') + current + " of " +
-           count;
+    const std::string blanks(count.size() - std::min(count.size(), current.size()), ' ');
+    return std::string("frame ").append(blanks).append(current).append(" of ").append(count);
 }
 
 int Percent(const ProgressState& state) { return static_cast<int>(state.Fraction() * 100); }
@@ -68,9 +68,9 @@ std::string FormatBar(const ProgressState& state, int columns) {
     constexpr std::size_t kWidestBar = 40;
     constexpr std::size_t kNarrowestBar = 4;
     const std::string left = FormatFrames(state) + " ";
-    std::string right = " " + std::to_string(Percent(state)) + "%";
+    std::string right = std::to_string(Percent(state)).insert(0, 1, ' ').append(1, '%');
     for (const std::string& part : {FormatRate(state), FormatTimeLeft(state)})
-        if (!part.empty()) right += "  " + part;
+        if (!part.empty()) right.append("  ").append(part);
     const std::size_t room = static_cast<std::size_t>(std::max(columns, 0));
     const std::size_t texts = left.size() + right.size() + 2;
     if (texts + kNarrowestBar > room) return (left + right).substr(0, room);
@@ -82,7 +82,7 @@ std::string FormatBar(const ProgressState& state, int columns) {
 std::string FormatPlainLine(const ProgressState& state) {
     std::string line = std::to_string(Percent(state)) + "%  " + FormatFrames(state);
     for (const std::string& part : {FormatRate(state), FormatTimeLeft(state)})
-        if (!part.empty()) line += ", " + part;
+        if (!part.empty()) line.append(", ").append(part);
     return line;
 }
 
