@@ -102,12 +102,12 @@ KYF_API KyiImageData* KyfCreateImageDataFromHeightData(const KyfImageData* heigh
 
 /* ---- differentiation map: the best focus value of each pixel of the result, made by mode 0 ----------------------
  * Result: 1; -2 for a null argument or a bad signature. Without a map the first two give 1 and leave the record as it
- * was, the third gives -6. -3 when out of memory. */
+ * was, the third gives -6. After frames without heights the map has no pixels. -3 when out of memory. */
 
 /** A copy, with Depth from a pixel format word. */
 KYF_API KyfResult KyfFocusGetDifferentiationMap(const KyfFocusComposition* session, int32_t format,
                                                 KyfDifferentiationMap* map);
-/** Hands the map over; the session has none afterwards. */
+/** Hands the cut map over; a second call hands over null rows, with the sizes. */
 KYF_API KyfResult KyfFocusExtractDifferentiationMap(KyfFocusComposition* session, int32_t format,
                                                     KyfDifferentiationMap* map);
 /** Stretched over 0 to 255; a flat map gives 0. */

@@ -13,9 +13,11 @@
 
 namespace {
 
-/// Both tables: the cut one is made by mode 0 alone, and an extract takes it away.
+/// For the calls that read. The cut table is made by mode 0 together with heights, and an extract takes it away. A cut
+/// of no size, as a make without heights leaves it, counts as a map of no pixels.
 bool HasMap(const KyfFocusComposition& session) {
-    return session.BestFocusMap != nullptr && session.CuttedBestFocusMap != nullptr;
+    const bool isEmpty = session.State2D.CuttedWidth == 0 || session.State2D.CuttedHeight == 0;
+    return session.BestFocusMap != nullptr && (session.CuttedBestFocusMap != nullptr || isEmpty);
 }
 
 struct Range {
@@ -80,7 +82,7 @@ KyfResult KyfFocusGetDifferentiationMap(const KyfFocusComposition* session, int3
 
 KyfResult KyfFocusExtractDifferentiationMap(KyfFocusComposition* session, int32_t format, KyfDifferentiationMap* map) {
     if (map == nullptr || !kyf::IsSession(session)) return KyfResultInvalidParameter;
-    if (!HasMap(*session)) return KyfResultOk;
+    if (session->BestFocusMap == nullptr) return KyfResultOk;
     const KyfCompositionState& state = session->State2D;
     std::int32_t** const rows = std::exchange(session->CuttedBestFocusMap, nullptr);
     *map = {rows, state.CuttedWidth, state.CuttedHeight, KyiGetDepth(format)};

@@ -180,7 +180,7 @@ TEST(DifferentiationMap, LiesOnThe2DSideWhateverTheMode) {
     }
 }
 
-TEST(DifferentiationMap, IsHandedOverOnceAndThenLeavesRecordsAsTheyWere) {
+TEST(DifferentiationMap, IsHandedOverOnceAndIsNullFromThenOn) {
     const test::Session session = test::MakeSession(KyfMode2DSelection);
     AddFocusValues(*session);
     KyfDifferentiationMap map{};
@@ -188,8 +188,11 @@ TEST(DifferentiationMap, IsHandedOverOnceAndThenLeavesRecordsAsTheyWere) {
     ASSERT_EQ(KyfFocusExtractDifferentiationMap(session.get(), KyiFormatGray8, &map), KyfResultOk);
     EXPECT_EQ(map.Rows, rows);
     EXPECT_EQ(map.Depth, 256);
+    KyfDifferentiationMap second{};
+    EXPECT_EQ(KyfFocusExtractDifferentiationMap(session.get(), KyiFormatGray8, &second), KyfResultOk);
+    EXPECT_EQ(second.Rows, nullptr);
+    EXPECT_EQ(second.Width, kCutWidth);
     KyfDifferentiationMap untouched{nullptr, -1, -2, -3};
-    EXPECT_EQ(KyfFocusExtractDifferentiationMap(session.get(), KyiFormatGray8, &untouched), KyfResultOk);
     EXPECT_EQ(KyfFocusGetDifferentiationMap(session.get(), KyiFormatGray8, &untouched), KyfResultOk);
     EXPECT_EQ(untouched.Width, -1);
     EXPECT_EQ(untouched.Depth, -3);

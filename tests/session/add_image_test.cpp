@@ -1,0 +1,196 @@
+// Frames into the pipelines: results, progress nodes, heights, owners.
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "session/sessions.h"
+
+namespace {
+
+constexpr std::int32_t kWidth = 40;
+constexpr std::int32_t kHeight = 24;
+
+test::Image Frame(std::uint32_t seed, std::int32_t format = KyiFormatGray8, std::int32_t width = kWidth) {
+    return test::TexturedImage(width, kHeight, format, seed);
+}
+
+KyfResult Add(KyfFocusComposition* session, std::uint32_t seed, KyfProgress* progress = nullptr) {
+    const test::Image frame = Frame(seed);
+    return KyfFocusAddImage(session, frame.get(), /*parallel=*/1, progress);
+}
+
+KyfResult AddWithHeight(KyfFocusComposition* session, std::uint32_t seed, double height,
+                        KyfProgress* progress = nullptr) {
+    const test::Image frame = Frame(seed);
+    return KyfFocusAddImageWithHeight(session, frame.get(), height, /*parallel=*/1, progress);
+}
+
+std::vector<double> Heights(const KyfFocusComposition& session, std::int32_t count) {
+    return {session.HeightList, session.HeightList + count};
+}
+
+TEST(AddImage, CountsTheFrameAndLeavesItTheCallers) {
+    const test::Session session = test::Make2DSession();
+    const test::Image frame = Frame(1);
+    const std::vector<std::int32_t> before = test::ToPlanes(*frame);
+    ASSERT_EQ(KyfFocusAddImage(session.get(), frame.get(), 0, nullptr), KyfResultOk);
+    EXPECT_EQ(session->State2D.FrameCount, 1);
+    EXPECT_EQ(session->State2D.SourceWidth, kWidth);
+    EXPECT_NE(session->State2D.CompImage, frame.get());
+    EXPECT_EQ(test::ToPlanes(*frame), before);
+    EXPECT_EQ(session->HeightList, nullptr);
+}
+
+TEST(AddImage, RefusesFramesThatDoNotFitAndCompletesTheNode) {
+    const test::Session session = test::Make2DSession();
+    ASSERT_EQ(Add(session.get(), 1), KyfResultOk);
+    const test::Progress progress = test::MakeProgress();
+    const test::Image other = Frame(2, KyiFormatGray16);
+    EXPECT_EQ(KyfFocusAddImage(session.get(), other.get(), 0, progress.get()), KyfResultInvalidParameter);
+    EXPECT_NE(progress->Completed, 0);
+    EXPECT_EQ(session->State2D.FrameCount, 1);
+    const test::Progress second = test::MakeProgress();
+    EXPECT_EQ(KyfFocusAddImage(session.get(), nullptr, 0, second.get()), KyfResultInvalidParameter);
+    EXPECT_NE(second->Completed, 0);
+    EXPECT_EQ(Add(session.get(), 3), KyfResultOk);
+}
+
+TEST(AddImage, LeavesTheNodeAloneOnABadSignatureUnlessAHeightComesAlong) {
+    const test::Session raw(KyfAllocFocusComposition());
+    for (KyfFocusComposition* const session : {raw.get(), static_cast<KyfFocusComposition*>(nullptr)}) {
+        const test::Progress plain = test::MakeProgress();
+        EXPECT_EQ(Add(session, 1, plain.get()), KyfResultInvalidParameter);
+        EXPECT_EQ(plain->Completed, 0);
+        const test::Progress withHeight = test::MakeProgress();
+        EXPECT_EQ(AddWithHeight(session, 1, 2.0, withHeight.get()), KyfResultInvalidParameter);
+        EXPECT_NE(withHeight->Completed, 0);
+    }
+}
+
+TEST(AddImage, RefusesAnUnknownModeAndCompletesTheNode) {
+    for (const std::int32_t mode : {-1, 3, 9}) {
+        const test::Session session = test::Make2DSession();
+        session->Mode = mode;
+        const test::Progress progress = test::MakeProgress();
+        EXPECT_EQ(AddWithHeight(session.get(), 1, 1.0, progress.get()), KyfResultInvalidParameter);
+        EXPECT_NE(progress->Completed, 0);
+        EXPECT_EQ(session->HeightList, nullptr);
+    }
+}
+
+TEST(AddImage, HangsTheTenStepsOf2DBelowTheCallersNode) {
+    const test::Session session = test::Make2DSession();
+    const test::Progress progress = test::MakeProgress();
+    ASSERT_EQ(Add(session.get(), 1, progress.get()), KyfResultOk);
+    EXPECT_EQ(progress->SubCount, 10);
+    EXPECT_EQ(KyfProgressGetPersent(progress.get()), 100);
+}
+
+TEST(AddImage, HalvesTheNodeBetweenThePipelinesExceptInThePlainForm) {
+    const test::Session session = test::MakeComplexSession();
+    const test::Progress plain = test::MakeProgress();
+    Add(session.get(), 1, plain.get());
+    EXPECT_NE(plain->Completed, 0);
+    EXPECT_NE(plain->SubCount, 2);
+    const test::Progress halved = test::MakeProgress();
+    AddWithHeight(session.get(), 2, 1.0, halved.get());
+    ASSERT_EQ(halved->SubCount, 2);
+    EXPECT_EQ(halved->SubList[0]->Weight, 51);
+    EXPECT_EQ(halved->SubList[0]->SubCount, 10);
+    EXPECT_NE(halved->SubList[0]->Completed, 0);
+    EXPECT_NE(halved->SubList[1]->Completed, 0);
+    EXPECT_NE(halved->Completed, 0);
+}
+
+TEST(AddImage, NeedsNoNode) {
+    const test::Session session = test::MakeComplexSession();
+    Add(session.get(), 1);
+    AddWithHeight(session.get(), 2, 1.0);
+    EXPECT_EQ(session->State2D.FrameCount, 2);
+}
+
+TEST(AddImageFile, ReportsAFileThatCannotBeReadBeforeAnythingElse) {
+    const test::Session session = test::Make2DSession();
+    const test::Session raw(KyfAllocFocusComposition());
+    for (KyfFocusComposition* const tried : {session.get(), raw.get(), static_cast<KyfFocusComposition*>(nullptr)}) {
+        const test::Progress progress = test::MakeProgress();
+        EXPECT_EQ(KyfFocusAddImageFile(tried, L"no such file", 0, progress.get()), KyfResultFailFile);
+        EXPECT_EQ(KyfFocusAddImageFile(tried, nullptr, 0, progress.get()), KyfResultFailFile);
+        EXPECT_EQ(KyfFocusAddImageFileWidthHeight(tried, L"no such file", 1.0, 0, progress.get()), KyfResultFailFile);
+        EXPECT_EQ(progress->Completed, 0);
+    }
+    EXPECT_EQ(session->State2D.FrameCount, 0);
+}
+
+TEST(AddImageFile, ComposesAsTheImagesDo) {
+    const test::TemporaryFolder folder;
+    const test::Session fromFiles = test::Make2DSession();
+    const test::Session fromImages = test::Make2DSession();
+    for (std::uint32_t i = 0; i < 4; ++i) {
+        const test::Image frame = Frame(i);
+        const std::wstring path = (folder.Path() / std::to_string(i).append(".bmp")).wstring();
+        ASSERT_TRUE(KyiSaveImageData(path.c_str(), frame.get(), 0));
+        const bool hasHeight = i % 2 == 1;
+        ASSERT_EQ(hasHeight ? KyfFocusAddImageFileWidthHeight(fromFiles.get(), path.c_str(), 3.0, 1, nullptr)
+                            : KyfFocusAddImageFile(fromFiles.get(), path.c_str(), 1, nullptr),
+                  KyfResultOk);
+        ASSERT_EQ(KyfFocusAddImage(fromImages.get(), frame.get(), 1, nullptr), KyfResultOk);
+    }
+    EXPECT_TRUE(test::SameImage(*fromImages->State2D.CompImage, *fromFiles->State2D.CompImage));
+}
+
+TEST(HeightList, GrowsByOneAFrame) {
+    const test::Session session = test::Make2DSession();
+    std::vector<double> expected;
+    for (std::uint32_t i = 0; i < 6; ++i) {
+        expected.push_back(10.5 - 3.0 * i);
+        ASSERT_EQ(AddWithHeight(session.get(), i, expected.back()), KyfResultOk);
+        EXPECT_EQ(Heights(*session, session->State2D.FrameCount), expected);
+    }
+}
+
+TEST(HeightList, StaysAsItIsWhenAFrameIsRefused) {
+    const test::Session session = test::Make2DSession();
+    ASSERT_EQ(AddWithHeight(session.get(), 1, 4.0), KyfResultOk);
+    const double* const list = session->HeightList;
+    const test::Image other = Frame(2, KyiFormatGray8, kWidth + 2);
+    EXPECT_EQ(KyfFocusAddImageWithHeight(session.get(), other.get(), 5.0, 0, nullptr), KyfResultInvalidParameter);
+    EXPECT_EQ(session->HeightList, list);
+    EXPECT_EQ(Heights(*session, 1), std::vector<double>{4.0});
+}
+
+TEST(HeightList, HasAnEntryForFramesThatCameWithoutAHeight) {
+    const test::Session session = test::Make2DSession();
+    ASSERT_EQ(Add(session.get(), 1), KyfResultOk);
+    EXPECT_EQ(session->HeightList, nullptr);
+    ASSERT_EQ(AddWithHeight(session.get(), 2, 2.0), KyfResultOk);
+    ASSERT_EQ(Add(session.get(), 3), KyfResultOk);
+    ASSERT_EQ(Add(session.get(), 4), KyfResultOk);
+    ASSERT_EQ(AddWithHeight(session.get(), 5, 5.0), KyfResultOk);
+    EXPECT_EQ(Heights(*session, 5), (std::vector<double>{0.0, 2.0, 0.0, 0.0, 5.0}));
+}
+
+TEST(HeightList, KeepsTheHeightsOfAStackThatAnotherModeInterrupts) {
+    const test::Session session = test::Make2DSession();
+    for (std::uint32_t i = 0; i < 3; ++i) ASSERT_EQ(AddWithHeight(session.get(), i, 1.0 + i), KyfResultOk);
+    session->Mode = KyfMode3DSafe;
+    Add(session.get(), 9);
+    session->Mode = KyfMode2DSelection;
+    ASSERT_EQ(AddWithHeight(session.get(), 10, 8.0), KyfResultOk);
+    EXPECT_EQ(Heights(*session, 4), (std::vector<double>{1.0, 2.0, 3.0, 8.0}));
+}
+
+TEST(HeightList, TakesAnyNumber) {
+    const test::Session session = test::Make2DSession();
+    ASSERT_EQ(AddWithHeight(session.get(), 1, std::numeric_limits<double>::quiet_NaN()), KyfResultOk);
+    ASSERT_EQ(AddWithHeight(session.get(), 2, -std::numeric_limits<double>::infinity()), KyfResultOk);
+    EXPECT_TRUE(std::isnan(session->HeightList[0]));
+    EXPECT_TRUE(std::isinf(session->HeightList[1]));
+    EXPECT_EQ(KyfFocusMakeCompImage(session.get(), 1, nullptr), KyfResultOk);
+}
+
+} // namespace

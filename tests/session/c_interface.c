@@ -1,0 +1,24 @@
+/* The headers in C: what a host in C sees of the library. */
+#include <kyfocus/kyfocus.h>
+
+static int g_calls;
+
+static void CountCall(struct KyfProgress* progress) {
+    *(int*)KyfProgressGetArgs(progress) += 1;
+}
+
+/* A session from start to end, and a tree; the number of callbacks, or -1 where a call gave something else. */
+int RunSessionInC(void) {
+    KyfFocusInitializeParameter parameter = {0};
+    KyfFocusComposition* const session = KyfAllocFocusComposition();
+    KyfProgress* const progress = KyfAllocProgress(CountCall, &g_calls);
+    const KyfResult started =
+        KyfFocusInitialize(session, &parameter) == KyfResultOk ? KyfFocusStartGyre(session) : KyfResultFail;
+    const int isGyre = session->Mode == KyfMode2DSelection && session->Speed == 2;
+    KyfDifferentiationMap map = {0};
+    KyfFreeDifferentiationMap(&map);
+    KyfProgressCompleteProc(progress);
+    KyfFreeProgress(progress);
+    KyfFreeFocusComposition(session);
+    return started == KyfResultOk && isGyre ? g_calls : -1;
+}
