@@ -131,7 +131,7 @@ std::string DescribeComparison(const ImageComparison& comparison, bool json) {
     text += comparison.Similarity ? Line("SSIM", "%.5f", *comparison.Similarity)
                                   : std::string("SSIM                      none: smaller than 11 x 11 pixels\n");
     text += Line("largest difference", "%.0f levels", comparison.Samples.Largest);
-    text += Line("mean difference", "%+.4f levels (second minus first)", comparison.Samples.Mean);
+    text += Line("mean difference", "%+.4f levels (B minus A)", comparison.Samples.Mean);
     text += Line("mean absolute difference", "%.4f levels", comparison.Samples.MeanAbsolute);
     return text;
 }
@@ -150,27 +150,33 @@ std::string DescribeComparison(const HeightComparison& comparison, bool json) {
     }
     std::string text = comparison.Kind + ", in the unit of the files\n";
     text += Line("RMSE", "%.6g", heights.RootMeanSquare);
-    text += Line("mean difference", "%+.6g (second minus first)", heights.Mean);
+    text += Line("mean difference", "%+.6g (B minus A)", heights.Mean);
     text += Line("largest difference", "%.6g", heights.Largest);
     text += Line("holes", "%.0f pixels not measured in both", static_cast<double>(comparison.Holes));
     return text;
 }
 
 void AddCompareCommand(CLI::App& program) {
-    CLI::App& command = *program.add_subcommand("compare", "Tell how far two images or two height maps are apart");
-    command.footer("Images: 8 or 16 bits, gray or colour, of one size and kind. Height maps: 32-bit float TIFF.\n"
-                   "SSIM is taken on gray with a Gaussian window of 11 x 11 pixels, sigma 1.5 (Wang et al. 2004).");
+    CLI::App& command = *program.add_subcommand(
+        "compare",
+        "Tells how far two images or two height maps are apart: PSNR, SSIM and differences of images (8 or 16 "
+        "bits, gray or colour), RMSE and differences of height maps (TIFF of 32-bit floats).");
+    command.footer("SSIM is taken on gray with a Gaussian window of 11 x 11 pixels, sigma 1.5 (Wang et al. 2004).");
     const auto options = std::make_shared<CompareOptions>();
-    command.add_option("first", options->First, "Image or height map, such as the truth")
+    command.add_option("A", options->First, "Image or height map, such as the truth.")->required()->option_text("FILE");
+    command
+        .add_option("B", options->Second, "Image or height map of the same size and kind; differences are B minus A.")
         ->required()
-        ->type_name("FILE");
-    command.add_option("second", options->Second, "Image or height map to compare with it")
-        ->required()
-        ->type_name("FILE");
-    command.add_option("--crop", options->Crop, "Border to ignore, in pixels")
-        ->check(CLI::Range(0, 1000000))
-        ->capture_default_str();
-    command.add_flag("--json", options->Json, "Print one JSON object");
+        ->option_text("FILE");
+    const auto isBorder = [](const std::string& text) {
+        int number = 0;
+        const bool isNumber = CLI::detail::lexical_cast(text, number) && number >= 0;
+        return isNumber ? std::string() : "'" + text + "', expected a number of pixels";
+    };
+    command.add_option("--crop", options->Crop, "Border to ignore along each edge, in pixels. Default 0.")
+        ->check(isBorder)
+        ->option_text("PIXELS");
+    command.add_flag("--json", options->Json, "Print one JSON object in the place of the table.");
     command.callback([options] { Run(*options); });
 }
 

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <limits>
 #include <memory>
+#include <system_error>
 
 #include <tiffio.h>
 
@@ -59,6 +60,16 @@ bool HoldsHeights(TIFF* tiff) {
     return bits == 32 && samples == 1 && kind == SAMPLEFORMAT_IEEEFP;
 }
 
+/// Refuses a file that is too short for its size before memory is taken.
+void CheckLength(TIFF* tiff, const std::filesystem::path& file, std::uint64_t bytes) {
+    constexpr std::uint64_t kMostCompression = 2048; // deflate reaches 1032
+    std::uint16_t compression = 0;
+    TIFFGetFieldDefaulted(tiff, TIFFTAG_COMPRESSION, &compression);
+    std::error_code error;
+    const std::uint64_t length = std::filesystem::file_size(file, error);
+    if (error || bytes / (compression == COMPRESSION_NONE ? 1 : kMostCompression) > length) Fail(file, "cut short");
+}
+
 HeightMap EmptyMap(TIFF* tiff, const std::filesystem::path& file) {
     std::uint32_t width = 0;
     std::uint32_t height = 0;
@@ -66,6 +77,7 @@ HeightMap EmptyMap(TIFF* tiff, const std::filesystem::path& file) {
     TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &height);
     constexpr std::uint64_t kMostPixels = std::numeric_limits<std::int32_t>::max() / sizeof(float);
     if (width == 0 || height == 0 || std::uint64_t{width} * height > kMostPixels) Fail(file, "size out of range");
+    CheckLength(tiff, file, std::uint64_t{width} * height * sizeof(float));
     HeightMap map{static_cast<int>(width), static_cast<int>(height), {}};
     map.Values.resize(std::size_t{width} * height);
     return map;

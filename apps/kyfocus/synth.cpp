@@ -20,6 +20,13 @@ namespace {
 
 constexpr int kLongestSide = 30000;
 constexpr int kMostFrames = 1000;
+constexpr int kMostThreads = 1024;
+constexpr double kFarthest = 1e6; // um
+
+const char* const kOutputGroup = "Output";
+const char* const kPictureGroup = "Picture";
+const char* const kFocusGroup = "Focus";
+const char* const kFaultGroup = "Faults";
 
 template <typename Number> std::optional<Number> Parse(std::string_view text) {
     Number value{};
@@ -28,110 +35,155 @@ template <typename Number> std::optional<Number> Parse(std::string_view text) {
     return value;
 }
 
-/// A check that lets numbers from `low` to `high` pass, and nothing that is not a number.
-CLI::Validator Between(double low, double high) {
-    char range[80];
-    std::snprintf(range, sizeof range, "%g to %g", low, high);
-    const auto check = [low, high, range = std::string(range)](const std::string& text) -> std::string {
-        const std::optional<double> value = Parse<double>(text);
-        if (value && *value >= low && *value <= high) return {};
-        return "'" + text + "' is out of range, expected " + range;
+template <typename Number> std::string RangeText(Number low, Number high) {
+    char text[80];
+    std::snprintf(text, sizeof text, "from %g to %g", static_cast<double>(low), static_cast<double>(high));
+    return text;
+}
+
+/// Adds an option that takes a number from `low` to `high` and nothing that is not a number.
+template <typename Number>
+CLI::Option* AddNumber(CLI::App& command, const std::string& name, Number& value, Number low, Number high,
+                       const std::string& description) {
+    const auto check = [low, high](const std::string& text) {
+        const std::optional<Number> number = Parse<Number>(text);
+        if (number && *number >= low && *number <= high) return std::string();
+        return "'" + text + "', expected a " + (std::is_integral_v<Number> ? "whole " : "") + "number " +
+               RangeText(low, high);
     };
-    return {check, range};
+    return command.add_option(name, value, description)->check(check);
+}
+
+/// Adds an option that takes one of a few names.
+template <typename Value>
+CLI::Option* AddChoice(CLI::App& command, const std::string& name, const std::map<std::string, Value>& choices,
+                       Value& value, const std::string& description) {
+    const auto take = [name, choices, &value](const std::string& text) {
+        const auto found = choices.find(text);
+        if (found == choices.end()) {
+            std::string names;
+            for (const auto& choice : choices) names += (names.empty() ? "" : ", ") + choice.first;
+            throw CLI::ValidationError(name, "'" + text + "', expected one of " + names);
+        }
+        value = found->second;
+    };
+    return command.add_option_function<std::string>(name, take, description);
 }
 
 void ParseSize(const std::string& text, SynthOptions& options) {
-    const std::size_t cross = text.find('x');
     const std::string_view whole(text);
+    const std::size_t cross = whole.find('x');
     const auto width = Parse<int>(whole.substr(0, cross));
     const auto height = cross == std::string::npos ? std::nullopt : Parse<int>(whole.substr(cross + 1));
     const auto isSide = [](std::optional<int> side) { return side && *side >= 1 && *side <= kLongestSide; };
     if (!isSide(width) || !isSide(height))
-        throw CLI::ValidationError("--size", "'" + text + "', expected WIDTHxHEIGHT of 1 to 30000 pixels each");
+        throw CLI::ValidationError("--size", "'" + text + "', expected WIDTHxHEIGHT, each " +
+                                                 RangeText(1, kLongestSide) + " pixels");
     options.Width = *width;
     options.Height = *height;
 }
 
 void ParseDrift(const std::string& text, SynthOptions& options) {
-    const std::size_t comma = text.find(',');
     const std::string_view whole(text);
+    const std::size_t comma = whole.find(',');
     const auto x = Parse<double>(whole.substr(0, comma));
     const auto y = comma == std::string::npos ? std::optional(0.0) : Parse<double>(whole.substr(comma + 1));
     if (!x || !y || !std::isfinite(*x) || !std::isfinite(*y))
-        throw CLI::ValidationError("--drift", "'" + text + "', expected PX or PX,PY");
+        throw CLI::ValidationError("--drift", "'" + text + "', expected PX or PX,PY in pixels");
     options.DriftX = *x;
     options.DriftY = *y;
 }
 
-void AddPicture(CLI::App& command, SynthOptions& options) {
-    static const std::map<std::string, SurfaceShape> shapes{{"mixed", SurfaceShape::Mixed},
-                                                            {"ramp", SurfaceShape::Ramp},
-                                                            {"spheres", SurfaceShape::Spheres},
-                                                            {"steps", SurfaceShape::Steps},
-                                                            {"roughness", SurfaceShape::Roughness}};
+void AddOutputOptions(CLI::App& command, SynthOptions& options) {
     command
-        .add_option_function<std::string>(
-            "--shape", [&options](const std::string& name) { options.Shape = shapes.at(name); }, "Surface")
-        ->check(CLI::IsMember({"mixed", "ramp", "spheres", "steps", "roughness"}))
-        ->type_name("NAME")
-        ->default_str("mixed");
+        .add_option("-o,--output", options.Folder,
+                    "Folder for the stack; made if it is missing. Files of the same names are replaced. Required.")
+        ->required()
+        ->option_text("FOLDER")
+        ->group(kOutputGroup);
+    AddChoice<std::string>(command, "--format", {{"png", "png"}, {"tif", "tif"}, {"bmp", "bmp"}, {"jpg", "jpg"}},
+                           options.Format,
+                           "Format of the frames: png, tif, bmp or jpg (8 bits only). Default png. The truth is never "
+                           "written as jpg but as png.")
+        ->option_text("NAME")
+        ->group(kOutputGroup);
+    AddNumber(command, "--threads", options.Threads, 0, kMostThreads,
+              "Threads of the computation; 0 is one for each processor. Default 0. The files are the same with any "
+              "number of threads.")
+        ->option_text("COUNT")
+        ->group(kOutputGroup);
+}
+
+void AddPictureOptions(CLI::App& command, SynthOptions& options) {
+    AddChoice<SurfaceShape>(
+        command, "--shape",
+        {{"mixed", SurfaceShape::Mixed},
+         {"ramp", SurfaceShape::Ramp},
+         {"spheres", SurfaceShape::Spheres},
+         {"steps", SurfaceShape::Steps},
+         {"roughness", SurfaceShape::Roughness}},
+        options.Shape,
+        "Surface: a ramp, spheres on a plane, steps, roughness alone, or mixed (a ball, a plate and a "
+        "groove on a tilted rough floor). Default mixed.")
+        ->option_text("NAME")
+        ->group(kPictureGroup);
     command
         .add_option_function<std::string>(
             "--size", [&options](const std::string& text) { ParseSize(text, options); },
-            "Size of the frames in pixels, WIDTHxHEIGHT")
-        ->type_name("WxH")
-        ->default_str("1200x900");
-    command.add_option("--bits", options.Bits, "Bits of a sample")
-        ->check(CLI::IsMember({8, 16}))
-        ->capture_default_str();
-    command.add_flag("--gray", options.Gray, "Gray frames; colour otherwise");
-    command.add_option("--seed", options.Seed, "Another number, another surface and noise")->capture_default_str();
+            "Size of the frames in pixels. Default 1200x900.")
+        ->option_text("WxH")
+        ->group(kPictureGroup);
+    AddChoice<int>(command, "--bits", {{"8", 8}, {"16", 16}}, options.Bits, "Bits of a sample: 8 or 16. Default 8.")
+        ->option_text("8|16")
+        ->group(kPictureGroup);
+    command.add_flag("--gray", options.Gray, "Gray frames. By default they are in colour.")->group(kPictureGroup);
+    AddNumber(command, "--seed", options.Seed, std::uint32_t{0}, UINT32_MAX,
+              "Another number gives another surface and other noise. Default 1.")
+        ->option_text("NUMBER")
+        ->group(kPictureGroup);
 }
 
-void AddOptics(CLI::App& command, SynthOptions& options) {
-    command.add_option("--frames", options.Frames, "Frames of the stack")
-        ->check(Between(1, kMostFrames))
-        ->capture_default_str();
-    command.add_option("--start", options.Start, "Focus position of the first frame in um")
-        ->check(Between(-1e6, 1e6))
-        ->capture_default_str();
-    command.add_option("--step", options.Step, "Focus step from frame to frame in um")
-        ->check(Between(-1e5, 1e5))
-        ->capture_default_str();
-    command.add_option("--depth-of-field", options.DepthOfField, "Height of the slice that is seen sharp in um")
-        ->check(Between(0, 1e6))
-        ->capture_default_str();
-    command.add_option("--blur", options.Blur, "Growth of the blur outside that slice, in pixels (sigma) per um")
-        ->check(Between(0, 1e6))
-        ->capture_default_str();
+void AddFocusOptions(CLI::App& command, SynthOptions& options) {
+    AddNumber(command, "--frames", options.Frames, 1, kMostFrames, "Frames of the stack. Default 20.")
+        ->option_text("COUNT")
+        ->group(kFocusGroup);
+    AddNumber(command, "--start", options.Start, -kFarthest, kFarthest,
+              "Focus position of the first frame in um. Default 0.")
+        ->option_text("UM")
+        ->group(kFocusGroup);
+    AddNumber(
+        command, "--step", options.Step, -kFarthest, kFarthest,
+        "Focus step from frame to frame in um; may be negative. Default 2. The surface fills the inner 80 percent "
+        "of the way from the first to the last position.")
+        ->option_text("UM")
+        ->group(kFocusGroup);
+    AddNumber(command, "--depth-of-field", options.DepthOfField, 0.0, kFarthest,
+              "Height of the slice around the focus position that is not blurred, in um. Default 2.")
+        ->option_text("UM")
+        ->group(kFocusGroup);
+    AddNumber(
+        command, "--blur", options.Blur, 0.0, kFarthest,
+        "Growth of the blur outside that slice: standard deviation in pixels per um, up to 24 pixels. Default 0.4.")
+        ->option_text("PX")
+        ->group(kFocusGroup);
 }
 
-void AddFaults(CLI::App& command, SynthOptions& options) {
-    command.add_option("--noise", options.Noise, "Camera noise (sigma) in levels of 8 bits")
-        ->check(Between(0, 255))
-        ->capture_default_str();
+void AddFaultOptions(CLI::App& command, SynthOptions& options) {
+    AddNumber(command, "--noise", options.Noise, 0.0, 255.0,
+              "Standard deviation of the camera's noise, in levels of 8 bits. Default 0.")
+        ->option_text("LEVELS")
+        ->group(kFaultGroup);
     command
         .add_option_function<std::string>(
             "--drift", [&options](const std::string& text) { ParseDrift(text, options); },
-            "Movement of the picture per frame in pixels, along x or x,y")
-        ->type_name("PX[,PY]")
-        ->default_str("0,0");
-    command.add_option("--breathing", options.Breathing, "Growth of the picture per frame in percent")
-        ->check(Between(-50, 50))
-        ->capture_default_str();
-    command.add_flag("--glare", options.Glare, "Blown-out highlights");
-}
-
-void AddOutput(CLI::App& command, SynthOptions& options) {
-    command.add_option("-o,--output", options.Folder, "Folder for the stack; made if it is missing")
-        ->required()
-        ->type_name("FOLDER");
-    command.add_option("--format", options.Format, "Format of the frames")
-        ->check(CLI::IsMember({"png", "tif", "bmp", "jpg"}))
-        ->capture_default_str();
-    command.add_option("--threads", options.Threads, "Threads to use; 0: all")
-        ->check(Between(0, 1024))
-        ->capture_default_str();
+            "Movement of the picture from frame to frame, in pixels to the right and down. Default 0,0.")
+        ->option_text("PX[,PY]")
+        ->group(kFaultGroup);
+    AddNumber(command, "--breathing", options.Breathing, -50.0, 50.0,
+              "Growth of the picture per frame, in percent of the first. Default 0.")
+        ->option_text("PERCENT")
+        ->group(kFaultGroup);
+    command.add_flag("--glare", options.Glare, "Blown-out highlights, in the truth too.")->group(kFaultGroup);
 }
 
 void Run(const SynthOptions& options) {
@@ -139,24 +191,24 @@ void Run(const SynthOptions& options) {
     if (options.Threads > 0) omp_set_num_threads(options.Threads);
     WriteStack(options);
     omp_set_num_threads(threads);
-    std::printf("%d frames of %d x %d pixels, %d-bit %s: %s; %s, truth_height.tif, heights.txt, truth.json\n",
-                options.Frames, options.Width, options.Height, options.Bits, options.Gray ? "gray" : "colour",
-                DisplayPath(options.Folder / FrameName(options, 0)).c_str(), TruthName(options).c_str());
+    std::fprintf(stderr, "%s: %d frames of %d x %d %d-bit %s and their truth\n", DisplayPath(options.Folder).c_str(),
+                 options.Frames, options.Width, options.Height, options.Bits, options.Gray ? "gray" : "colour");
 }
 
 } // namespace
 
 void AddSynthCommand(CLI::App& program) {
-    CLI::App& command = *program.add_subcommand("synth", "Make a focus stack of a made-up surface with known truth");
+    CLI::App& command = *program.add_subcommand(
+        "synth", "Makes a focus stack of a made-up surface, with its truth: frame_000 and so on, truth_image (all in "
+                 "focus), truth_height.tif (32-bit floats in um), heights.txt (for compose --heights) and truth.json "
+                 "(movement of each frame).");
     command.footer(
-        "Writes frame_000 ... and beside them truth_image (all in focus), truth_height.tif (32-bit float, um),\n"
-        "heights.txt (for compose --heights) and truth.json (movement of each frame).\n"
-        "Compose such a stack with: kyfocus compose 'FOLDER/frame_*' --heights FOLDER/heights.txt");
+        "Example: kyfocus synth -o stack && kyfocus compose 'stack/frame_*' --heights stack/heights.txt -o sharp.png");
     const auto options = std::make_shared<SynthOptions>();
-    AddPicture(command, *options);
-    AddOptics(command, *options);
-    AddFaults(command, *options);
-    AddOutput(command, *options);
+    AddOutputOptions(command, *options);
+    AddPictureOptions(command, *options);
+    AddFocusOptions(command, *options);
+    AddFaultOptions(command, *options);
     command.callback([options] { Run(*options); });
 }
 

@@ -24,6 +24,14 @@ std::vector<float> GaussianWeights(double sigma) {
     return result;
 }
 
+/// What the weights add to the variance of what they blur. Less than sigma^2 where the samples are few.
+double VarianceOf(const std::vector<float>& weights) {
+    double variance = 0.0;
+    for (std::size_t i = 1; i < weights.size(); ++i)
+        variance += 2.0 * static_cast<double>(weights[i]) * static_cast<double>(i * i);
+    return variance;
+}
+
 void AddScaled(const std::uint16_t* samples, float weight, std::vector<float>& sums) noexcept {
     for (std::size_t i = 0; i < sums.size(); ++i) sums[i] += weight * static_cast<float>(samples[i]);
 }
@@ -61,8 +69,8 @@ void BlurRow(const Scene& scene, const std::vector<float>& weights, const std::v
     }
 }
 
-std::vector<std::uint16_t> Blur(const Scene& scene, const std::vector<std::uint16_t>& source, double sigma) {
-    const std::vector<float> weights = GaussianWeights(sigma);
+std::vector<std::uint16_t> Blur(const Scene& scene, const std::vector<std::uint16_t>& source,
+                                const std::vector<float>& weights) {
     std::vector<std::uint16_t> result(source.size());
 #pragma omp parallel
     {
@@ -94,12 +102,14 @@ double WidestBlurOf(const SynthOptions& options) {
 BlurLayers::BlurLayers(Scene& scene, double widest) {
     m_layers.push_back(std::move(scene.Samples));
     m_variances.push_back(0.0F);
-    double reached = 0.0;
-    while (reached < widest) {
-        const double next = reached == 0.0 ? kFirstBlur : reached * kBlurRatio;
-        m_layers.push_back(Blur(scene, m_layers.back(), std::sqrt(next * next - reached * reached)));
-        m_variances.push_back(static_cast<float>(next * next));
-        reached = next;
+    double variance = 0.0;
+    double target = kFirstBlur;
+    while (variance < widest * widest) {
+        const std::vector<float> weights = GaussianWeights(std::sqrt(target * target - variance));
+        m_layers.push_back(Blur(scene, m_layers.back(), weights));
+        variance += VarianceOf(weights);
+        m_variances.push_back(static_cast<float>(variance));
+        target *= kBlurRatio;
     }
 }
 

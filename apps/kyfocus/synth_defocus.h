@@ -33,6 +33,9 @@ class BlurLayers {
     int Count() const { return static_cast<int>(m_variances.size()); }
     const std::vector<std::uint16_t>& Samples(int layer) const { return m_layers[static_cast<std::size_t>(layer)]; }
 
+    /// Square of the layer's blur in pixels^2.
+    float Variance(int layer) const { return m_variances[static_cast<std::size_t>(layer)]; }
+
     /// Where a blur lies: part `Weight` of the way from layer `Lower` to the next. Blending by variance is what
     /// diffusion does, of which Gaussian blur is the solution.
     struct Place {
