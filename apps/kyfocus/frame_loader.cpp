@@ -1,12 +1,28 @@
 #include "frame_loader.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cassert>
 #include <utility>
 
 #include "stopwatch.h"
 
 namespace app {
+namespace {
+
+/// Makes the calling thread known to the OpenMP runtime, with one idle companion, until it ends.
+///
+/// libgomp's threads spin for milliseconds wherever they wait for each other, unless the runtime counts more threads
+/// than processors: then they go to sleep at once. The library's parallel loops share the processors with the decoders
+/// here, and a thread that spins takes its time from them. The runtime's environment variables would do the same, but
+/// it reads them before main. 28 PNG frames of 1200 x 540 on two processors: 1.1 to 1.7 s without, 0.7 s with it.
+void MakeOpenMpThreadsSleepSooner() {
+    std::atomic<int> threads = 0; // an empty region would be left out by the compiler
+#pragma omp parallel num_threads(2)
+    ++threads;
+}
+
+} // namespace
 
 FrameLoader::FrameLoader(std::vector<std::filesystem::path> files, int threads) : m_files(std::move(files)) {
     for (int thread = 0; thread < std::max(threads, 1); ++thread) m_decoders.emplace_back([this] { RunDecoder(); });
@@ -45,6 +61,7 @@ LoaderStatistics FrameLoader::Statistics() const {
 bool FrameLoader::MayStartFrame() const { return m_started < std::min(m_files.size(), m_taken + kFramesAhead); }
 
 void FrameLoader::RunDecoder() {
+    MakeOpenMpThreadsSleepSooner();
     std::unique_lock lock(m_mutex);
     for (;;) {
         m_changed.wait(lock, [this] { return m_isStopping || m_started == m_files.size() || MayStartFrame(); });
