@@ -1,5 +1,7 @@
+#include <atomic>
 #include <climits>
 #include <random>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -106,6 +108,30 @@ TEST(LineAccess, WritesColumnsAndNoOtherByte) {
                 << "from " << run.X << ", " << run.Y << ", channel " << channel;
         }
     });
+}
+
+// Neighbouring runs of one line. A write that put back a byte beyond its run would undo what the neighbour wrote there.
+TEST(LineAccess, LetsThreadsWriteDistinctPixelsOfOneLine) {
+    constexpr std::int32_t kRun = 48;
+    for (const std::int32_t format :
+         {KyiFormatGray8, KyiFormatGray16, KyiFormatBgr24, KyiFormatBgr32, KyiFormatBgr48}) {
+        const test::Image image = test::RandomImage(4 * kRun, 1, format, 1);
+        std::atomic<int> undone{0};
+        std::vector<std::thread> threads;
+        for (std::int32_t first = 0; first < 4 * kRun; first += kRun)
+            threads.emplace_back([&image, &undone, first] {
+                for (std::int32_t turn = 0; turn < 5000; ++turn) {
+                    const std::vector<std::int32_t> values(kRun, turn % 251);
+                    KyiSetLinePixel(image.get(), first, 0, /*channel=*/0, values.data(), kRun); // red, the last sample
+                    for (std::int32_t channel = 1; channel < 3; ++channel)
+                        KyiSetVLinePixel(image.get(), first, 0, channel, values.data(), 1); // bytes ahead of it
+                    if (reference::Read(*image, first, 0, 2) != values[0]) ++undone;
+                    if (reference::Read(*image, first + kRun - 1, 0, 0) != values[0]) ++undone;
+                }
+            });
+        for (std::thread& thread : threads) thread.join();
+        EXPECT_EQ(undone, 0) << "format " << format;
+    }
 }
 
 TEST(LineAccess, IgnoresTheChannelOnOneChannelImages) {

@@ -89,6 +89,7 @@ TEST_F(Profile, AllowsBlanksAroundNamesAndLines) {
 
 TEST_F(Profile, PassesOverCommentsAndJunk) {
     EXPECT_EQ(LogOf("; [Debug]\n;Log=9\n[Debug]\n;Log=8\n ; Log=7\nnonsense\n=\n=3\n[open\nLog=1\n"), L"1");
+    EXPECT_EQ(Read(L"Debug", L";Log"), L"(none)");
 }
 
 TEST_F(Profile, ReadsEveryKindOfLineEnd) {
