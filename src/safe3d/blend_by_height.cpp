@@ -1,0 +1,136 @@
+#include "safe3d/blend_by_height.h"
+
+#include <algorithm>
+
+#include "filters/numbers.h"
+#include "platform/simd.h"
+
+namespace kyf {
+
+namespace {
+
+constexpr std::int32_t kBlock = 32; // pixels that are looked at together: most rows of most steps have none to blend
+constexpr std::int32_t kMostSamples = kBlock * 4;
+
+struct Fractions {
+    double Of[kMostSamples];          // weight of the next frame
+    std::uint8_t IsHit[kMostSamples]; // whether the sample is blended
+};
+
+KY_ALWAYS_INLINE bool Fits(double value) { return (value > -2147483649.0) & (value < 2147483648.0); }
+
+// TruncateToInt32 without a branch.
+KY_ALWAYS_INLINE std::int32_t Truncate(double value) {
+    const bool fits = Fits(value);
+    const auto whole = static_cast<std::int32_t>(fits ? value : 0.0);
+    return fits ? whole : std::numeric_limits<std::int32_t>::min();
+}
+
+KY_ALWAYS_INLINE double FractionAt(const BlendStep& step, std::uint16_t sample) {
+    const double value = sample * step.Scale + step.Offset;
+    const double fraction = value - Truncate(value);
+    return value == step.LastFrame ? 1.0 : fraction;
+}
+
+template <typename T> KY_ALWAYS_INLINE T BlendSample(T previous, T next, double fraction) {
+    return static_cast<T>(Truncate(next * fraction + previous * (1 - fraction)));
+}
+
+KY_ALWAYS_INLINE bool HasHit(const BlendStep& step, const std::uint16_t* map, std::int32_t count) {
+    int hits = 0;
+    for (std::int32_t x = 0; x < count; ++x) hits |= (map[x] >= step.Lowest) & (map[x] <= step.Highest);
+    return hits != 0;
+}
+
+// Weights of all samples of a block, Stride to a pixel, of which the first `channels` count.
+template <int Stride>
+KY_ALWAYS_INLINE void FillFractions(const BlendStep& step, const std::uint16_t* map, int channels, std::int32_t count,
+                                    Fractions& fractions) {
+    double of[kBlock];
+    std::uint8_t isHit[kBlock];
+    for (std::int32_t x = 0; x < count; ++x) of[x] = FractionAt(step, map[x]);
+    for (std::int32_t x = 0; x < count; ++x)
+        isHit[x] = static_cast<std::uint8_t>((map[x] >= step.Lowest) & (map[x] <= step.Highest));
+    for (std::int32_t x = 0; x < count; ++x) {
+        for (int c = 0; c < Stride; ++c) {
+            fractions.Of[x * Stride + c] = of[x];
+            fractions.IsHit[x * Stride + c] = c < channels ? isHit[x] : std::uint8_t{0};
+        }
+    }
+}
+
+template <typename T>
+KY_ALWAYS_INLINE void BlendSamples(const Fractions& fractions, const T* previous, const T* next, T* __restrict out,
+                                   std::int32_t count) {
+    for (std::int32_t i = 0; i < count; ++i) {
+        const T blended = BlendSample(previous[i], next[i], fractions.Of[i]);
+        out[i] = fractions.IsHit[i] ? blended : out[i];
+    }
+}
+
+template <int Stride, typename T>
+KY_ALWAYS_INLINE void BlendBlocks(const BlendStep& step, const std::uint16_t* map, const T* previous, const T* next,
+                                  T* out, int channels, std::int32_t width) {
+    Fractions fractions;
+    for (std::int32_t x = 0; x < width; x += kBlock) {
+        const std::int32_t count = std::min(kBlock, width - x);
+        if (!HasHit(step, map + x, count)) continue;
+        FillFractions<Stride>(step, map + x, channels, count, fractions);
+        const std::int32_t at = x * Stride;
+        BlendSamples(fractions, previous + at, next + at, out + at, count * Stride);
+    }
+}
+
+// Images whose pixels have different sizes: a frame that reads back in another format than the first.
+template <typename T>
+KY_ALWAYS_INLINE void BlendApart(const BlendStep& step, const std::uint16_t* map, const T* previous, const T* next,
+                                 T* out, const BlendStrides& strides, int channels, std::int32_t width) {
+    for (std::int32_t x = 0; x < width; ++x) {
+        if (map[x] < step.Lowest || map[x] > step.Highest) continue;
+        const double fraction = FractionAt(step, map[x]);
+        for (int c = 0; c < channels; ++c)
+            out[x * strides.Out + c] =
+                BlendSample(previous[x * strides.Previous + c], next[x * strides.Next + c], fraction);
+    }
+}
+
+template <typename T>
+KY_ALWAYS_INLINE void BlendAny(const BlendStep& step, const std::uint16_t* map, const T* previous, const T* next,
+                               T* out, const BlendStrides& strides, int channels, std::int32_t width) {
+    if (strides.Previous != strides.Out || strides.Next != strides.Out || strides.Out == 2 || strides.Out > 4)
+        return BlendApart(step, map, previous, next, out, strides, channels, width);
+    if (strides.Out == 1) return BlendBlocks<1>(step, map, previous, next, out, channels, width);
+    if (strides.Out == 3) return BlendBlocks<3>(step, map, previous, next, out, channels, width);
+    BlendBlocks<4>(step, map, previous, next, out, channels, width);
+}
+
+KY_SIMD_CLONES void BlendRow8(const BlendStep& step, const std::uint16_t* map, const std::uint8_t* previous,
+                              const std::uint8_t* next, std::uint8_t* out, const BlendStrides& strides, int channels,
+                              std::int32_t width) {
+    BlendAny(step, map, previous, next, out, strides, channels, width);
+}
+
+KY_SIMD_CLONES void BlendRow16(const BlendStep& step, const std::uint16_t* map, const std::uint16_t* previous,
+                               const std::uint16_t* next, std::uint16_t* out, const BlendStrides& strides, int channels,
+                               std::int32_t width) {
+    BlendAny(step, map, previous, next, out, strides, channels, width);
+}
+
+} // namespace
+
+BlendStep MakeBlendStep(std::int32_t frame, std::int32_t frameCount, double scale, double offset) {
+    return {TruncateToInt32(((frame - 1) - offset) / scale + 0.5), TruncateToInt32((frame - offset) / scale + 0.5),
+            scale, offset, static_cast<double>(frameCount - 1)};
+}
+
+void BlendRow(const BlendStep& step, const std::uint16_t* map, const std::uint8_t* previous, const std::uint8_t* next,
+              std::uint8_t* out, const BlendStrides& strides, int channels, std::int32_t width) {
+    BlendRow8(step, map, previous, next, out, strides, channels, width);
+}
+
+void BlendRow(const BlendStep& step, const std::uint16_t* map, const std::uint16_t* previous, const std::uint16_t* next,
+              std::uint16_t* out, const BlendStrides& strides, int channels, std::int32_t width) {
+    BlendRow16(step, map, previous, next, out, strides, channels, width);
+}
+
+} // namespace kyf
