@@ -1,0 +1,83 @@
+#include "safe3d/middle_filter.h"
+
+#include <gtest/gtest.h>
+
+#include "reference/median.h"
+#include "safe3d/maps.h"
+#include "safe3d/threads.h"
+#include "support/arrays.h"
+#include "support/case_files.h"
+
+namespace {
+
+using test::MapShape;
+
+std::vector<std::int32_t> RunFilter(const MapShape& shape, const std::vector<std::int32_t>& samples,
+                              const std::vector<std::int32_t>& mask, std::int32_t size, int threads) {
+    const test::ThreadScope scope(threads);
+    const test::Uint16Image image = test::NewUint16(shape, samples, 0.25, 3.0);
+    const test::Image maskImage = test::NewMask(shape, mask);
+    EXPECT_EQ(1, kyf::MiddleFilter(*image, *maskImage, size, threads != 0));
+    EXPECT_EQ(0.25, image->Scale);
+    EXPECT_EQ(3.0, image->Offset);
+    EXPECT_TRUE(test::SameValues(mask, test::ToPlanes(*maskImage)));
+    return test::ToList(*image);
+}
+
+class MedianCases : public testing::TestWithParam<std::string> {};
+TEST_P(MedianCases, GiveTheMediansOfTheModel) {
+    const test::Case data = test::LoadCase("median", GetParam());
+    const auto samples = test::ReadInts(data.File("samples.npy"));
+    const auto mask = test::ReadInts(data.File("mask.npy"));
+    const auto filtered = test::ReadInts(data.File("filtered.npy"));
+    const MapShape shape{static_cast<std::int32_t>(samples.Shape[1]), static_cast<std::int32_t>(samples.Shape[0])};
+    const auto size = data.Json.at("filter_size").get<std::int32_t>();
+    for (const int threads : test::kThreadCounts)
+        EXPECT_TRUE(test::SameValues(filtered.Values, RunFilter(shape, samples.Values, mask.Values, size, threads)));
+}
+INSTANTIATE_TEST_SUITE_P(Medians, MedianCases, testing::ValuesIn(test::CaseNames("median")),
+                         [](const auto& test) { return test.param; });
+
+TEST(MiddleFilter, EqualsThePlainFormWhateverTheThreads) {
+    std::uint32_t seed = 1;
+    for (const MapShape& shape : test::kMapShapes) {
+        for (const std::int32_t size : {1, 3, 11, 12, 15, 17, 0}) {
+            ++seed;
+            // All samples, a narrow range, or the ends of the range, where samples that do not count could slip in.
+            const std::int32_t low = seed % 3 == 0 ? 0 : seed % 3 == 1 ? 32700 : 65500;
+            const std::int32_t high = seed % 3 == 0 ? 65535 : seed % 3 == 1 ? 32900 : 65535;
+            const auto samples = test::RandomSamples(test::CountOf(shape), low, high, seed);
+            const auto mask = test::RandomMask(shape, seed % 4 * 33, seed % 2 == 0 ? 1 : 13, seed);
+            const auto expected =
+                reference::MiddleFilter({shape.Width, shape.Height, samples}, {shape.Width, shape.Height, mask}, size);
+            for (const int threads : test::kThreadCounts) {
+                SCOPED_TRACE(test::Describe(shape, threads, seed) + ", size " + std::to_string(size));
+                EXPECT_TRUE(test::SameValues(expected.Values, RunFilter(shape, samples, mask, size, threads)));
+            }
+        }
+    }
+}
+
+TEST(MiddleFilter, TakesTheUpperMiddleOfAnEvenNumber) {
+    EXPECT_EQ((std::vector<std::int32_t>{7, 7, 7, 7}), RunFilter({2, 2}, {3, 9, 5, 7}, {0, 0, 0, 0}, 3, 0));
+}
+
+TEST(MiddleFilter, LeavesSamplesThatDoNotCount) {
+    const std::vector<std::int32_t> samples = test::RandomSamples(20 * 20, 0, 65535, 4);
+    EXPECT_EQ(samples, RunFilter({20, 20}, samples, std::vector<std::int32_t>(400, 255), 11, 0));
+    std::vector<std::int32_t> mask(400, 1);
+    mask[210] = 0;
+    EXPECT_EQ(samples, RunFilter({20, 20}, samples, mask, 11, 0)) << "a single sample is its own median";
+}
+
+TEST(MiddleFilter, KeepsTheOrderOfSamples) { // a law: the median of rising values of samples is the value of the median
+    const MapShape shape{70, 20};
+    auto samples = test::RandomSamples(test::CountOf(shape), 0, 20000, 8);
+    const auto mask = test::RandomMask(shape, 20, 1, 8);
+    auto expected = RunFilter(shape, samples, mask, 11, 0);
+    for (auto* list : {&samples, &expected})
+        for (std::int32_t& value : *list) value = 3 * value + 17;
+    EXPECT_EQ(expected, RunFilter(shape, samples, mask, 11, 0));
+}
+
+} // namespace
