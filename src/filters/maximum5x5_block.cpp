@@ -23,6 +23,7 @@ KY_ALWAYS_INLINE void TakeColumnMaxima(const MaximumBlock<T>& block, std::int32_
             const std::int32_t y = std::clamp(block.FirstRow + k + j - kReach, 0, block.Height - 1);
             near[j] = block.Source + block.SourceStep * y + first;
         }
+        for (int i = count; i < 2 * count; i += 64 / static_cast<int>(sizeof(T))) __builtin_prefetch(near[kReach] + i);
         T* const out = scratch.Rows[k];
         for (int i = 0; i < count; ++i)
             out[i] = std::max(std::max(std::max(near[0][i], near[1][i]), std::max(near[2][i], near[3][i])), near[4][i]);
@@ -50,24 +51,27 @@ template <typename T> KY_ALWAYS_INLINE void ColumnsToRows(MaximumScratch<T>& scr
 // One step of all rows. A rescan takes the first four columns of the window, the leftmost of equal maxima; otherwise
 // the column that enters takes over if it is greater.
 template <typename T>
-KY_ALWAYS_INLINE void Step(T (*__restrict window)[MaximumScratch<T>::kLanes], int stride, T* __restrict running,
-                           T* __restrict position) noexcept {
-    T* __restrict const c0 = window[0];
+KY_ALWAYS_INLINE void Step(T (*window)[MaximumScratch<T>::kLanes], int stride, T* running, T* position) noexcept {
+    T* const c0 = window[0];
     const T* const c1 = window[stride];
     const T* const c2 = window[2 * stride];
     const T* const c3 = window[3 * stride];
     const T* const c4 = window[4 * stride];
 #pragma omp simd
     for (int lane = 0; lane < MaximumScratch<T>::kLanes; ++lane) {
-        const T left = std::max(c0[lane], c1[lane]);
-        const T right = std::max(c2[lane], c3[lane]);
-        const T leftAt = static_cast<T>(c1[lane] > c0[lane] ? 1 : 0);
-        const T rightAt = static_cast<T>(c3[lane] > c2[lane] ? 3 : 2);
-        const T scanned = std::max(left, right);
-        const T scannedAt = right > left ? rightAt : leftAt;
+        const T a0 = c0[lane];
+        const T a1 = c1[lane];
+        const T a2 = c2[lane];
+        const T a3 = c3[lane];
+        const T entering = c4[lane];
         const T held = running[lane];
         const T at = position[lane];
-        const T entering = c4[lane];
+        const T left = std::max(a0, a1);
+        const T right = std::max(a2, a3);
+        const T scanned = std::max(left, right);
+        const T leftAt = a1 > a0 ? T{1} : T{0};
+        const T rightAt = a3 > a2 ? T{3} : T{2};
+        const T scannedAt = right > left ? rightAt : leftAt;
         const T kept = std::max(held, entering);
         const T keptAt = entering > held ? T{4} : static_cast<T>(at - 1);
         const T result = at == 0 ? scanned : kept;

@@ -10,7 +10,7 @@ namespace kyf {
 /// Rows of a block: one vector register of samples.
 template <typename T> constexpr int kMaximumLanes = 64 / static_cast<int>(sizeof(T));
 /// Pixels of a strip that a block goes through at a time.
-constexpr int kMaximumStripPixels = 64;
+constexpr int kMaximumStripPixels = 128;
 constexpr int kMaximumWindow = 5;
 constexpr int kMaximumPixelSamples = 4;
 

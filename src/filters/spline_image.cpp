@@ -36,6 +36,7 @@ struct SplineImage {
     SplineBand ColumnBand;
     double Scale;
     bool Parallel;
+    SplineScratch Scratch;
 };
 
 // The first pass reads the source; a later one goes on in the destination.
@@ -50,6 +51,7 @@ void RunPass(const SplineImage& image, const PassRange& range, bool first, KyfPr
                           range.FirstChannel,
                           range.LastChannel,
                           image.Parallel,
+                          image.Scratch,
                           image.Parallel ? nullptr : progress};
     switch (SampleBytes(image.Source.PixelBytes)) {
     case 1: range.IsRows ? SplineRows<std::uint8_t>(pass) : SplineColumns<std::uint8_t>(pass); break;
@@ -85,12 +87,14 @@ void FilterSplineImage(const KyiImageData* source, KyiImageData* destination, do
     if (passes.empty()) {
         KyiCopyImageData(source, destination, 0, 0);
     } else if (IsSameLayout(*source, *destination)) {
+        const bool useParallel = UseParallelProcess(source, parallel);
         const SplineImage image{*source,
                                 *destination,
                                 SplineBand(source->Width, SplineWeight(cutoffX)),
                                 SplineBand(source->Height, SplineWeight(cutoffY)),
                                 scale,
-                                UseParallelProcess(source, parallel)};
+                                useParallel,
+                                SplineScratch(*source, useParallel)};
         RunPasses(image, passes, progress);
     }
     KyfProgressCompleteProc(progress);

@@ -14,19 +14,18 @@ constexpr int kLanes = kSplineLanes;
 constexpr std::int32_t kRun = 32;
 
 template <typename T>
-KY_ALWAYS_INLINE void LoadRun(const T* in, std::ptrdiff_t step, double scale, double* work, std::int32_t first,
+KY_ALWAYS_INLINE void LoadRun(const T* __restrict in, std::ptrdiff_t step, double scale, double* __restrict work, std::int32_t first,
                               std::int32_t last) noexcept {
     for (std::int32_t i = first; i < last; ++i) {
         const T* const from = in + step * i;
         double* const to = work + static_cast<std::ptrdiff_t>(i) * kLanes;
-#pragma omp simd
         for (int k = 0; k < kLanes; ++k) to[k] = static_cast<double>(from[k]) * scale;
     }
 }
 
 // The comparisons are false for what is not a number, which truncates to the smallest integer and so is stored as 0.
 template <bool UnitScale, typename T>
-KY_ALWAYS_INLINE void StoreRun(const double* work, const SplineConversion& conversion, T* out, std::ptrdiff_t step,
+KY_ALWAYS_INLINE void StoreRun(const double* __restrict work, const SplineConversion& conversion, T* __restrict out, std::ptrdiff_t step,
                                std::int32_t first, std::int32_t last) noexcept {
     const double scale = UnitScale ? 1.0 : conversion.StoreScale;
     const double offset = scale / 100.0;
@@ -34,7 +33,6 @@ KY_ALWAYS_INLINE void StoreRun(const double* work, const SplineConversion& conve
     for (std::int32_t i = first; i < last; ++i) {
         const double* const from = work + static_cast<std::ptrdiff_t>(i) * kLanes;
         T* const to = out + step * i;
-#pragma omp simd
         for (int k = 0; k < kLanes; ++k) {
             const double value = (offset + from[k]) / scale;
             const double inRange = value >= 0.0 && value < 2147483648.0 ? value : 0.0;

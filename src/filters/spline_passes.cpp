@@ -44,14 +44,14 @@ template <typename T> void SolveRowBlock(const SplinePass& pass, std::int32_t fi
 
 // Columns of samples `spacing` apart, from `first` on; fewer than kSplineLanes or not side by side, they go through a
 // tile.
-template <typename T> struct ColumnBlock {
+struct ColumnBlock {
     std::int32_t First;
     std::int32_t Count;
     std::int32_t Spacing;
 };
 
 template <typename T>
-void SolveThroughTile(const SplinePass& pass, const ColumnBlock<T>& block, T* tile, double* work) {
+void SolveThroughTile(const SplinePass& pass, const ColumnBlock& block, T* tile, double* work) {
     const SampleRows<const T> in(pass.Source);
     const SampleRows<T> out(pass.Destination);
     const std::int32_t height = pass.Source.Height;
@@ -70,7 +70,7 @@ void SolveThroughTile(const SplinePass& pass, const ColumnBlock<T>& block, T* ti
 }
 
 template <typename T>
-void SolveColumnBlock(const SplinePass& pass, const ColumnBlock<T>& block, T* tile, double* work) {
+void SolveColumnBlock(const SplinePass& pass, const ColumnBlock& block, T* tile, double* work) {
     if (block.Count < kLanes || block.Spacing != 1) return SolveThroughTile(pass, block, tile, work);
     const SampleRows<const T> in(pass.Source);
     const SampleRows<T> out(pass.Destination);
@@ -82,38 +82,40 @@ void SolveColumnBlock(const SplinePass& pass, const ColumnBlock<T>& block, T* ti
 template <typename T>
 void SolveColumns(const SplinePass& pass, std::int32_t offset, std::int32_t spacing, std::int32_t columns) {
     const WorkShare share(BlockCount(columns, kLanes), pass.Parallel);
-    const std::size_t slice = static_cast<std::size_t>(pass.Source.Height) * kLanes;
-    const Scratch<T> tiles(slice * static_cast<std::size_t>(share.Chunks));
-    const Scratch<double> work(slice * static_cast<std::size_t>(share.Chunks));
 #pragma omp parallel for schedule(static) if (pass.Parallel)
-    for (std::int32_t chunk = 0; chunk < share.Chunks; ++chunk) {
-        const std::size_t at = slice * static_cast<std::size_t>(chunk);
+    for (std::int32_t chunk = 0; chunk < share.Chunks; ++chunk)
         for (std::int32_t k = share.First(chunk) * kLanes; k < std::min(share.Last(chunk) * kLanes, columns);
              k += kLanes) {
             const std::int32_t count = std::min(kLanes, columns - k);
-            SolveColumnBlock(pass, ColumnBlock<T>{offset + k * spacing, count, spacing}, tiles.Get() + at,
-                             work.Get() + at);
+            SolveColumnBlock(pass, ColumnBlock{offset + k * spacing, count, spacing}, pass.Scratch.Tile<T>(chunk),
+                             pass.Scratch.Work(chunk));
             ReportLines(pass.Progress, k, k + count, columns);
         }
-    }
+}
+
+// Doubles that hold a tile of either pass.
+std::size_t TileCount(const KyiImageData& image) {
+    const std::int32_t samples = image.Width * SampleStride(image.PixelBytes);
+    const std::size_t bytes = static_cast<std::size_t>(std::max(samples, image.Height)) * kLanes *
+                              static_cast<std::size_t>(SampleBytes(image.PixelBytes));
+    return bytes / sizeof(double); // whole: a line of lanes is a multiple of 8 bytes
 }
 
 } // namespace
 
+SplineScratch::SplineScratch(const KyiImageData& image, bool parallel)
+    : m_workCount(static_cast<std::size_t>(std::max(image.Width, image.Height)) * kLanes),
+      m_slice(m_workCount + TileCount(image)),
+      m_block(m_slice * static_cast<std::size_t>(parallel ? omp_get_max_threads() : 1)) {}
+
 template <typename T> void SplineRows(const SplinePass& pass) {
     const std::int32_t height = pass.Source.Height;
     const WorkShare share(BlockCount(height, kLanes), pass.Parallel);
-    const std::size_t samples = static_cast<std::size_t>(pass.Source.Width * SampleStride(pass.Source.PixelBytes));
-    const std::size_t tileSlice = samples * kLanes;
-    const std::size_t workSlice = static_cast<std::size_t>(pass.Source.Width) * kLanes;
-    const Scratch<T> tiles(tileSlice * static_cast<std::size_t>(share.Chunks));
-    const Scratch<double> work(workSlice * static_cast<std::size_t>(share.Chunks));
 #pragma omp parallel for schedule(static) if (pass.Parallel)
     for (std::int32_t chunk = 0; chunk < share.Chunks; ++chunk)
         for (std::int32_t block = share.First(chunk); block < share.Last(chunk); ++block) {
             const std::int32_t first = block * kLanes;
-            SolveRowBlock(pass, first, tiles.Get() + tileSlice * static_cast<std::size_t>(chunk),
-                          work.Get() + workSlice * static_cast<std::size_t>(chunk));
+            SolveRowBlock(pass, first, pass.Scratch.Tile<T>(chunk), pass.Scratch.Work(chunk));
             ReportLines(pass.Progress, first, std::min(first + kLanes, height), height);
         }
 }

@@ -4,10 +4,27 @@
 
 #include <kyfocus/progress.h>
 
+#include "filters/scratch.h"
 #include "filters/spline_band.h"
 #include "filters/spline_lines.h"
 
 namespace kyf {
+
+/// Working memory of all passes over one image: for each thread a tile of samples and the lines in work.
+class SplineScratch {
+  public:
+    SplineScratch(const KyiImageData& image, bool parallel);
+
+    template <typename T> T* Tile(std::int32_t chunk) const noexcept {
+        return reinterpret_cast<T*>(Work(chunk) + m_workCount);
+    }
+    double* Work(std::int32_t chunk) const noexcept { return m_block.Get() + m_slice * static_cast<std::size_t>(chunk); }
+
+  private:
+    std::size_t m_workCount; ///< doubles of one chunk's lines
+    std::size_t m_slice;     ///< doubles from chunk to chunk
+    Scratch<double> m_block;
+};
 
 struct SplinePass {
     const KyiImageData& Source; ///< may be the destination
@@ -17,6 +34,7 @@ struct SplinePass {
     int FirstChannel;
     int LastChannel; ///< excluded
     bool Parallel;
+    const SplineScratch& Scratch;
     KyfProgress* Progress; ///< gets the percent of finished lines; null for none
 };
 
