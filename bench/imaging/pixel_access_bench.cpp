@@ -32,11 +32,11 @@ std::int64_t PixelsOf(const KyiImageData& image) { return std::int64_t{image.Wid
 
 std::int64_t BytesOf(const KyiImageData& image) { return std::int64_t{image.LineBytes} * image.Height; }
 
-/// "ns": time of one item.
+/// "each": time of one item.
 void TellItems(benchmark::State& state, std::int64_t itemsATurn) {
     state.SetItemsProcessed(state.iterations() * itemsATurn);
-    state.counters["ns"] = benchmark::Counter(static_cast<double>(state.iterations() * itemsATurn) * 1e-9,
-                                              benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+    state.counters["each"] = benchmark::Counter(static_cast<double>(state.iterations() * itemsATurn),
+                                                benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
 void GetLinePixel(benchmark::State& state) {
