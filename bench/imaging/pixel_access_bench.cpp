@@ -77,8 +77,7 @@ void SetVLinePixel(benchmark::State& state) {
     const std::vector<std::int32_t> line(static_cast<std::size_t>(image->Height), 77);
     const std::int32_t columns = image->Width / 8;
     for (auto _ : state)
-        for (std::int32_t x = 0; x < columns; ++x)
-            KyiSetVLinePixel(image.get(), x, 0, 1, line.data(), image->Height);
+        for (std::int32_t x = 0; x < columns; ++x) KyiSetVLinePixel(image.get(), x, 0, 1, line.data(), image->Height);
     TellItems(state, std::int64_t{columns} * image->Height);
 }
 
