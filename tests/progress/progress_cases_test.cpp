@@ -86,8 +86,9 @@ TEST_P(ProgressCases, GiveTheRecordedCallbacksAndPercents) {
 }
 
 TEST(ProgressListCases, HaveTheRecordedWeights) {
-    for (const std::string& name : test::CaseNames("progress", "weights"))
-        for (const auto& row : test::LoadCase("progress", name).Json.at("rows")) {
+    for (const std::string& name : test::CaseNames("progress", "weights")) {
+        const test::Case recorded = test::LoadCase("progress", name);
+        for (const auto& row : recorded.Json.at("rows")) {
             const std::int32_t count = row.at(0);
             SCOPED_TRACE("count " + std::to_string(count));
             KyfProgress** const list = KyfProgressCreateSubList(count, row.at(1));
@@ -98,6 +99,7 @@ TEST(ProgressListCases, HaveTheRecordedWeights) {
             EXPECT_EQ(list == nullptr, row.at(2).empty());
             EXPECT_EQ(weights, row.at(2).get<std::vector<std::int32_t>>());
         }
+    }
 }
 
 std::vector<std::string> TreeCases() {

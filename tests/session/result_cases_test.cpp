@@ -130,7 +130,8 @@ TEST(CreatedImages, ComeForTheRecordedFormats) {
     double values[] = {1.0, 2.0, 3.0, 4.0};
     double* rows[] = {values, values + 2};
     const KyfImageData heights{rows, 2, 2};
-    for (const Json& row : test::LoadCase("results", "create_image_formats").Json.at("formats")) {
+    const Json json = test::LoadCase("results", "create_image_formats").Json;
+    for (const Json& row : json.at("formats")) {
         const test::Image image(KyfCreateImageDataFromHeightData(&heights, row.at(0), nullptr));
         EXPECT_EQ(image != nullptr, row.at(1).get<int>() != 0) << row;
     }
