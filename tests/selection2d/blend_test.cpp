@@ -22,7 +22,8 @@ struct Shape {
     std::int32_t Height;
 };
 
-constexpr std::array<Shape, 14> kAwkwardShapes{{{1, 1},
+// In the last one a quotient of position and ratio falls just below a whole number.
+constexpr std::array<Shape, 15> kAwkwardShapes{{{1, 1},
                                                 {1, 7},
                                                 {7, 1},
                                                 {2, 2},
@@ -35,7 +36,8 @@ constexpr std::array<Shape, 14> kAwkwardShapes{{{1, 1},
                                                 {65, 15},
                                                 {257, 31},
                                                 {131, 150},
-                                                {412, 24}}};
+                                                {412, 24},
+                                                {87, 58}}};
 
 /// 0: the parallel flag off.
 constexpr std::array<int, 4> kThreads{0, 1, 2, 5};

@@ -25,7 +25,7 @@ class SelectionCase : public testing::TestWithParam<std::string> {
     void SetUp() override {
         m_case = test::LoadCase("selection2d", GetParam());
         m_frames = test::ReadInts(m_case.File("frames.npy"));
-        KyfSetParallelProcImageSize(Field("parallel_image_size"));
+        KyfSetParallelProcImageSize(m_case.Json.at("parallel_image_size").get<std::uint32_t>());
         StartAs(m_case.Json);
     }
     void TearDown() override { KyfSetParallelProcImageSize(0); }
