@@ -11,7 +11,8 @@ namespace {
 using Vector16 = std::uint8_t __attribute__((vector_size(16)));
 
 // The loops below take 16 bytes, write as many whole pixels as they hold in their new order and the rest as it was; the
-// next step starts at that rest. So they also work in place. A loop stops while 16 bytes are still there to be read.
+// next step starts at that rest. So they also work in place. The next 16 bytes are taken before these are written: a
+// load that overlaps a store just made waits for it.
 constexpr std::size_t kVectorBytes = 16;
 
 KY_ALWAYS_INLINE Vector16 Load(const std::uint8_t* from) noexcept {
@@ -43,9 +44,13 @@ KY_SIMD_CLONES
 void SwapRedBlue8(const std::uint8_t* in, std::uint8_t* out, std::size_t count) noexcept {
     const std::size_t bytes = 3 * count;
     std::size_t i = 0;
-    for (; i + kVectorBytes <= bytes; i += 15) {
-        const Vector16 v = Load(in + i);
-        Store(out + i, __builtin_shufflevector(v, v, 2, 1, 0, 5, 4, 3, 8, 7, 6, 11, 10, 9, 14, 13, 12, 15));
+    if (bytes >= 15 + kVectorBytes) {
+        Vector16 next = Load(in);
+        for (; i + 15 + kVectorBytes <= bytes; i += 15) {
+            const Vector16 v = next;
+            next = Load(in + i + 15);
+            Store(out + i, __builtin_shufflevector(v, v, 2, 1, 0, 5, 4, 3, 8, 7, 6, 11, 10, 9, 14, 13, 12, 15));
+        }
     }
     for (; i < bytes; i += 3) SwapPixel8(in + i, out + i);
 }
@@ -54,9 +59,13 @@ KY_SIMD_CLONES
 void SwapRedBlue16(const std::uint8_t* in, std::uint8_t* out, std::size_t count) noexcept {
     const std::size_t bytes = 6 * count;
     std::size_t i = 0;
-    for (; i + kVectorBytes <= bytes; i += 12) {
-        const Vector16 v = Load(in + i);
-        Store(out + i, __builtin_shufflevector(v, v, 4, 5, 2, 3, 0, 1, 10, 11, 8, 9, 6, 7, 12, 13, 14, 15));
+    if (bytes >= 12 + kVectorBytes) {
+        Vector16 next = Load(in);
+        for (; i + 12 + kVectorBytes <= bytes; i += 12) {
+            const Vector16 v = next;
+            next = Load(in + i + 12);
+            Store(out + i, __builtin_shufflevector(v, v, 4, 5, 2, 3, 0, 1, 10, 11, 8, 9, 6, 7, 12, 13, 14, 15));
+        }
     }
     for (; i < bytes; i += 6) SwapPixel16(in + i, out + i);
 }

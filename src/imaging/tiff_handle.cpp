@@ -18,6 +18,8 @@ struct FreeOptions {
     void operator()(TIFFOpenOptions* options) const noexcept { TIFFOpenOptionsFree(options); }
 };
 
+bool StartsWith(const char* text, const char* start) { return std::strncmp(text, start, std::strlen(start)) == 0; }
+
 TiffHandle& Of(thandle_t handle) { return *static_cast<TiffHandle*>(handle); }
 
 } // namespace
@@ -48,7 +50,12 @@ void TiffHandle::Open(const char* mode, std::int64_t mostMemory) {
     const auto map = [](thandle_t, void**, toff_t*) { return 0; };
     const auto unmap = [](thandle_t, void*, toff_t) {};
     m_tiff = TIFFClientOpenExt("TIFF", mode, this, OnRead, OnWrite, OnSeek, close, OnSize, map, unmap, options.get());
-    if (!m_tiff) Check(false);
+    if (m_tiff && !m_tagLost) {
+        m_text[0] = '\0'; // what libtiff could mend
+        return;
+    }
+    Close();
+    Check(false);
 }
 
 void TiffHandle::Check(bool succeeded) const {
@@ -70,8 +77,12 @@ int TiffHandle::OnError(TIFF*, void* handle, const char*, const char* format, va
 }
 
 int TiffHandle::OnWarning(TIFF*, void* handle, const char*, const char* format, va_list values) {
+    TiffHandle& self = Of(handle);
+    // A tag that the file is too short for is left out by libtiff, and the picture becomes another without it.
+    if (StartsWith(format, "IO error during reading")) self.m_tagLost = true;
     // Old files pack the bits of LZW codes the other way round, which libtiff knows and mentions.
-    if (Of(handle).m_readsPixels && std::strncmp(format, "Old-style LZW", 13) != 0) Of(handle).Keep(format, values);
+    const bool guessed = self.m_readsPixels && !StartsWith(format, "Old-style LZW");
+    if (self.m_tagLost || guessed) self.Keep(format, values);
     return 1;
 }
 

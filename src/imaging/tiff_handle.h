@@ -53,6 +53,7 @@ class TiffHandle {
     TIFF* m_tiff = nullptr;
     std::uint64_t m_position = 0;
     bool m_readsPixels = false;
+    bool m_tagLost = false;
     std::array<char, 200> m_text{};
 };
 
