@@ -57,7 +57,7 @@ function(ky_test)
     add_executable(test_${ARG_NAME} ${ARG_SOURCES})
     target_link_libraries(test_${ARG_NAME} PRIVATE ky_options ky_test_support ${ARG_LINKS} GTest::gtest_main)
     target_include_directories(test_${ARG_NAME} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
-    gtest_discover_tests(test_${ARG_NAME} TEST_PREFIX "${ARG_NAME}/" DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 600)
+    gtest_discover_tests(test_${ARG_NAME} TEST_PREFIX "${ARG_NAME}/" DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 600 ENVIRONMENT "OMP_WAIT_POLICY=passive")
 endfunction()
 
 # ky_bench(NAME name SOURCES ... LINKS ...): a Google Benchmark binary for one folder, and one short turn of it as a test.

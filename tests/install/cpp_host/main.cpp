@@ -1,5 +1,5 @@
 // A host in C++: default settings through the class, progress through the callback.
-#include <kyfocus/focus_composition_setting.h>
+#include <kyfocus/composition_setting.h>
 #include <kyfocus/kyfocus.h>
 
 #include <memory>
