@@ -1,5 +1,5 @@
-// What the filters cost on images of a microscope's size. An item is a pixel; the argument is the number of threads, 0 with
-// the parallel flag off. KY_BENCH_SMALL in the environment takes small images.
+// What the filters cost on images of a microscope's size. An item is a pixel; the argument is the number of threads, 0
+// with the parallel flag off. KY_BENCH_SMALL in the environment takes small images.
 #include <cstdlib>
 #include <cstring>
 #include <vector>
@@ -29,11 +29,12 @@ double ChainSize(const KyiImageData& image) { return 2.0 * image.Width / 200.0; 
 
 struct Run {
     explicit Run(benchmark::State& state, std::int32_t format)
-        : State(state), Flag(state.range(0) != 0), Source(test::TexturedImage(FrameSize().Width, FrameSize().Height, format, 1)),
+        : State(state), Flag(state.range(0) != 0),
+          Source(test::TexturedImage(FrameSize().Width, FrameSize().Height, format, 1)),
           Destination(kyf::CloneImageLayout(*Source)) {
         omp_set_num_threads(std::max(1, static_cast<int>(state.range(0))));
-        std::memset(Destination->Pixels, 0, static_cast<std::size_t>(Destination->LineBytes) *
-                                                static_cast<std::size_t>(Destination->Height));
+        std::memset(Destination->Pixels, 0,
+                    static_cast<std::size_t>(Destination->LineBytes) * static_cast<std::size_t>(Destination->Height));
     }
     ~Run() {
         const auto pixels = static_cast<double>(Source->Width) * Source->Height;
@@ -138,9 +139,9 @@ void ThreadsAndRatios(benchmark::internal::Benchmark* benchmark) {
 }
 
 #define KY_BENCH_FORMATS(function, arguments)                                                                          \
-    BENCHMARK_CAPTURE(function, gray8, KyiFormatGray8)->Apply(arguments);                                               \
-    BENCHMARK_CAPTURE(function, gray16, KyiFormatGray16)->Apply(arguments);                                             \
-    BENCHMARK_CAPTURE(function, colour8, KyiFormatBgr24)->Apply(arguments);                                             \
+    BENCHMARK_CAPTURE(function, gray8, KyiFormatGray8)->Apply(arguments);                                              \
+    BENCHMARK_CAPTURE(function, gray16, KyiFormatGray16)->Apply(arguments);                                            \
+    BENCHMARK_CAPTURE(function, colour8, KyiFormatBgr24)->Apply(arguments);                                            \
     BENCHMARK_CAPTURE(function, colour16, KyiFormatBgr48)->Apply(arguments)
 
 KY_BENCH_FORMATS(CopyBytes, Threads);

@@ -8,12 +8,8 @@ namespace kyf {
 
 /// Numbers that hold a Sobel sum of four samples with its sign.
 template <typename T> struct EdgeSum;
-template <> struct EdgeSum<std::uint8_t> {
-    using Type = std::int16_t;
-};
-template <> struct EdgeSum<std::uint16_t> {
-    using Type = std::int32_t;
-};
+template <> struct EdgeSum<std::uint8_t> { using Type = std::int16_t; };
+template <> struct EdgeSum<std::uint16_t> { using Type = std::int32_t; };
 
 /// out[i] = the least of |Gx| + |Gy| and `top` for every sample of a row of `count`, neighbours `stride` samples apart;
 /// edge samples repeat beyond the ends, and the last pixel repeats the one before it (0 in a row of one pixel).

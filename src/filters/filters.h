@@ -35,7 +35,8 @@ KyiImageData* MirrorBorderImage(const KyiImageData* source, std::int32_t borderX
 /// Source and destination have one size and format and may be the same image.
 void FilterEdgeStrength(const KyiImageData* source, KyiImageData* destination, KyiBool parallel);
 
-/// Running maximum over 5 by 5 samples; a column that enters the window during a rescan is seen by the next rescan only.
+/// Running maximum over 5 by 5 samples; a column that enters the window during a rescan is seen by the next rescan
+/// only.
 void FilterMaximum5x5(const KyiImageData* source, KyiImageData* destination, KyiBool parallel);
 
 /// Spline smoothing: every row, then every column, becomes the exact second-order penalised least-squares fit

@@ -17,8 +17,10 @@ using ImagePtr = std::unique_ptr<KyiImageData, ImageDeleter>;
 /// Samples from one pixel to the next: 1 for gray, 3 or 4 for colour; 0 for a pixel size that kernels do not know.
 constexpr int SampleStride(int pixelBytes) noexcept {
     switch (pixelBytes) {
-    case 1: case 2: return 1;
-    case 3: case 6: return 3;
+    case 1:
+    case 2: return 1;
+    case 3:
+    case 6: return 3;
     case 4: return 4;
     default: return 0;
     }

@@ -20,15 +20,16 @@ template <typename T> void MaximumSamples(const KyiImageData& source, KyiImageDa
     const WorkShare share(BlockCount(source.Height, kMaximumLanes<T>), parallel);
     const Scratch<MaximumScratch<T>> scratch(static_cast<std::size_t>(share.Chunks));
     // Lanes without a row are computed and dropped: they must hold something.
-    std::memset(static_cast<void*>(scratch.Get()), 0, sizeof(MaximumScratch<T>) * static_cast<std::size_t>(share.Chunks));
+    std::memset(static_cast<void*>(scratch.Get()), 0,
+                sizeof(MaximumScratch<T>) * static_cast<std::size_t>(share.Chunks));
 #pragma omp parallel for schedule(static) if (parallel)
     for (std::int32_t chunk = 0; chunk < share.Chunks; ++chunk)
         for (std::int32_t block = share.First(chunk); block < share.Last(chunk); ++block) {
             const std::int32_t first = block * kMaximumLanes<T>;
             const std::int32_t rows = std::min(kMaximumLanes<T>, source.Height - first);
-            MaximumOfBlock(MaximumBlock<T>{in[0], in.Step(), out[0], out.Step(), source.Width, source.Height, stride,
-                                           first, rows},
-                           scratch.Get()[chunk]);
+            MaximumOfBlock(
+                MaximumBlock<T>{in[0], in.Step(), out[0], out.Step(), source.Width, source.Height, stride, first, rows},
+                scratch.Get()[chunk]);
             for (std::int32_t y = first; stride == 4 && y < first + rows; ++y)
                 KeepUnusedSamples(in[y], out[y], source.Width);
         }

@@ -83,7 +83,8 @@ KY_ALWAYS_INLINE void Step(T (*window)[MaximumScratch<T>::kLanes], int stride, T
 
 template <typename T>
 KY_ALWAYS_INLINE void CopyPixelColumn(MaximumScratch<T>& scratch, int from, int to, int stride) noexcept {
-    std::memcpy(scratch.Columns[to], scratch.Columns[from], sizeof scratch.Columns[0] * static_cast<std::size_t>(stride));
+    std::memcpy(scratch.Columns[to], scratch.Columns[from],
+                sizeof scratch.Columns[0] * static_cast<std::size_t>(stride));
 }
 
 template <typename T> KY_ALWAYS_INLINE void ClearPixelColumn(MaximumScratch<T>& scratch, int at, int stride) noexcept {
@@ -110,18 +111,24 @@ KY_ALWAYS_INLINE void RunStrip(const MaximumBlock<T>& block, MaximumScratch<T>& 
 }
 
 // The pixels left of the image: columns 1 and 0, as a mirror shows them.
-template <typename T> KY_ALWAYS_INLINE void MirrorLeft(const MaximumBlock<T>& block, MaximumScratch<T>& scratch) noexcept {
+template <typename T>
+KY_ALWAYS_INLINE void MirrorLeft(const MaximumBlock<T>& block, MaximumScratch<T>& scratch) noexcept {
     const int stride = block.Stride;
     CopyPixelColumn(scratch, 4 * stride, 3 * stride, stride);
-    if (block.Width > 1) CopyPixelColumn(scratch, 5 * stride, 2 * stride, stride);
-    else ClearPixelColumn(scratch, 2 * stride, stride);
+    if (block.Width > 1)
+        CopyPixelColumn(scratch, 5 * stride, 2 * stride, stride);
+    else
+        ClearPixelColumn(scratch, 2 * stride, stride);
 }
 
-template <typename T> KY_ALWAYS_INLINE void MirrorRight(const MaximumBlock<T>& block, MaximumScratch<T>& scratch) noexcept {
+template <typename T>
+KY_ALWAYS_INLINE void MirrorRight(const MaximumBlock<T>& block, MaximumScratch<T>& scratch) noexcept {
     const int stride = block.Stride;
     CopyPixelColumn(scratch, 3 * stride, 4 * stride, stride);
-    if (block.Width > 1) CopyPixelColumn(scratch, 2 * stride, 5 * stride, stride);
-    else ClearPixelColumn(scratch, 5 * stride, stride);
+    if (block.Width > 1)
+        CopyPixelColumn(scratch, 2 * stride, 5 * stride, stride);
+    else
+        ClearPixelColumn(scratch, 5 * stride, stride);
 }
 
 template <typename T>

@@ -19,8 +19,10 @@ std::int32_t BorderedSize(std::int32_t size, std::int32_t border) {
 // Source position behind a position of the bordered axis, or -1 where no reflection reaches.
 std::int32_t ReflectedPosition(std::int32_t position, std::int32_t border, std::int32_t size) {
     std::int64_t at = static_cast<std::int64_t>(position) - border;
-    if (at < 0) at = -1 - at;
-    else if (at >= size) at = 2 * static_cast<std::int64_t>(size) - 1 - at;
+    if (at < 0)
+        at = -1 - at;
+    else if (at >= size)
+        at = 2 * static_cast<std::int64_t>(size) - 1 - at;
     return at >= 0 && at < size ? static_cast<std::int32_t>(at) : -1;
 }
 
@@ -32,7 +34,8 @@ void FillRow(const KyiImageData& source, std::int32_t sourceY, KyiImageData& res
     for (std::int32_t x = 0; x < result.Width; ++x) {
         const std::int32_t sourceX = ReflectedPosition(x, borderX, source.Width);
         if (sourceX >= 0)
-            std::memcpy(out + pixel * static_cast<std::size_t>(x), in + pixel * static_cast<std::size_t>(sourceX), pixel);
+            std::memcpy(out + pixel * static_cast<std::size_t>(x), in + pixel * static_cast<std::size_t>(sourceX),
+                        pixel);
     }
 }
 

@@ -15,9 +15,8 @@ constexpr std::int32_t TruncateToInt32(double value) noexcept {
 
 /// As TruncateToInt32, with 64 bits.
 constexpr std::int64_t TruncateToInt64(double value) noexcept {
-    return value >= -9223372036854775808.0 && value < 9223372036854775808.0
-               ? static_cast<std::int64_t>(value)
-               : std::numeric_limits<std::int64_t>::min();
+    return value >= -9223372036854775808.0 && value < 9223372036854775808.0 ? static_cast<std::int64_t>(value)
+                                                                            : std::numeric_limits<std::int64_t>::min();
 }
 
 /// 32-bit product, wrapping in two's complement.

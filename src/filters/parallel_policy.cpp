@@ -10,7 +10,8 @@ bool UseParallelProcess(const KyiImageData* image, KyiBool parallel) {
     if (parallel == 0) return false;
     if (omp_get_num_procs() < 2) return false;
     if (g_parallelProcImageSize == 0) return true;
-    return g_parallelProcImageSize <= static_cast<std::uint32_t>(image->Width) * static_cast<std::uint32_t>(image->Height);
+    return g_parallelProcImageSize <=
+           static_cast<std::uint32_t>(image->Width) * static_cast<std::uint32_t>(image->Height);
 }
 
 } // namespace kyf

@@ -43,8 +43,10 @@ void ReduceRow(const Reduction& reduction, std::int32_t y, int channel, std::uin
     const std::int32_t firstRow = reduction.Y.First(y);
     for (std::int32_t j = 0; j < reduction.Y.Block; ++j) {
         const T* const row = rows[firstRow + j] + ChannelOffset(source.PixelBytes, channel);
-        if (reduction.X.IsWhole()) AddWholeBlockRow(row, stride, reduction.X.Block, sums, width);
-        else AddBlockRow(row, stride, reduction.Starts.data(), reduction.X.Block, sums, width);
+        if (reduction.X.IsWhole())
+            AddWholeBlockRow(row, stride, reduction.X.Block, sums, width);
+        else
+            AddBlockRow(row, stride, reduction.Starts.data(), reduction.X.Block, sums, width);
     }
     DivideRow(sums, reduction.X.Block * reduction.Y.Block, reduction.Top, values, width);
     KyiSetLinePixel(&reduction.Destination, 0, y, channel, values, width);
@@ -54,8 +56,8 @@ template <typename T> void ReduceSamples(const KyiImageData& source, KyiImageDat
     const ReducedAxis x(source.Width, destination.Width);
     const ReducedAxis y(source.Height, destination.Height);
     if (x.Block < 1 || y.Block < 1) return;
-    const Reduction reduction{source, destination, x, y, TopOf<T>(destination, parallel),
-                              BlockStarts(x, destination.Width)};
+    const Reduction reduction{
+        source, destination, x, y, TopOf<T>(destination, parallel), BlockStarts(x, destination.Width)};
     const int channels = KyiIsFormatBgr(source.Format) ? 3 : 1;
     const WorkShare share(destination.Height, parallel);
     const auto width = static_cast<std::size_t>(destination.Width);

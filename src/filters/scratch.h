@@ -16,19 +16,19 @@ namespace kyf {
 template <typename T> class Scratch {
   public:
     explicit Scratch(std::size_t count)
-        : m_block(static_cast<T*>(::operator new(count * sizeof(T), std::align_val_t{64}))) {}
+        : m_block(static_cast<T*>(::operator new (count * sizeof(T), std::align_val_t{64}))) {}
 
     T* Get() const noexcept { return m_block.get(); }
 
   private:
     struct Release {
-        void operator()(T* block) const noexcept { ::operator delete(block, std::align_val_t{64}); }
+        void operator()(T* block) const noexcept { ::operator delete (block, std::align_val_t{64}); }
     };
     std::unique_ptr<T, Release> m_block;
 };
 
-/// Blocks of work of one image, shared out to chunks: a chunk runs its blocks one after the other in a slice of scratch of
-/// its own, so that memory grows with the threads and not with the image.
+/// Blocks of work of one image, shared out to chunks: a chunk runs its blocks one after the other in a slice of scratch
+/// of its own, so that memory grows with the threads and not with the image.
 struct WorkShare {
     std::int32_t Blocks;
     std::int32_t Chunks;

@@ -7,8 +7,8 @@
 
 namespace kyf {
 
-/// I + L Dt D after elimination without pivoting, for lines of `Count` samples. A line of fewer than 3 samples is its own
-/// solution, and the band then is empty.
+/// I + L Dt D after elimination without pivoting, for lines of `Count` samples. A line of fewer than 3 samples is its
+/// own solution, and the band then is empty.
 struct SplineBand {
     SplineBand(std::int32_t count, double weight);
 

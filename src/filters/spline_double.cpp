@@ -79,8 +79,8 @@ void CopyRows(const KyfImageData& source, KyfImageData& destination, bool parall
     for (std::int32_t y = 0; y < source.Height; ++y) std::memmove(destination.Rows[y], source.Rows[y], bytes);
 }
 
-// How far each axis is filtered. Where only one cutoff is set, the width counts as the height too, and lines that do not
-// exist are left out.
+// How far each axis is filtered. Where only one cutoff is set, the width counts as the height too, and lines that do
+// not exist are left out.
 struct Extent {
     std::int32_t Columns;
     std::int32_t Rows;
@@ -105,7 +105,8 @@ void Filter(const KyfImageData& source, KyfImageData& destination, double cutoff
         RunPass(DoublePass{source, destination, rowBand, margin, extent.Rows, parallel}, SolveRowBlock, work.Get());
     // The rows have left exactly the samples behind that the columns read.
     const KyfImageData& between = rows ? destination : source;
-    RunPass(DoublePass{between, destination, columnBand, margin, extent.Columns, parallel}, SolveColumnBlock, work.Get());
+    RunPass(DoublePass{between, destination, columnBand, margin, extent.Columns, parallel}, SolveColumnBlock,
+            work.Get());
 }
 
 } // namespace
@@ -113,8 +114,10 @@ void Filter(const KyfImageData& source, KyfImageData& destination, double cutoff
 KyfResult FilterSplineDouble(const KyfImageData* source, KyfImageData* destination, double cutoffX, double cutoffY,
                              std::int32_t margin, KyiBool parallel) {
     try {
-        if (cutoffX == 0.0 && cutoffY == 0.0) CopyRows(*source, *destination, parallel != 0);
-        else Filter(*source, *destination, cutoffX, cutoffY, std::max(margin, 0), parallel != 0);
+        if (cutoffX == 0.0 && cutoffY == 0.0)
+            CopyRows(*source, *destination, parallel != 0);
+        else
+            Filter(*source, *destination, cutoffX, cutoffY, std::max(margin, 0), parallel != 0);
     } catch (const std::bad_alloc&) {
         return KyfResultFailAlloc;
     }

@@ -14,8 +14,8 @@ constexpr int kLanes = kSplineLanes;
 constexpr std::int32_t kRun = 32;
 
 template <typename T>
-KY_ALWAYS_INLINE void LoadRun(const T* __restrict in, std::ptrdiff_t step, double scale, double* __restrict work, std::int32_t first,
-                              std::int32_t last) noexcept {
+KY_ALWAYS_INLINE void LoadRun(const T* __restrict in, std::ptrdiff_t step, double scale, double* __restrict work,
+                              std::int32_t first, std::int32_t last) noexcept {
     for (std::int32_t i = first; i < last; ++i) {
         const T* const from = in + step * i;
         double* const to = work + static_cast<std::ptrdiff_t>(i) * kLanes;
@@ -25,8 +25,8 @@ KY_ALWAYS_INLINE void LoadRun(const T* __restrict in, std::ptrdiff_t step, doubl
 
 // The comparisons are false for what is not a number, which truncates to the smallest integer and so is stored as 0.
 template <bool UnitScale, typename T>
-KY_ALWAYS_INLINE void StoreRun(const double* __restrict work, const SplineConversion& conversion, T* __restrict out, std::ptrdiff_t step,
-                               std::int32_t first, std::int32_t last) noexcept {
+KY_ALWAYS_INLINE void StoreRun(const double* __restrict work, const SplineConversion& conversion, T* __restrict out,
+                               std::ptrdiff_t step, std::int32_t first, std::int32_t last) noexcept {
     const double scale = UnitScale ? 1.0 : conversion.StoreScale;
     const double offset = scale / 100.0;
     const double cap = conversion.Cap;
@@ -41,7 +41,8 @@ KY_ALWAYS_INLINE void StoreRun(const double* __restrict work, const SplineConver
     }
 }
 
-KY_ALWAYS_INLINE void EliminateRun(const SplineBand& band, double* work, std::int32_t first, std::int32_t last) noexcept {
+KY_ALWAYS_INLINE void EliminateRun(const SplineBand& band, double* work, std::int32_t first,
+                                   std::int32_t last) noexcept {
     for (std::int32_t i = std::max(first, 1); i < last; ++i) {
         const auto at = static_cast<std::size_t>(i);
         double* const b = work + at * kLanes;
@@ -70,7 +71,8 @@ KY_ALWAYS_INLINE void SubstituteLast(const SplineBand& band, double* work) noexc
     }
 }
 
-KY_ALWAYS_INLINE void SubstituteRun(const SplineBand& band, double* work, std::int32_t first, std::int32_t last) noexcept {
+KY_ALWAYS_INLINE void SubstituteRun(const SplineBand& band, double* work, std::int32_t first,
+                                    std::int32_t last) noexcept {
     for (std::int32_t i = std::min(last, band.Count - 2) - 1; i >= first; --i) {
         const auto at = static_cast<std::size_t>(i);
         double* const y = work + at * kLanes;
@@ -98,13 +100,14 @@ KY_ALWAYS_INLINE void Solve(const SplineLines<T>& lines, const SplineBand& band,
     for (std::int32_t last = count; last > 0; last -= kRun) {
         const std::int32_t first = std::max(last - kRun, 0);
         if (solves) SubstituteRun(band, work, first, last);
-        if (conversion.StoreScale == 1.0) StoreRun<true>(work, conversion, lines.Out, lines.OutStep, first, last);
-        else StoreRun<false>(work, conversion, lines.Out, lines.OutStep, first, last);
+        if (conversion.StoreScale == 1.0)
+            StoreRun<true>(work, conversion, lines.Out, lines.OutStep, first, last);
+        else
+            StoreRun<false>(work, conversion, lines.Out, lines.OutStep, first, last);
     }
 }
 
-template <typename T>
-KY_ALWAYS_INLINE void ToLanes(const T* const* rows, std::int32_t count, T* tile) noexcept {
+template <typename T> KY_ALWAYS_INLINE void ToLanes(const T* const* rows, std::int32_t count, T* tile) noexcept {
     constexpr int n = kSquare<T>;
     std::int32_t i = 0;
     for (; i + n <= count; i += n)
@@ -115,8 +118,7 @@ KY_ALWAYS_INLINE void ToLanes(const T* const* rows, std::int32_t count, T* tile)
         for (int k = 0; k < kLanes; ++k) tile[static_cast<std::ptrdiff_t>(i) * kLanes + k] = rows[k][i];
 }
 
-template <typename T>
-KY_ALWAYS_INLINE void ToRows(const T* tile, std::int32_t count, T* const* rows) noexcept {
+template <typename T> KY_ALWAYS_INLINE void ToRows(const T* tile, std::int32_t count, T* const* rows) noexcept {
     constexpr int n = kSquare<T>;
     std::int32_t i = 0;
     for (; i + n <= count; i += n)

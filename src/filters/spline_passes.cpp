@@ -50,8 +50,7 @@ struct ColumnBlock {
     std::int32_t Spacing;
 };
 
-template <typename T>
-void SolveThroughTile(const SplinePass& pass, const ColumnBlock& block, T* tile, double* work) {
+template <typename T> void SolveThroughTile(const SplinePass& pass, const ColumnBlock& block, T* tile, double* work) {
     const SampleRows<const T> in(pass.Source);
     const SampleRows<T> out(pass.Destination);
     const std::int32_t height = pass.Source.Height;
@@ -69,8 +68,7 @@ void SolveThroughTile(const SplinePass& pass, const ColumnBlock& block, T* tile,
     }
 }
 
-template <typename T>
-void SolveColumnBlock(const SplinePass& pass, const ColumnBlock& block, T* tile, double* work) {
+template <typename T> void SolveColumnBlock(const SplinePass& pass, const ColumnBlock& block, T* tile, double* work) {
     if (block.Count < kLanes || block.Spacing != 1) return SolveThroughTile(pass, block, tile, work);
     const SampleRows<const T> in(pass.Source);
     const SampleRows<T> out(pass.Destination);

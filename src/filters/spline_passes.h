@@ -18,7 +18,9 @@ class SplineScratch {
     template <typename T> T* Tile(std::int32_t chunk) const noexcept {
         return reinterpret_cast<T*>(Work(chunk) + m_workCount);
     }
-    double* Work(std::int32_t chunk) const noexcept { return m_block.Get() + m_slice * static_cast<std::size_t>(chunk); }
+    double* Work(std::int32_t chunk) const noexcept {
+        return m_block.Get() + m_slice * static_cast<std::size_t>(chunk);
+    }
 
   private:
     std::size_t m_workCount; ///< doubles of one chunk's lines

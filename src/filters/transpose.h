@@ -30,7 +30,8 @@ KY_ALWAYS_INLINE Words8 InterleaveHigh(Words8 a, Words8 b) noexcept {
 }
 
 /// One perfect shuffle of the whole square. log2(N) of them in a row transpose it.
-template <int N, typename Vector> KY_ALWAYS_INLINE void ShuffleSquare(const Vector (&in)[N], Vector (&out)[N]) noexcept {
+template <int N, typename Vector>
+KY_ALWAYS_INLINE void ShuffleSquare(const Vector (&in)[N], Vector (&out)[N]) noexcept {
     for (int i = 0; i < N / 2; ++i) {
         out[2 * i] = InterleaveLow(in[i], in[i + N / 2]);
         out[2 * i + 1] = InterleaveHigh(in[i], in[i + N / 2]);
@@ -53,12 +54,8 @@ KY_ALWAYS_INLINE void TransposeRegisters(Words8 (&a)[8]) noexcept {
 }
 
 template <typename T> struct SquareRow;
-template <> struct SquareRow<std::uint8_t> {
-    using Vector = Bytes16;
-};
-template <> struct SquareRow<std::uint16_t> {
-    using Vector = Words8;
-};
+template <> struct SquareRow<std::uint8_t> { using Vector = Bytes16; };
+template <> struct SquareRow<std::uint16_t> { using Vector = Words8; };
 
 /// out(j, i) = in(i, j) for a square of kSquare<T> samples a side.
 /// @param inRow, outRow  Give the address of row i; called with constants once the loop is unrolled.

@@ -28,8 +28,7 @@ inline kyf::DoubleImagePtr RandomField(std::int32_t width, std::int32_t height, 
     kyf::DoubleImagePtr image(kyf::AllocDoubleImage(width, height));
     std::mt19937 random(seed);
     for (std::int32_t y = 0; y < height; ++y)
-        for (std::int32_t x = 0; x < width; ++x)
-            image->Rows[y][x] = static_cast<double>(random()) / 65536.0 - 20000.0;
+        for (std::int32_t x = 0; x < width; ++x) image->Rows[y][x] = static_cast<double>(random()) / 65536.0 - 20000.0;
     return image;
 }
 

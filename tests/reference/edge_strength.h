@@ -49,7 +49,8 @@ inline void FilterEdgeStrength(const KyiImageData& source, KyiImageData& destina
     KyiImageData* const output = KyiDuplicateImageData(bordered, 0);
     if (KyiIsFormatBgr(source.Format))
         for (std::int32_t channel = 0; channel < 3; ++channel) EdgeStrengthChannel(*bordered, *output, channel);
-    else EdgeStrengthChannel(*bordered, *output, 1);
+    else
+        EdgeStrengthChannel(*bordered, *output, 1);
     const std::int32_t rect[4] = {1, 1, source.Width - 1, source.Height - 1};
     KyiClipImage(output, &destination, rect);
     KyiFreeImageData(bordered);

@@ -11,7 +11,8 @@ namespace reference {
 
 using Field = std::vector<std::vector<double>>; ///< rows of one length
 
-inline void SplineDoubleRows(const Field& source, Field& destination, double cutoff, int margin, int width, int height) {
+inline void SplineDoubleRows(const Field& source, Field& destination, double cutoff, int margin, int width,
+                             int height) {
     for (int row = margin; row < margin + (height - 2 * margin); ++row) {
         const auto y = static_cast<std::size_t>(row);
         if (y >= source.size()) break; // a height that is the width may name rows that are not there
