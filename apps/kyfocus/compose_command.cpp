@@ -64,18 +64,26 @@ void RequireFit(const KyiImageData& frame, const fs::path& file, Summary& summar
                   DisplayPath(summary.Frames.front()));
 }
 
+/// Adds one frame, by its index. A refusal names the frame's file.
+void AddFrame(FocusSession& session, KyiImageData& frame, std::size_t index, const std::vector<double>& heights,
+              ProgressDisplay& display, Summary& summary) {
+    RequireFit(frame, summary.Frames[index], summary);
+    const Stopwatch stopwatch;
+    const std::optional<double> height = heights.empty() ? std::nullopt : std::optional(heights[index]);
+    try {
+        session.Add(frame, height, [&](int percent) { display.ShowFrame(static_cast<int>(index), percent); });
+    } catch (const Failure& failure) {
+        throw Failure(DisplayPath(summary.Frames[index]) + ": " + failure.what());
+    }
+    summary.Seconds.Add += stopwatch.Seconds();
+    display.ShowFrame(static_cast<int>(index) + 1, 0);
+}
+
 /// Decodes and adds all frames.
 void AddFrames(FocusSession& session, const std::vector<double>& heights, ProgressDisplay& display, Summary& summary) {
     FrameLoader loader(summary.Frames, summary.DecodeThreads);
-    for (std::size_t index = 0; index < summary.Frames.size(); ++index) {
-        const Image frame = loader.Next();
-        RequireFit(*frame, summary.Frames[index], summary);
-        const Stopwatch stopwatch;
-        const std::optional<double> height = heights.empty() ? std::nullopt : std::optional(heights[index]);
-        session.Add(*frame, height, [&](int percent) { display.ShowFrame(static_cast<int>(index), percent); });
-        summary.Seconds.Add += stopwatch.Seconds();
-        display.ShowFrame(static_cast<int>(index) + 1, 0);
-    }
+    for (std::size_t index = 0; index < summary.Frames.size(); ++index)
+        AddFrame(session, *loader.Next(), index, heights, display, summary);
     summary.Loader = loader.Statistics();
 }
 

@@ -133,8 +133,8 @@ void AddCompositionOptions(CLI::App& command, ComposeOptions& options) {
         ->group(kCompositionGroup);
     AddInteger(
         command, "--scope", options.Scope, 0, 3,
-        "Kind of instrument: 0 and 1 judge by edges, 2 and 3 take the brightness of gray frames for the sharpness; 1 "
-        "and 3 line up the frames by their rows. Default 0.")
+        "Kind of instrument: 0 judges by edges, 2 takes the brightness of gray frames for the sharpness. Default 0. 1 "
+        "and 3 are the same two with the frames lined up by their rows; this version can't do that yet.")
         ->option_text("0..3")
         ->group(kCompositionGroup);
 }
@@ -205,6 +205,9 @@ void CheckComposeOptions(const ComposeOptions& options) {
                      ".png, .tif, .jpg or .bmp");
     RequireExtension(options.HeightMapOutput, {KyiFileTypeTiff}, ".tif");
     RequireExtension(options.HeightImageOutput, {KyiFileTypePng}, ".png");
+    if (options.Scope == 1 || options.Scope == 3)
+        throw UsageError("--scope " + std::to_string(options.Scope) +
+                         ": lining up frames by their rows is not available yet, expected 0 or 2");
     if (options.Start && !options.Step) throw UsageError("--start needs --step, the height from frame to frame");
     if (options.Step && *options.Step == 0) throw UsageError("--step is 0, expected the height from frame to frame");
     if (options.Step && !options.HeightsFile.empty()) throw UsageError("--heights and --step exclude each other");

@@ -231,6 +231,8 @@ TEST_F(ComposeProgram, RefusesWrongUsageBeforeAnyWork) {
                   "out.gif: unknown extension, expected .png, .tif, .jpg or .bmp");
     ExpectRefusal(Compose({"-o", out, "--speed", "fast"}), 2, "--speed: 'fast' is not one of full, half, quarter");
     ExpectRefusal(Compose({"-o", out, "--scope", "4"}), 2, "--scope: '4' is not a whole number from 0 to 3");
+    ExpectRefusal(Compose({"-o", out, "--scope", "3"}), 2,
+                  "--scope 3: lining up frames by their rows is not available");
     ExpectRefusal(Compose({"-o", out, "--comp-size", "8.5"}), 2, "--comp-size: '8.5' is not a whole number");
     ExpectRefusal(Compose({"-o", out, "--threads", "0"}), 2, "--threads: '0' is not a whole number from 1");
     ExpectRefusal(Compose({"-o", out, "--step", "nan"}), 2, "--step: 'nan' is not a number");
