@@ -21,6 +21,9 @@ extern std::uint32_t g_parallelProcImageSize;
 /// has at least g_parallelProcImageSize pixels (counted in 32 bits). Tested in that order.
 bool UseParallelProcess(const KyiImageData* image, KyiBool parallel);
 
+/// The same for the image that it is with a border on all sides.
+bool UseBorderedParallel(const KyiImageData& image, std::int32_t border, KyiBool parallel);
+
 /// Scales down to the destination's size by averages of whole blocks, (int)rx by (int)ry samples that start at the
 /// truncated position; equal sizes are copied. The sequential kernel caps results at 255 whatever the sample width,
 /// the parallel one at the destination's largest value. The destination is not larger than the source.
@@ -36,12 +39,13 @@ KyiImageData* MirrorBorderImage(const KyiImageData* source, std::int32_t borderX
 void FilterEdgeStrength(const KyiImageData* source, KyiImageData* destination, KyiBool parallel);
 
 /// Running maximum over 5 by 5 samples; a column that enters the window during a rescan is seen by the next rescan
-/// only.
+/// only. Source and destination have one size and format and may be the same image.
 void FilterMaximum5x5(const KyiImageData* source, KyiImageData* destination, KyiBool parallel);
 
 /// Spline smoothing: every row, then every column, becomes the exact second-order penalised least-squares fit
 /// (Whittaker-Henderson). Gain 1/2 at the cutoff, twice the size. A size of 0 leaves its axis alone.
 /// @param sizeX, sizeY  Half wavelengths, in samples. @param scale  Factor on loading, divided out on storing.
+/// Source and destination have one size and format and may be the same image.
 /// @param progress  Completed at the end; gets a sub-list where several passes run. May be null.
 void FilterSplineImage(const KyiImageData* source, KyiImageData* destination, double sizeX, double sizeY, double scale,
                        KyiBool parallel, KyfProgress* progress);

@@ -12,18 +12,22 @@ namespace {
 
 constexpr int kReach = kMaximumWindow / 2;
 
-// Largest of the five rows around each row of the block, for `count` samples from `first` on. Beyond the image a border
-// of two reflects rows that the window holds anyway, so that clamping the rows gives the same maxima.
+template <typename T> KY_ALWAYS_INLINE const T* RowOf(const MaximumBlock<T>& block, std::int32_t k) noexcept {
+    if (k < 0) return block.Above[k + kReach];
+    return k < block.Rows ? block.Source + block.SourceStep * k : block.Below[k - block.Rows];
+}
+
+// Largest of the five rows around each row of the block, for `count` samples from `first` on. The same samples of the
+// next strip are fetched ahead: 64 rows apart, no hardware does it.
 template <typename T>
 KY_ALWAYS_INLINE void TakeColumnMaxima(const MaximumBlock<T>& block, std::int32_t first, int count,
                                        MaximumScratch<T>& scratch) noexcept {
+    constexpr int line = 64 / static_cast<int>(sizeof(T));
+    const int ahead = std::min(count, block.Width * block.Stride - first - count);
     for (std::int32_t k = 0; k < block.Rows; ++k) {
         const T* near[kMaximumWindow];
-        for (int j = 0; j < kMaximumWindow; ++j) {
-            const std::int32_t y = std::clamp(block.FirstRow + k + j - kReach, 0, block.Height - 1);
-            near[j] = block.Source + block.SourceStep * y + first;
-        }
-        for (int i = count; i < 2 * count; i += 64 / static_cast<int>(sizeof(T))) __builtin_prefetch(near[kReach] + i);
+        for (int j = 0; j < kMaximumWindow; ++j) near[j] = RowOf(block, k + j - kReach) + first;
+        for (int i = 0; i < ahead; i += line) __builtin_prefetch(near[kReach] + count + i);
         T* const out = scratch.Rows[k];
         for (int i = 0; i < count; ++i)
             out[i] = std::max(std::max(std::max(near[0][i], near[1][i]), std::max(near[2][i], near[3][i])), near[4][i]);
@@ -91,6 +95,16 @@ template <typename T> KY_ALWAYS_INLINE void ClearPixelColumn(MaximumScratch<T>& 
     std::memset(scratch.Columns[at], 0, sizeof scratch.Columns[0] * static_cast<std::size_t>(stride));
 }
 
+// The unused sample of a four-sample pixel stays.
+template <typename T> KY_ALWAYS_INLINE void StoreRow(const T* from, T* to, int samples, int stride) noexcept {
+    if (stride != 4) {
+        std::memcpy(to, from, static_cast<std::size_t>(samples) * sizeof(T));
+        return;
+    }
+    for (int i = 0; i < samples; ++i)
+        if (i % 4 != 0) to[i] = from[i];
+}
+
 // Pixels `firstStep` to `pixels` - 1 of the strip, whose windows begin at the strip's first column, and then the last
 // four pixels become the history of the next strip.
 template <typename T>
@@ -104,10 +118,10 @@ KY_ALWAYS_INLINE void RunStrip(const MaximumBlock<T>& block, MaximumScratch<T>& 
     std::memmove(scratch.Columns, scratch.Columns[pixels * stride],
                  sizeof scratch.Columns[0] * static_cast<std::size_t>(history));
     const std::ptrdiff_t to = static_cast<std::ptrdiff_t>(firstOutput + firstStep) * stride;
-    const std::size_t bytes = static_cast<std::size_t>((pixels - firstStep) * stride) * sizeof(T);
+    const int samples = (pixels - firstStep) * stride;
     for (std::int32_t k = 0; k < block.Rows; ++k)
-        std::memcpy(block.Destination + block.DestinationStep * (block.FirstRow + k) + to,
-                    scratch.Rows[k] + firstStep * stride, bytes);
+        StoreRow(scratch.Rows[k] + firstStep * stride, block.Destination + block.DestinationStep * k + to, samples,
+                 stride);
 }
 
 // The pixels left of the image: columns 1 and 0, as a mirror shows them.

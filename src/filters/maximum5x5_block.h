@@ -28,18 +28,19 @@ template <typename T> struct MaximumScratch {
 
 /// Rows of an image as the block sees them.
 template <typename T> struct MaximumBlock {
-    const T* Source; ///< row 0
+    const T* Above[2]; ///< the rows two and one above; beyond the image any row of the window
+    const T* Source;   ///< first row
     std::ptrdiff_t SourceStep;
+    const T* Below[2]; ///< the rows one and two below the last, as above
     T* Destination;
     std::ptrdiff_t DestinationStep;
-    std::int32_t Width;    ///< pixels
-    std::int32_t Height;   ///< rows of the image
-    int Stride;            ///< samples of a pixel
-    std::int32_t FirstRow; ///< of the block
-    std::int32_t Rows;     ///< of the block, kMaximumLanes at most
+    std::int32_t Width; ///< pixels
+    int Stride;         ///< samples of a pixel
+    std::int32_t Rows;  ///< kMaximumLanes at most
 };
 
-/// Filters the rows of one block. Source and destination do not overlap.
+/// Filters the rows of one block. Source and destination may be the same rows; the rows above and below stay as they
+/// are.
 void MaximumOfBlock(const MaximumBlock<std::uint8_t>& block, MaximumScratch<std::uint8_t>& scratch) noexcept;
 void MaximumOfBlock(const MaximumBlock<std::uint16_t>& block, MaximumScratch<std::uint16_t>& scratch) noexcept;
 

@@ -14,4 +14,11 @@ bool UseParallelProcess(const KyiImageData* image, KyiBool parallel) {
            static_cast<std::uint32_t>(image->Width) * static_cast<std::uint32_t>(image->Height);
 }
 
+bool UseBorderedParallel(const KyiImageData& image, std::int32_t border, KyiBool parallel) {
+    KyiImageData bordered = image;
+    bordered.Width += 2 * border;
+    bordered.Height += 2 * border;
+    return UseParallelProcess(&bordered, parallel);
+}
+
 } // namespace kyf

@@ -39,6 +39,9 @@ void ExpectSameAsPlainOn(const KyiImageData& source, Filter filter, Plain plain)
             const Image actual = Untouched(source);
             filter(source, *actual, threads.Flag);
             ASSERT_TRUE(test::SamePixelBytes(*expected, *actual));
+            const Image both(KyiDuplicateImageData(&source, 0));
+            filter(*both, *both, threads.Flag);
+            ASSERT_TRUE(test::SamePixelBytes(*expected, *both)) << "in place";
         }
     }
 }

@@ -23,7 +23,7 @@ struct Shape {
 /// Around the sizes at which kernels change their step: 16, 32 and 64 samples or rows.
 inline constexpr std::array<Shape, 20> kAwkwardShapes{
     {{1, 1},  {1, 7},  {7, 1},  {2, 2},  {3, 2},   {2, 3},   {4, 4},   {5, 5},   {3, 40},  {40, 3},
-     {63, 5}, {64, 5}, {65, 5}, {5, 63}, {31, 64}, {33, 65}, {66, 33}, {130, 9}, {17, 70}, {257, 31}}};
+     {63, 5}, {64, 5}, {65, 5}, {5, 63}, {31, 64}, {33, 65}, {66, 33}, {130, 9}, {9, 200}, {257, 31}}};
 
 /// Flag off, and on with some numbers of threads.
 struct Threads {
