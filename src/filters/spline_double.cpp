@@ -88,6 +88,7 @@ struct Extent {
 
 Extent FilteredExtent(const KyfImageData& image, bool both, std::int32_t margin) {
     const std::int32_t height = both ? image.Height : image.Width;
+    if (margin > std::max(image.Width, image.Height)) return {0, 0};
     return {image.Width - 2 * margin, std::min(height - 2 * margin, image.Height - margin)};
 }
 
