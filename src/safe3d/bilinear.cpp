@@ -13,24 +13,34 @@ namespace {
 
 constexpr std::int32_t kBlock = 256; // destination columns that are made together, for all rows of a source row
 
-/// Source sample and weights of a destination column or row. The weights are those of the neighbours up or left (Far)
-/// and of the sample itself (Near).
-struct Axis {
-    explicit Axis(std::int32_t destinationLength, std::int32_t sourceLength)
-        : Position(new std::int32_t[static_cast<std::size_t>(destinationLength)]),
-          Far(new double[static_cast<std::size_t>(destinationLength)]),
-          Near(new double[static_cast<std::size_t>(destinationLength)]) {
+/// Source sample and weights of the destination's columns or rows. The weights are those of the neighbour up or left
+/// (far) and of the sample itself (near).
+class Axis {
+  public:
+    Axis(std::int32_t destinationLength, std::int32_t sourceLength)
+        : m_positions(new std::int32_t[static_cast<std::size_t>(destinationLength)]),
+          m_weights(new double[2 * static_cast<std::size_t>(destinationLength)]), m_length(destinationLength) {
         const double ratio = static_cast<double>(destinationLength) / sourceLength;
         for (std::int32_t x = 0; x < destinationLength; ++x) {
             const std::int32_t position = TruncateToInt32(x / ratio);
-            Position[x] = position;
-            Near[x] = (x - position * ratio) / ratio;
-            Far[x] = ((position + 1) * ratio - x) / ratio;
+            m_positions.get()[x] = position;
+            m_weights.get()[x] = ((position + 1) * ratio - x) / ratio;
+            m_weights.get()[m_length + x] = (x - position * ratio) / ratio;
         }
     }
-    std::unique_ptr<std::int32_t[]> Position;
-    std::unique_ptr<double[]> Far;
-    std::unique_ptr<double[]> Near;
+
+    const std::int32_t* Positions() const { return m_positions.get(); }
+    const double* Far() const { return m_weights.get(); }
+    const double* Near() const { return m_weights.get() + m_length; }
+    /// First place whose source sample is `position` or a later one.
+    std::int32_t FirstAt(std::int32_t position) const {
+        return static_cast<std::int32_t>(std::lower_bound(Positions(), Positions() + m_length, position) - Positions());
+    }
+
+  private:
+    std::unique_ptr<std::int32_t[]> m_positions;
+    std::unique_ptr<double[]> m_weights;
+    std::ptrdiff_t m_length;
 };
 
 /// The four source samples of each column of a block, as doubles.
@@ -80,22 +90,16 @@ KY_SIMD_CLONES void BlendBlock(const Corners& corners, const double* farX, const
 template <typename Image>
 void ResampleRows(const Image& source, Image& destination, const Axis& columns, const Axis& rows, std::int32_t first,
                   std::int32_t last) {
-    const std::int32_t at = rows.Position[first];
+    const std::int32_t at = rows.Positions()[first];
     const auto* const above = at < 1 ? nullptr : source.Rows[at - 1];
     Corners corners;
     for (std::int32_t x = 0; x < destination.Width; x += kBlock) {
         const std::int32_t count = std::min(kBlock, destination.Width - x);
-        GatherCorners(above, source.Rows[at], &columns.Position[x], count, corners);
+        GatherCorners(above, source.Rows[at], columns.Positions() + x, count, corners);
         for (std::int32_t y = first; y < last; ++y)
-            BlendBlock(corners, &columns.Far[x], &columns.Near[x], rows.Far[y], rows.Near[y], destination.Rows[y] + x,
-                       count);
+            BlendBlock(corners, columns.Far() + x, columns.Near() + x, rows.Far()[y], rows.Near()[y],
+                       destination.Rows[y] + x, count);
     }
-}
-
-// First destination row of every source row from `y` on that has any: rows rise with the position.
-std::int32_t FirstRowAt(const Axis& rows, std::int32_t height, std::int32_t position) {
-    return static_cast<std::int32_t>(std::lower_bound(rows.Position.get(), rows.Position.get() + height, position) -
-                                     rows.Position.get());
 }
 
 template <typename Image>
@@ -104,8 +108,8 @@ void Resample(const Image& source, Image& destination, KyiBool parallel, KyfProg
     const Axis rows(destination.Height, source.Height);
 #pragma omp parallel for schedule(static) if (parallel)
     for (std::int32_t position = 0; position < source.Height; ++position) {
-        const std::int32_t first = FirstRowAt(rows, destination.Height, position);
-        const std::int32_t last = FirstRowAt(rows, destination.Height, position + 1);
+        const std::int32_t first = rows.FirstAt(position);
+        const std::int32_t last = rows.FirstAt(position + 1);
         if (first < last) ResampleRows(source, destination, columns, rows, first, last);
     }
     KyfProgressCompleteProc(progress);

@@ -36,21 +36,36 @@ template <typename T> KY_ALWAYS_INLINE T BlendSample(T previous, T next, double 
     return static_cast<T>(Truncate(next * fraction + previous * (1 - fraction)));
 }
 
-KY_ALWAYS_INLINE bool HasHit(const BlendStep& step, const std::uint16_t* map, std::int32_t count) {
-    int hits = 0;
-    for (std::int32_t x = 0; x < count; ++x) hits |= (map[x] >= step.Lowest) & (map[x] <= step.Highest);
+/// Samples of the map that a step blends, cut to 16 bits. Empty when First is above Last.
+struct HitRange {
+    std::uint16_t First;
+    std::uint16_t Last;
+};
+
+HitRange RangeOf(const BlendStep& step) {
+    if (step.Lowest > 65535 || step.Highest < 0) return {1, 0};
+    return {static_cast<std::uint16_t>(std::max(step.Lowest, 0)),
+            static_cast<std::uint16_t>(std::min(step.Highest, 65535))};
+}
+
+KY_ALWAYS_INLINE std::uint8_t IsHit(HitRange range, std::uint16_t sample) {
+    return static_cast<std::uint8_t>((sample >= range.First) & (sample <= range.Last));
+}
+
+KY_ALWAYS_INLINE bool HasHit(HitRange range, const std::uint16_t* map, std::int32_t count) {
+    std::uint8_t hits = 0;
+    for (std::int32_t x = 0; x < count; ++x) hits = static_cast<std::uint8_t>(hits | IsHit(range, map[x]));
     return hits != 0;
 }
 
 // Weights of all samples of a block, Stride to a pixel, of which the first `channels` count.
 template <int Stride>
-KY_ALWAYS_INLINE void FillFractions(const BlendStep& step, const std::uint16_t* map, int channels, std::int32_t count,
-                                    Fractions& fractions) {
+KY_ALWAYS_INLINE void FillFractions(const BlendStep& step, HitRange range, const std::uint16_t* map, int channels,
+                                    std::int32_t count, Fractions& fractions) {
     double of[kBlock];
     std::uint8_t isHit[kBlock];
     for (std::int32_t x = 0; x < count; ++x) of[x] = FractionAt(step, map[x]);
-    for (std::int32_t x = 0; x < count; ++x)
-        isHit[x] = static_cast<std::uint8_t>((map[x] >= step.Lowest) & (map[x] <= step.Highest));
+    for (std::int32_t x = 0; x < count; ++x) isHit[x] = IsHit(range, map[x]);
     for (std::int32_t x = 0; x < count; ++x) {
         for (int c = 0; c < Stride; ++c) {
             fractions.Of[x * Stride + c] = of[x];
@@ -71,13 +86,19 @@ KY_ALWAYS_INLINE void BlendSamples(const Fractions& fractions, const T* previous
 template <int Stride, typename T>
 KY_ALWAYS_INLINE void BlendBlocks(const BlendStep& step, const std::uint16_t* map, const T* previous, const T* next,
                                   T* out, int channels, std::int32_t width) {
+    const HitRange range = RangeOf(step);
     Fractions fractions;
     for (std::int32_t x = 0; x < width; x += kBlock) {
-        const std::int32_t count = std::min(kBlock, width - x);
-        if (!HasHit(step, map + x, count)) continue;
-        FillFractions<Stride>(step, map + x, channels, count, fractions);
         const std::int32_t at = x * Stride;
-        BlendSamples(fractions, previous + at, next + at, out + at, count * Stride);
+        const auto blend = [&](std::int32_t count) __attribute__((always_inline)) {
+            if (!HasHit(range, map + x, count)) return;
+            FillFractions<Stride>(step, range, map + x, channels, count, fractions);
+            BlendSamples(fractions, previous + at, next + at, out + at, count * Stride);
+        };
+        if (width - x >= kBlock)
+            blend(kBlock);
+        else
+            blend(width - x);
     }
 }
 

@@ -26,6 +26,9 @@ KY_ALWAYS_INLINE void AddScaledLanes(DoubleLanes& sum, double factor, const doub
     sum += factor * values;
 }
 
+/// Writes the lanes to eight doubles at `out`.
+KY_ALWAYS_INLINE void StoreLanes(const DoubleLanes& lanes, double* out) { std::memcpy(out, &lanes, sizeof lanes); }
+
 } // namespace kyf
 
 #endif

@@ -42,14 +42,45 @@ double SumAt(const KyfImageData& image, std::int32_t centre, std::int32_t top, s
     return sum;
 }
 
-// Sums of whole windows around the columns from `first` on, a multiple of the lanes at a time.
+// Sums of whole windows around the columns from `first` on. Four groups of lanes are in flight, as one sum alone would
+// wait for itself.
+KY_ALWAYS_INLINE void SumFourGroups(const double* const* rows, std::int32_t rowCount, std::int32_t first,
+                                    double* sums) {
+    DoubleLanes a{};
+    DoubleLanes b{};
+    DoubleLanes c{};
+    DoubleLanes d{};
+    for (std::int32_t y = 0; y < rowCount; ++y) {
+        const double* const row = rows[y] + first - kHalfWindow;
+        for (int l = 0; l < kWindowColumns; ++l) {
+            AddLanes(a, row + l);
+            AddLanes(b, row + l + kDoubleLanes);
+            AddLanes(c, row + l + 2 * kDoubleLanes);
+            AddLanes(d, row + l + 3 * kDoubleLanes);
+        }
+    }
+    StoreLanes(a, sums);
+    StoreLanes(b, sums + kDoubleLanes);
+    StoreLanes(c, sums + 2 * kDoubleLanes);
+    StoreLanes(d, sums + 3 * kDoubleLanes);
+}
+
+KY_ALWAYS_INLINE void SumOneGroup(const double* const* rows, std::int32_t rowCount, std::int32_t first, double* sums) {
+    DoubleLanes sum{};
+    for (std::int32_t y = 0; y < rowCount; ++y)
+        for (int l = 0; l < kWindowColumns; ++l) AddLanes(sum, rows[y] + first - kHalfWindow + l);
+    StoreLanes(sum, sums);
+}
+
+// `count` is 0, or as many as a group has and more.
 KY_SIMD_CLONES void SumColumns(const double* const* rows, std::int32_t rowCount, std::int32_t first, std::int32_t count,
                                double* sums) {
-    for (std::int32_t at = 0; at < count; at += kDoubleLanes) {
-        DoubleLanes sum{};
-        for (std::int32_t y = 0; y < rowCount; ++y)
-            for (int l = 0; l < kWindowColumns; ++l) AddLanes(sum, rows[y] + first + at - kHalfWindow + l);
-        std::memcpy(sums + at, &sum, sizeof sum);
+    constexpr std::int32_t kTogether = 4 * kDoubleLanes;
+    std::int32_t at = 0;
+    for (; at + kTogether <= count; at += kTogether) SumFourGroups(rows, rowCount, first + at, sums + at);
+    for (; at < count; at += kDoubleLanes) {
+        at = std::min(at, count - kDoubleLanes); // the last group may take some columns again
+        SumOneGroup(rows, rowCount, first + at, sums + at);
     }
 }
 
@@ -59,10 +90,11 @@ void SumEveryColumn(const KyfImageData& image, std::int32_t top, std::int32_t ro
     const std::int32_t last = first + count;
     const std::int32_t wholeFirst = std::min(std::max(first, kHalfWindow), last);
     const std::int32_t wholeLast = std::min(last, image.Width - kHalfWindow + 1);
-    const std::int32_t laneCount = std::max(wholeLast - wholeFirst, 0) / kDoubleLanes * kDoubleLanes;
+    const std::int32_t whole = std::max(wholeLast - wholeFirst, 0);
+    const std::int32_t inLanes = whole < kDoubleLanes ? 0 : whole;
     for (std::int32_t x = first; x < wholeFirst; ++x) sums[x - first] = SumAt(image, x, top, rowCount);
-    SumColumns(image.Rows + top, rowCount, wholeFirst, laneCount, sums + (wholeFirst - first));
-    for (std::int32_t x = wholeFirst + laneCount; x < last; ++x) sums[x - first] = SumAt(image, x, top, rowCount);
+    SumColumns(image.Rows + top, rowCount, wholeFirst, inLanes, sums + (wholeFirst - first));
+    for (std::int32_t x = wholeFirst + inLanes; x < last; ++x) sums[x - first] = SumAt(image, x, top, rowCount);
 }
 
 struct GridRow {

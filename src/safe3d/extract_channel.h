@@ -6,8 +6,8 @@
 
 namespace kyf {
 
-/// Stores the green samples, or those of a gray image, unscaled: 0 to 255 or 0 to 65535. The images have one size; a pixel
-/// size that kernels do not know leaves the destination as it was.
+/// Stores the green samples, or those of a gray image, unscaled: 0 to 255 or 0 to 65535. The images have one size; a
+/// pixel size that kernels do not know leaves the destination as it was.
 void ExtractChannel(const KyiImageData& source, KyfImageData& destination, KyiBool parallel);
 
 } // namespace kyf

@@ -17,7 +17,7 @@ KY_SIMD_CLONES void HardenRow(const std::uint8_t* above, const std::uint8_t* row
         std::uint8_t bad = 0;
         for (std::int32_t l = -1; l <= 1; ++l)
             bad = static_cast<std::uint8_t>(bad + isBad(above[x + l]) + isBad(row[x + l]) + isBad(below[x + l]));
-        out[x] = (row[x] == 0) & (bad >= kWeakNeighbours) ? std::uint8_t{255} : row[x];
+        out[x] = ((row[x] == 0) & (bad >= kWeakNeighbours)) ? std::uint8_t{255} : row[x];
     }
 }
 

@@ -36,7 +36,7 @@ class PaddedPlanes {
 
     MedianPlanes WindowsAt(std::int32_t x, std::int32_t y) const {
         const std::ptrdiff_t at = At(x - m_half, y - m_half);
-        return {&m_high[at], &m_low[at], &m_good[at], m_stride};
+        return {m_high.get() + at, m_low.get() + at, m_good.get() + at, m_stride};
     }
 
   private:
@@ -45,11 +45,14 @@ class PaddedPlanes {
     }
 
     void LoadRow(const std::uint16_t* samples, const std::uint8_t* mask, std::int32_t width, std::ptrdiff_t at) {
+        std::int8_t* const high = m_high.get() + at;
+        std::int8_t* const low = m_low.get() + at;
+        std::uint8_t* const good = m_good.get() + at;
         for (std::int32_t x = 0; x < width; ++x) {
-            const unsigned sample = mask[x] == 0 ? samples[x] : 65535u;
-            m_high[at + x] = static_cast<std::int8_t>((sample >> 8) - 128);
-            m_low[at + x] = static_cast<std::int8_t>((sample & 255) - 128);
-            m_good[at + x] = mask[x] == 0 ? 1 : 0;
+            const int sample = mask[x] == 0 ? samples[x] : 65535;
+            high[x] = static_cast<std::int8_t>((sample >> 8) - 128);
+            low[x] = static_cast<std::int8_t>((sample & 255) - 128);
+            good[x] = mask[x] == 0 ? 1 : 0;
         }
     }
 

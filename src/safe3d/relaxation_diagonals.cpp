@@ -69,28 +69,28 @@ class DiagonalImage {
         for (std::int32_t t = 0; t < m_diagonals; ++t) {
             Range range{m_short, 0, true};
             for (std::int32_t i = First(t); i <= Last(t); ++i) {
-                m_samples[At(t) + i] = Sample(i, t - i);
+                SamplesOf(t)[i] = Sample(i, t - i);
                 if (!IsBad(i, t - i)) continue;
-                m_bad[At(t) + i] = 0xffff;
+                BadOf(t)[i] = 0xffff;
                 range.First = std::min(range.First, i);
                 range.Last = i + 1;
             }
-            m_ranges[t] = range;
+            RangeOf(t) = range;
         }
     }
 
     void Store() const {
         for (std::int32_t t = 0; t < m_diagonals; ++t)
-            for (std::int32_t i = m_ranges[t].First; i < m_ranges[t].Last; ++i) Sample(i, t - i) = m_samples[At(t) + i];
+            for (std::int32_t i = RangeOf(t).First; i < RangeOf(t).Last; ++i) Sample(i, t - i) = SamplesOf(t)[i];
     }
 
     // One sweep: the largest change. Diagonals between two that have not changed since are left out.
     std::uint16_t Sweep() {
         std::uint16_t largest = 0;
         for (std::int32_t t = 0; t < m_diagonals; ++t) {
-            Range& range = m_ranges[t];
-            const bool isStale = (t > 0 && m_ranges[t - 1].HasChanged) ||
-                                 (t + 1 < m_diagonals && m_ranges[t + 1].HasChanged) || !m_hasSwept;
+            Range& range = RangeOf(t);
+            const bool isStale = (t > 0 && RangeOf(t - 1).HasChanged) ||
+                                 (t + 1 < m_diagonals && RangeOf(t + 1).HasChanged) || !m_hasSwept;
             const std::uint16_t change = isStale && range.First < range.Last ? Relax(t, range) : std::uint16_t{0};
             range.HasChanged = change != 0;
             largest = std::max(largest, change);
@@ -106,7 +106,11 @@ class DiagonalImage {
         bool HasChanged;
     };
 
+    // t from -1 to m_diagonals: there is a diagonal of zeros at either end.
     std::ptrdiff_t At(std::int32_t t) const { return (std::ptrdiff_t{t} + 1) * m_stride + 1; }
+    std::uint16_t* SamplesOf(std::int32_t t) const { return m_samples.get() + At(t); }
+    std::uint16_t* BadOf(std::int32_t t) const { return m_bad.get() + At(t); }
+    Range& RangeOf(std::int32_t t) const { return m_ranges.get()[t]; }
     std::int32_t First(std::int32_t t) const { return std::max(t - m_long + 1, 0); }
     std::int32_t Last(std::int32_t t) const { return std::min(m_short - 1, t); }
     std::uint16_t& Sample(std::int32_t i, std::int32_t j) const {
@@ -116,7 +120,7 @@ class DiagonalImage {
 
     // Only the two ends of a diagonal lie at an edge of the image.
     std::uint16_t Relax(std::int32_t t, const Range& range) {
-        const Diagonal diagonal{&m_samples[At(t)], &m_samples[At(t - 1)], &m_samples[At(t + 1)], &m_bad[At(t)]};
+        const Diagonal diagonal{SamplesOf(t), SamplesOf(t - 1), SamplesOf(t + 1), BadOf(t)};
         const std::int32_t first = First(t);
         const std::int32_t last = Last(t);
         std::uint16_t largest = RelaxEnd(diagonal, first, t);

@@ -14,18 +14,18 @@ struct Range {
     std::uint16_t High;
 };
 
-// Rounds one row; `range` receives the least and the largest frame number. A frame number beyond 32 bits has 16 low
-// bits of 0, like any other that does not fit.
+// Rounds one row; returns the least and the largest frame number. One beyond 32 bits has 16 low bits of 0.
 KY_SIMD_CLONES Range RoundRow(std::uint16_t* samples, std::int32_t width, double scale, double offset) {
+    for (std::int32_t x = 0; x < width; ++x) {
+        const double value = samples[x] * scale + offset + 0.5;
+        const double fitting = ((value > -2147483649.0) & (value < 2147483648.0)) ? value : 0.0;
+        samples[x] = static_cast<std::uint16_t>(static_cast<std::int32_t>(fitting));
+    }
     std::uint16_t low = 65535;
     std::uint16_t high = 0;
     for (std::int32_t x = 0; x < width; ++x) {
-        const double value = samples[x] * scale + offset + 0.5;
-        const bool fits = (value > -2147483649.0) & (value < 2147483648.0);
-        const auto frame = static_cast<std::uint16_t>(static_cast<std::int32_t>(fits ? value : 0.0));
-        samples[x] = frame;
-        low = frame < low ? frame : low;
-        high = frame > high ? frame : high;
+        low = samples[x] < low ? samples[x] : low;
+        high = samples[x] > high ? samples[x] : high;
     }
     return {low, high};
 }
