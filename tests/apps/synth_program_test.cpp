@@ -163,6 +163,7 @@ TEST_F(SynthProgram, RefusesWrongUsageAndMakesNothing) {
                                        {"--size", "0x5"},
                                        {"--size", "5x30001"},
                                        {"--size", "5x5x5"},
+                                       {"--size", "30000x30000"},
                                        {"--bits", "9"},
                                        {"--frames", "0"},
                                        {"--frames", "2.5"},
