@@ -83,17 +83,25 @@ void CheckRecord(const KyiImageData* image) {
         throw FileError("the image's lines are not as the library makes them");
 }
 
+void Encode(platform::FileReplacement& file, std::int32_t type, const KyiImageData& image) {
+    switch (type) {
+    case KyiFileTypeBitmap: return SaveBitmap(file, image);
+    case KyiFileTypeJpeg: return SaveJpeg(file, image);
+    case KyiFileTypeTiff: return SaveTiff(file, image);
+    default: return SavePng(file, image);
+    }
+}
+
 void Save(const wchar_t* path, const KyiImageData& image) {
     const std::int32_t type = KyiGetFileTypeFromFileName(path);
     if (type == KyiFileTypeUnknown)
         throw FileError("the name tells no kind of file; .bmp, .tif, .tiff, .png, .jpg and .jpeg do");
     if (type == KyiFileTypeJpeg) CheckFitsJpeg(image);
     platform::FileReplacement file(path);
-    switch (type) {
-    case KyiFileTypeBitmap: SaveBitmap(file, image); break;
-    case KyiFileTypeJpeg: SaveJpeg(file, image); break;
-    case KyiFileTypeTiff: SaveTiff(file, image); break;
-    default: SavePng(file, image); break;
+    try {
+        Encode(file, type, image);
+    } catch (const FileError&) {
+        if (file.ErrorNumber() == 0) throw; // else the codec failed for what Commit tells better
     }
     file.Commit();
 }

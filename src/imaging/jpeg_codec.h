@@ -23,7 +23,7 @@ OwnedImage LoadJpeg(platform::InputFile& file);
 /// Throws FileError for 16-bit images and sides above 65500 pixels.
 void CheckFitsJpeg(const KyiImageData& image);
 
-/// Throws FileError; a failure to write is kept by `file`. The image fits.
+/// Throws FileError; a failure to write is kept by `file` as well. The image fits.
 void SaveJpeg(platform::FileReplacement& file, const KyiImageData& image);
 
 } // namespace kyi

@@ -30,7 +30,7 @@ class JpegWriter {
             }
             jpeg_finish_compress(&m_codec);
         });
-        if (!encoded && m_file.ErrorNumber() == 0) throw FileError(m_errors.Text());
+        if (!encoded) throw FileError(m_errors.Text());
     }
 
   private:

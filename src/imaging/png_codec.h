@@ -20,7 +20,7 @@ bool IsPng(std::span<const std::uint8_t> start) noexcept;
 /// Throws FileError.
 OwnedImage LoadPng(platform::InputFile& file);
 
-/// Throws FileError; a failure to write is kept by `file`.
+/// Throws FileError; a failure to write is kept by `file` as well.
 void SavePng(platform::FileReplacement& file, const KyiImageData& image);
 
 } // namespace kyi

@@ -20,7 +20,7 @@ constexpr std::size_t kChunkBytes = std::size_t{64} << 10;
 class PngWriter {
   public:
     PngWriter(platform::FileReplacement& file, const KyiImageData& image)
-        : m_file(file), m_image(image), m_output(file), m_row(static_cast<std::size_t>(image.LineBytes)),
+        : m_image(image), m_output(file), m_row(static_cast<std::size_t>(image.LineBytes)),
           m_png(png_create_write_struct(PNG_LIBPNG_VER_STRING, &m_errors, PngErrors::OnError, PngErrors::OnWarning)) {
         if (m_png) m_info = png_create_info_struct(m_png);
         if (!m_info) {
@@ -39,7 +39,7 @@ class PngWriter {
             png_write_end(m_png, m_info);
         });
         m_output.Flush();
-        if (!encoded && m_file.ErrorNumber() == 0) throw FileError(m_errors.Text());
+        if (!encoded) throw FileError(m_errors.Text());
     }
 
   private:
@@ -82,7 +82,6 @@ class PngWriter {
         return m_row.data();
     }
 
-    platform::FileReplacement& m_file;
     const KyiImageData& m_image;
     BufferedOutput m_output;
     std::vector<std::uint8_t> m_row;

@@ -22,7 +22,7 @@ bool IsTiff(std::span<const std::uint8_t> start) noexcept;
 /// Throws FileError.
 OwnedImage LoadTiff(platform::InputFile& file);
 
-/// Throws FileError; a failure to write is kept by `file`.
+/// Throws FileError; a failure to write is kept by `file` as well.
 void SaveTiff(platform::FileReplacement& file, const KyiImageData& image);
 
 } // namespace kyi

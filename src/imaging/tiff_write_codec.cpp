@@ -62,7 +62,7 @@ void SaveTiff(platform::FileReplacement& file, const KyiImageData& image) {
     const bool written = SetTags(tiff.Get(), image, static_cast<std::uint32_t>(rowsPerStrip)) &&
                          WriteStrips(tiff.Get(), image, rowBytes, rowsPerStrip);
     const bool closed = tiff.Close();
-    if (file.ErrorNumber() == 0) tiff.Check(written && closed);
+    tiff.Check(written && closed);
 }
 
 } // namespace kyi

@@ -17,9 +17,9 @@ namespace test {
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// Appends numbers in little-endian order.
+/// Appends a number in little-endian order, filled up with zeros.
 inline void Put(Bytes& bytes, std::uint64_t value, int count) {
-    for (int i = 0; i < count; ++i) bytes.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
+    for (int i = 0; i < count; ++i, value >>= 8) bytes.push_back(static_cast<std::uint8_t>(value));
 }
 
 /// Overwrites a little-endian number.
