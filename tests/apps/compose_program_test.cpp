@@ -252,11 +252,22 @@ TEST_F(ComposeProgram, RefusesWrongUsageBeforeAnyWork) {
 
 TEST_F(ComposeProgram, NamesTheFrameThatDoesNotFit) {
     MakeStack(3);
-    app::SaveImage(Stack() / "f2.png", *test::RandomImage(32, 20, KyiFormatGray8, 1));
-    const ProgramResult result = Compose({"-o", Output("out.png")});
-    ExpectRefusal(result, 1,
-                  "f2.png: 32 x 20 8-bit gray, expected 64 x 48 8-bit colour like " + Frame("f1.png") + "\n");
-    EXPECT_EQ(test::LineCount(result.Errors), 2U) << result.Errors;
+    const std::vector<std::pair<test::Image, std::string>> misfits = [] {
+        std::vector<std::pair<test::Image, std::string>> images;
+        images.emplace_back(test::RandomImage(kWidth, 20, KyiFormatBgr24, 1), "64 x 20 8-bit colour");
+        images.emplace_back(test::RandomImage(32, kHeight, KyiFormatBgr24, 1), "32 x 48 8-bit colour");
+        images.emplace_back(test::RandomImage(kWidth, kHeight, KyiFormatGray8, 1), "64 x 48 8-bit gray");
+        images.emplace_back(test::RandomImage(kWidth, kHeight, KyiFormatBgr48, 1), "64 x 48 16-bit colour");
+        return images;
+    }();
+    for (const auto& [image, description] : misfits) {
+        app::SaveImage(Frame("f2.png"), *image);
+        const ProgramResult result = Compose({"-o", Output("out.png")});
+        ExpectRefusal(result, 1,
+                      Frame("f2.png") + ": " + description + ", expected 64 x 48 8-bit colour like " + Frame("f1.png") +
+                          "\n");
+        EXPECT_EQ(test::LineCount(result.Errors), 2U) << result.Errors;
+    }
     ExpectNothingWritten();
 }
 
