@@ -31,6 +31,15 @@ void ForAll(const std::function<void(const MapShape&, KyiBool, std::uint32_t)>& 
     }
 }
 
+// For what always runs in one thread.
+void ForShapes(const std::function<void(const MapShape&, std::uint32_t)>& body) {
+    std::uint32_t seed = 0;
+    for (const MapShape& shape : test::kMapShapes) {
+        SCOPED_TRACE(test::Describe(shape, 0, ++seed));
+        body(shape, seed);
+    }
+}
+
 void ExpectQuantised(const MapShape& shape, const std::vector<double>& values) {
     const reference::ScaledGrid expected = reference::Quantise({shape.Width, shape.Height, values});
     const test::Uint16Image image(kyf::AllocUint16Image(shape.Width, shape.Height));
@@ -41,7 +50,7 @@ void ExpectQuantised(const MapShape& shape, const std::vector<double>& values) {
 }
 
 TEST(QuantiseMap, EqualsThePlainForm) {
-    ForAll([](const MapShape& shape, KyiBool /*parallel*/, std::uint32_t seed) {
+    ForShapes([](const MapShape& shape, std::uint32_t seed) {
         ExpectQuantised(shape, test::RandomDoubles(test::CountOf(shape), 0.0, 49.0, seed));
         ExpectQuantised(shape, test::RandomDoubles(test::CountOf(shape), -3.0, -1.0, seed));
     });
@@ -65,7 +74,7 @@ TEST(QuantiseMap, GivesScaleZeroForAFlatMap) {
 }
 
 TEST(FillPlane, EqualsThePlainForm) {
-    ForAll([](const MapShape& shape, KyiBool /*parallel*/, std::uint32_t seed) {
+    ForShapes([](const MapShape& shape, std::uint32_t seed) {
         for (const std::int32_t blot : {1, 9, 40}) {
             reference::ScaledGrid expected{Grid(shape, test::RandomSamples(test::CountOf(shape), 0, 65535, seed)),
                                            0.0007, 1.5};
@@ -109,7 +118,7 @@ TEST(HardenMask, EqualsThePlainForm) {
 }
 
 TEST(RelaxHoles, EqualsThePlainForm) {
-    ForAll([](const MapShape& shape, KyiBool /*parallel*/, std::uint32_t seed) {
+    ForShapes([](const MapShape& shape, std::uint32_t seed) {
         for (const std::uint32_t share : {0U, 10U, 60U, 95U, 100U}) {
             const double scale = seed % 3 == 0 ? 1.0 : 0.0001;
             reference::ScaledGrid expected{Grid(shape, test::RandomSamples(test::CountOf(shape), 0, 65535, seed)),
@@ -193,6 +202,13 @@ TEST(RoundToWholeFrames, EqualsThePlainFormWhateverTheThreads) {
             EXPECT_EQ(expected.Offset, image->Offset);
         }
     });
+}
+
+TEST(RoundToWholeFrames, AddsTheOffsetBeforeTheHalf) { // the other way round the second value would reach 1018
+    const test::Uint16Image image = test::NewUint16({2, 1}, {0, 50593}, 0.01, 511.5699999999999);
+    kyf::RoundToWholeFrames(*image, /*parallel=*/0);
+    EXPECT_EQ((std::vector<std::int32_t>{0, (1017 - 512) * (65535 / (1017 - 512))}), test::ToList(*image));
+    EXPECT_EQ(512.0, image->Offset);
 }
 
 const std::vector<MapShape> kTargets{{1, 1}, {5, 5}, {64, 33}, {255, 40}, {256, 7}, {257, 90}, {600, 13}};
