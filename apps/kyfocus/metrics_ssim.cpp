@@ -11,6 +11,7 @@ namespace app {
 namespace {
 
 constexpr int kWindow = 11;
+constexpr int kMiddle = kWindow / 2;
 constexpr double kSigma = 1.5;
 
 /// The window along one axis; the window of the plane is its product with itself.
@@ -18,7 +19,7 @@ std::array<double, kWindow> WindowWeights() {
     std::array<double, kWindow> weights{};
     double sum = 0.0;
     for (int i = 0; i < kWindow; ++i) {
-        const double distance = i - kWindow / 2;
+        const double distance = i - kMiddle;
         weights[static_cast<std::size_t>(i)] = std::exp(-distance * distance / (2.0 * kSigma * kSigma));
         sum += weights[static_cast<std::size_t>(i)];
     }

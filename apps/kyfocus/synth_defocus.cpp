@@ -14,12 +14,14 @@ constexpr double kBlurRatio = 1.45; // from layer to layer
 std::vector<float> GaussianWeights(double sigma) {
     const int radius = std::max(1, static_cast<int>(std::ceil(3.0 * sigma)));
     std::vector<double> weights;
+    weights.reserve(static_cast<std::size_t>(radius) + 1);
     double sum = 0.0;
     for (int i = 0; i <= radius; ++i) {
         weights.push_back(std::exp(-i * i / (2.0 * sigma * sigma)));
         sum += i == 0 ? weights.back() : 2.0 * weights.back();
     }
     std::vector<float> result;
+    result.reserve(weights.size());
     for (const double weight : weights) result.push_back(static_cast<float>(weight / sum));
     return result;
 }

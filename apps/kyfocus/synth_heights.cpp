@@ -74,10 +74,12 @@ std::vector<float> RoughRow(const SynthOptions& options, int left, int y, std::s
     std::vector<float> row(count, 0.5F);
     float amplitude = 0.8F;
     std::uint64_t seed = MixBits(options.Seed ^ kHeightSalt);
-    for (double cell = std::min(options.Width, options.Height) / 2.0; cell > 12.0; cell /= 2.0) {
+    double cell = std::min(options.Width, options.Height) / 2.0;
+    while (cell > 12.0) {
         AddNoiseRow({seed, cell, cell, amplitude}, left, y, row);
         amplitude *= 0.5F;
         seed = MixBits(seed);
+        cell /= 2.0;
     }
     return row;
 }

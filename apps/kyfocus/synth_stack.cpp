@@ -37,8 +37,8 @@ std::string NumberText(double value) {
 void CheckTogether(const SynthOptions& options) {
     if (options.Format == "jpg" && options.Bits == 16)
         throw UsageError("--bits 16 with --format jpg: JPEG holds 8 bits, expected png, tif or bmp");
-    const double bytes =
-        static_cast<double>(options.Width) * options.Height * (options.Gray ? 1 : 3) * (options.Bits / 8);
+    const int pixelBytes = (options.Gray ? 1 : 3) * (options.Bits / 8);
+    const double bytes = static_cast<double>(options.Width) * options.Height * pixelBytes;
     if (bytes > std::numeric_limits<std::int32_t>::max())
         throw UsageError("--size: a frame would take " + NumberText(bytes) + " bytes, expected at most 2147483647");
     const double lastScale = GeometryOf(options, options.Frames - 1).Scale;

@@ -22,6 +22,7 @@ enum Salt : std::uint64_t {
 };
 
 constexpr std::size_t kReliefLayers = 8;
+constexpr std::size_t kMaterialLayers = 6; // from 230 pixels down to 6
 constexpr float kMaterialByHeight = 0.9F;
 constexpr float kShading = 0.26F; // light of a relief that rises by one towards the light
 constexpr float kDarkest = 0.06F; // light stays this far from black, and from white
@@ -76,9 +77,12 @@ void Texture::LoadRelief(int y) {
 void Texture::LoadMaterial(int y, std::span<const float> part) {
     for (std::size_t x = 0; x < m_width; ++x) m_material[x] = kMaterialByHeight * (part[x] - 0.5F);
     float amplitude = 1.0F;
-    std::size_t layer = 0;
-    for (double cell = 230.0; cell > 4.0; cell /= 2.1, amplitude *= 0.66F)
-        AddNoiseRow({SeedOf(m_seed, kMaterialSalt, layer++), cell, cell, amplitude}, m_left, y, m_material);
+    double cell = 230.0;
+    for (std::size_t layer = 0; layer < kMaterialLayers; ++layer) {
+        AddNoiseRow({SeedOf(m_seed, kMaterialSalt, layer), cell, cell, amplitude}, m_left, y, m_material);
+        cell /= 2.1;
+        amplitude *= 0.66F;
+    }
     std::fill(m_marks.begin(), m_marks.end(), 0.0F);
     AddNoiseRow({SeedOf(m_seed, kMarkSalt, 0), 85.0, 1.5, 0.55F}, m_left, y, m_marks);
     AddNoiseRow({SeedOf(m_seed, kMarkSalt, 1), 40.0, 4.0, 0.40F}, m_left, y, m_marks);
