@@ -199,11 +199,11 @@ void Run(const SynthOptions& options) {
 
 void AddSynthCommand(CLI::App& program) {
     CLI::App& command = *program.add_subcommand(
-        "synth", "Makes a focus stack of a made-up surface, with its truth: frame_000 and so on, truth_image (all in "
-                 "focus), truth_height.tif (32-bit floats in um), heights.txt (for compose --heights) and truth.json "
-                 "(movement of each frame).");
-    command.footer(
-        "Example: kyfocus synth -o stack && kyfocus compose 'stack/frame_*' --heights stack/heights.txt -o sharp.png");
+        "synth",
+        "Makes a focus stack of a made-up surface, with its truth: frame_000 and so on, truth/image (all in "
+        "focus), truth/height.tif (32-bit floats in um), heights.txt (for compose --heights) and truth/stack.json "
+        "(movement of each frame).");
+    command.footer("Example: kyfocus synth -o stack && kyfocus compose stack --heights stack/heights.txt -o sharp.png");
     const auto options = std::make_shared<SynthOptions>();
     AddOutputOptions(command, *options);
     AddPictureOptions(command, *options);

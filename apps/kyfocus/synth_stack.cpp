@@ -23,9 +23,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* kHeightMapName = "truth_height.tif";
+constexpr const char* kHeightMapName = "truth/height.tif";
 constexpr const char* kHeightsName = "heights.txt";
-constexpr const char* kGeometryName = "truth.json";
+constexpr const char* kGeometryName = "truth/stack.json";
 
 /// Shortest text that reads back as the same number.
 std::string NumberText(double value) {
@@ -119,8 +119,9 @@ class StackFiles {
   public:
     explicit StackFiles(const SynthOptions& options) : m_folder(options.Folder) {
         std::error_code error;
-        fs::create_directories(m_folder, error);
-        if (!fs::is_directory(m_folder))
+        // The truth has a folder of its own, so that the stack's folder holds frames and nothing else that is an image.
+        fs::create_directories(m_folder / "truth", error);
+        if (!fs::is_directory(m_folder / "truth"))
             throw Failure(DisplayPath(m_folder) + ": folder cannot be made" + (error ? ": " + error.message() : ""));
         for (int frame = 0; frame < options.Frames; ++frame) m_files.Add(m_folder / FrameName(options, frame));
         for (const std::string& name :
@@ -147,7 +148,7 @@ std::string FrameName(const SynthOptions& options, int frame) {
 }
 
 std::string TruthName(const SynthOptions& options) {
-    return "truth_image." + (options.Format == "jpg" ? "png" : options.Format);
+    return "truth/image." + (options.Format == "jpg" ? "png" : options.Format);
 }
 
 void WriteStack(const SynthOptions& options) {

@@ -11,13 +11,14 @@ namespace app {
 /// Name of a frame's file, such as "frame_007.png".
 std::string FrameName(const SynthOptions& options, int frame);
 
-/// Name of the file with the truth picture: of the frames' format, PNG where that would lose something.
+/// Name of the file with the truth picture, with its folder: of the frames' format, PNG where that would lose
+/// something.
 std::string TruthName(const SynthOptions& options);
 
-/// Writes the stack into options.Folder, which is made if it is missing: the frames, the truth picture, the true
-/// heights "truth_height.tif", the focus positions "heights.txt" and the geometry of the frames "truth.json". All files
-/// appear together at the end; files of the same names are replaced. Throws UsageError for options that don't go
-/// together and Failure for what can't be written.
+/// Writes the stack into options.Folder, which is made if it is missing: the frames and their focus positions
+/// "heights.txt", and in a folder "truth" of its own the truth picture, the true heights "height.tif" and the geometry
+/// of the frames "stack.json". All files appear together at the end; files of the same names are replaced. Throws
+/// UsageError for options that don't go together and Failure for what can't be written.
 void WriteStack(const SynthOptions& options);
 
 } // namespace app

@@ -29,12 +29,12 @@ def natural_key(path):
 
 
 class Stack:
-    """The frames of a folder: its frame_* images, or all its images; and its truth_image, if it has one."""
+    """The frames of a folder: its frame_* images, or all its images; and its truth/image, if it has one."""
 
     def __init__(self, folder, name=None):
         images = [p for p in Path(folder).iterdir() if p.suffix.lower() in IMAGE_ENDINGS]
-        truths = [p for p in images if p.name.startswith("truth_image")]
-        frames = [p for p in images if p.name.startswith("frame_")] or [p for p in images if "truth" not in p.name]
+        truths = list(Path(folder).glob("truth/image.*"))
+        frames = [p for p in images if p.name.startswith("frame_")] or images
         if not frames:
             fail(f"{folder}: no frames")
         self.name = name or Path(folder).name
