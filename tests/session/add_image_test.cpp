@@ -113,6 +113,39 @@ TEST(AddImage, NeedsNoNode) {
     EXPECT_EQ(session->State2D.FrameCount, 2);
 }
 
+// At a reduced working size the session may keep or free a frame that it is offered: only loaded files are.
+TEST(AddImage, LeavesEveryFrameTheCallersAtAReducedSize) {
+    for (const bool isComplex : {false, true}) {
+        SCOPED_TRACE(isComplex);
+        const test::Session session = isComplex ? test::MakeComplexSession() : test::Make2DSession();
+        session->Speed = 1;
+        for (std::uint32_t i = 0; i < 4; ++i) {
+            const test::Image frame = Frame(i);
+            const std::vector<std::int32_t> before = test::ToPlanes(*frame);
+            if (i % 2 == 0)
+                KyfFocusAddImage(session.get(), frame.get(), 1, nullptr);
+            else
+                KyfFocusAddImageWithHeight(session.get(), frame.get(), 1.0, 1, nullptr);
+            EXPECT_EQ(test::ToPlanes(*frame), before);
+        }
+        EXPECT_EQ(session->State2D.FrameCount, 4);
+    }
+}
+
+TEST(AddImage, CompletesBothHalvesWhenTheFirstRefuses) {
+    const test::Session session = test::MakeComplexSession();
+    Add(session.get(), 1);
+    const test::Progress progress = test::MakeProgress();
+    const test::Image other = Frame(2, KyiFormatGray8, kWidth + 2);
+    EXPECT_EQ(KyfFocusAddImageWithHeight(session.get(), other.get(), 5.0, 0, progress.get()),
+              KyfResultInvalidParameter);
+    ASSERT_EQ(progress->SubCount, 2);
+    EXPECT_NE(progress->SubList[0]->Completed, 0);
+    EXPECT_NE(progress->SubList[1]->Completed, 0);
+    EXPECT_NE(progress->Completed, 0);
+    EXPECT_EQ(session->State2D.FrameCount, 1);
+}
+
 TEST(AddImageFile, ReportsAFileThatCannotBeReadBeforeAnythingElse) {
     const test::Session session = test::Make2DSession();
     const test::Session raw(KyfAllocFocusComposition());
@@ -141,6 +174,23 @@ TEST(AddImageFile, ComposesAsTheImagesDo) {
         ASSERT_EQ(KyfFocusAddImage(fromImages.get(), frame.get(), 1, nullptr), KyfResultOk);
     }
     EXPECT_TRUE(test::SameImage(*fromImages->State2D.CompImage, *fromFiles->State2D.CompImage));
+}
+
+// What is freed twice or not at all ends the run or shows in the checked build.
+TEST(AddImageFile, FreesItsFrameOnceAtAReducedSize) {
+    const test::TemporaryFolder folder;
+    const std::wstring path = (folder.Path() / "frame.bmp").wstring();
+    ASSERT_TRUE(KyiSaveImageData(path.c_str(), Frame(1).get(), 0));
+    for (const bool isComplex : {false, true}) {
+        SCOPED_TRACE(isComplex);
+        const test::Session session = isComplex ? test::MakeComplexSession() : test::Make2DSession();
+        session->Speed = 1;
+        for (int i = 0; i < 2; ++i) {
+            KyfFocusAddImageFile(session.get(), path.c_str(), 1, nullptr);
+            KyfFocusAddImageFileWidthHeight(session.get(), path.c_str(), 1.0, 1, nullptr);
+        }
+        EXPECT_EQ(session->State2D.FrameCount, 4);
+    }
 }
 
 TEST(HeightList, GrowsByOneAFrame) {
