@@ -1,5 +1,6 @@
 // Results of a stack, by mode and heights.
 #include <cstdint>
+#include <limits>
 
 #include <gtest/gtest.h>
 
@@ -77,6 +78,52 @@ TEST(MakeImage, TakesTwoStepsWhenAHeightOf3DFramesIsNot0) {
         EXPECT_NE(progress->Completed, 0);
         session->State3D.FrameCount = frameCount;
     }
+}
+
+/// Frames for both sides, of which the 2D side keeps (10, 40) to (60, 80) and the 3D side all but 32 pixels a side.
+test::Session SessionWithTwoRectangles(bool withHeights) {
+    test::Session session = test::MakeComplexSession();
+    for (std::uint32_t i = 0; i < 2; ++i) {
+        const test::Image frame = test::TexturedImage(100, 90, KyiFormatGray8, i);
+        KyfFocusAddImage(session.get(), frame.get(), 1, nullptr);
+    }
+    session->State3D.SourceWidth = 100;
+    session->State3D.SourceHeight = 90;
+    session->State3D.FrameCount = 2;
+    session->TrimInvalidBorder = 1;
+    session->AutoPos = 1;
+    session->CommonRect = {10, 40, 60, 80};
+    if (withHeights) session->HeightList = new double[2]{1.0, 2.0};
+    return session;
+}
+
+TEST(MakeImage, KeepsWhatBothSidesKeepWhenThereAreHeights) {
+    for (const bool withHeights : {false, true}) {
+        SCOPED_TRACE(withHeights);
+        const test::Session session = SessionWithTwoRectangles(withHeights);
+        const KyfRect kept = withHeights ? KyfRect{32, 40, 60, 58} : KyfRect{10, 40, 60, 80};
+        const test::Image whole(KyiDuplicateImageData(session->State2D.CompImage, 0));
+        KyfFocusMakeCompImage(session.get(), 1, nullptr);
+        const KyiImageData* const cut = session->State2D.CompImage;
+        ASSERT_EQ(cut->Width, kept.Right - kept.Left);
+        ASSERT_EQ(cut->Height, kept.Bottom - kept.Top);
+        for (std::int32_t y = 0; y < cut->Height; ++y)
+            for (std::int32_t x = 0; x < cut->Width; ++x)
+                ASSERT_EQ(
+                    *static_cast<const std::uint8_t*>(KyiGetPixelAddress(cut, x, y)),
+                    *static_cast<const std::uint8_t*>(KyiGetPixelAddress(whole.get(), kept.Left + x, kept.Top + y)));
+    }
+}
+
+TEST(MakeImage, TellsTheFailureOfThe2DSideAndCompletesBothSteps) {
+    const test::Session session = SessionWithTwoRectangles(/*withHeights=*/true);
+    session->CommonRect = {70, 40, 90, 80}; // nothing that the 3D side keeps too
+    const test::Progress progress = test::MakeProgress();
+    EXPECT_EQ(KyfFocusMakeCompImage(session.get(), 1, progress.get()), KyfResultFailAlloc);
+    ASSERT_EQ(progress->SubCount, 2);
+    EXPECT_NE(progress->SubList[0]->Completed, 0);
+    EXPECT_NE(progress->SubList[1]->Completed, 0);
+    EXPECT_NE(progress->Completed, 0);
 }
 
 TEST(MakeImage, DoesNothingInAnUnknownModeAndCallsItDone) {
