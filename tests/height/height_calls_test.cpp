@@ -24,7 +24,7 @@ std::vector<double> Ramp(std::int32_t width, std::int32_t height, double start) 
 /// A session of one mode with all height tables and, on the 2D side, focus values.
 test::Session MadeSession(std::int32_t mode) {
     test::Session session = test::MakeSession(mode);
-    KyfCompositionState& state = kyf::HeightState(*session);
+    KyfCompositionState& state = mode == KyfMode2DSelection ? session->State2D : session->State3D;
     state.SourceWidth = kWidth;
     state.SourceHeight = kHeight;
     state.FrameCount = 2;
@@ -161,6 +161,19 @@ TEST_P(HeightCalls, RefuseAnImageOfACutThatIsEmpty) {
     EXPECT_EQ(image, nullptr);
     kyf::HeightState(*session).FrameCount = 0;
     EXPECT_EQ(KyfFocusGetHeightImage16Bit(session.get(), &image, nullptr), KyfResultInvalidParameter);
+}
+
+TEST(HeightImages, RefuseABadSignatureAndANullAddressOfAMadeSession) {
+    const test::Session session = MadeSession(KyfMode2DSelection);
+    KyiImageData* image = nullptr;
+    for (const auto call : {KyfFocusGetHeightImage16Bit, KyfFocusGetCuttedHeightImage16Bit,
+                            KyfFocusGetCuttedAntNoiseHeightImage16Bit, KyfFocusGetCuttedAntNoiseHeightImage8Bit}) {
+        EXPECT_EQ(call(session.get(), nullptr, nullptr), KyfResultInvalidParameter);
+        session->Signature[0] = u'x';
+        EXPECT_EQ(call(session.get(), &image, nullptr), KyfResultInvalidParameter);
+        EXPECT_EQ(image, nullptr);
+        session->Signature[0] = u'K';
+    }
 }
 
 TEST(DifferentiationMap, LiesOnThe2DSideWhateverTheMode) {
