@@ -92,6 +92,18 @@ TEST(ProgressList, IsNullForACountBelowOne) {
     EXPECT_EQ(tree.Root->SubCount, 0);
 }
 
+TEST(ProgressList, IsClearedAndNotFreedByACountOfZero) {
+    const test::Tree tree;
+    KyfProgress** const list = tree.Append(tree.Root, 2);
+    KyfAppendProgress(tree.Root, nullptr, 0);
+    EXPECT_EQ(tree.Root->SubList, nullptr);
+    EXPECT_EQ(tree.Root->SubCount, 0);
+    EXPECT_EQ(KyfProgressGetPersent(tree.Root), 0);
+    KyfAppendProgress(tree.Root, list, 2);
+    KyfProgressCompleteProc(list[0]);
+    EXPECT_EQ(KyfProgressGetPersent(tree.Root), 51);
+}
+
 TEST(ProgressList, HandsCallbackAndValueDown) {
     const test::Tree tree;
     KyfProgress** const list = tree.Append(tree.Root, 2);
