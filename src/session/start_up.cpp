@@ -21,8 +21,11 @@ long ParseNumber(const std::wstring& text) {
     return *end == L'\0' ? value : 0;
 }
 
-std::wstring InFolder(const std::wstring& folder, const wchar_t* name) {
-    return folder.empty() ? std::wstring(name) : folder + L"/" + name;
+/// The trace setting of the user. Without a per-user folder there is none: a file that happens to lie in the working
+/// folder is not the user's.
+std::wstring ReadTraceSetting(const std::wstring& folder) {
+    if (folder.empty()) return {};
+    return platform::ReadProfileText((folder + L"/KYFocus.ini").c_str(), L"Debug", L"Log", L"", kProfileCapacity);
 }
 
 struct Path {
@@ -47,9 +50,7 @@ const wchar_t* kyf::IntermediateCodePath() { return TheIntermediateCodePath().Te
 void KyfDllInitialize(const wchar_t* /*path*/) {
     try {
         const std::wstring folder = platform::PerUserFolder();
-        const std::wstring file = InFolder(folder, L"KYFocus.ini");
-        const std::wstring value = platform::ReadProfileText(file.c_str(), L"Debug", L"Log", L"", kProfileCapacity);
-        KyiSetPuttingTraceLog(ParseNumber(value) != 0 ? 1 : 0);
+        KyiSetPuttingTraceLog(ParseNumber(ReadTraceSetting(folder)) != 0 ? 1 : 0);
         KyiSetTraceLogFolder(folder.c_str());
     } catch (const std::exception&) {
         KyiSetPuttingTraceLog(0); // out of memory: as without a file

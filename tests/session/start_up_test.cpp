@@ -10,6 +10,7 @@
 #include <kyfocus/resource.h>
 
 #include "filters/filters.h"
+#include "platform/folders.h"
 #include "session/sessions.h"
 #include "session/start_up.h"
 
@@ -113,11 +114,27 @@ TEST(StartUp, CanRunAgain) {
     EXPECT_FALSE(KyiIsPuttingTraceLog());
 }
 
+TEST(StartUp, TakesNoSettingFromTheWorkingFolder) {
+    const PerUser user;
+    user.WriteProfile("[Debug]\nLog=1\n");
+    const Environment home("HOME", "");
+    const Environment config("XDG_CONFIG_HOME", "");
+    const fs::path before = fs::current_path();
+    fs::current_path(user.Path());
+    KyfDllInitialize(L"");
+    fs::current_path(before);
+    EXPECT_FALSE(KyiIsPuttingTraceLog());
+}
+
 TEST(Switches, ParallelImageSizeIsStored) {
     KyfSetParallelProcImageSize(4000000000U);
     EXPECT_EQ(kyf::g_parallelProcImageSize, 4000000000U);
     KyfSetParallelProcImageSize(0);
     EXPECT_EQ(kyf::g_parallelProcImageSize, 0U);
+}
+
+TEST(Switches, IntermediateCodePathStartsInTheUsersCacheFolder) {
+    EXPECT_EQ(std::wstring(kyf::IntermediateCodePath()), platform::IntermediateCodeFolder());
 }
 
 TEST(Switches, IntermediateCodePathIsCutToItsCapacity) {
