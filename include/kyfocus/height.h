@@ -79,7 +79,7 @@ KYF_API void KyfFreeHeightData(KyfImageData* heights);
 KYF_API KyfResult KyfFocusGetHeightData16Bit(const KyfFocusComposition* session, KyfHeightData16bit* heights);
 KYF_API KyfResult KyfFocusGetCuttedHeightData16Bit(const KyfFocusComposition* session, KyfHeightData16bit* heights);
 KYF_API KyfResult KyfFocusGetAntNoiseHeightData16Bit(const KyfFocusComposition* session, KyfHeightData16bit* heights);
-/** Frees the samples of a KyfHeightData16bit or KyfHeightDataArray and nulls them. The record must not be null. */
+/** Frees the samples of a KyfHeightData16bit or KyfHeightDataArray and nulls them. Null does nothing. */
 KYF_API void KyfFreeHeightData16bit(void* record);
 
 /* ---- images ----------------------------------------------------------------------------------------------------

@@ -39,6 +39,7 @@ KyfResult KyfFocusGetAntNoiseHeightData16Bit(const KyfFocusComposition* session,
 }
 
 void KyfFreeHeightData16bit(void* record) {
+    if (record == nullptr) return;
     // The samples of both records come from one array allocation of numbers without a destructor, and its address
     // stands first in both.
     void* data = nullptr;

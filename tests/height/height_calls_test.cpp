@@ -163,6 +163,15 @@ TEST_P(HeightCalls, RefuseAnImageOfACutThatIsEmpty) {
     EXPECT_EQ(KyfFocusGetHeightImage16Bit(session.get(), &image, nullptr), KyfResultInvalidParameter);
 }
 
+TEST(SampleRecords, AreFreedOnceAndNullIsQuiet) {
+    KyfHeightData16bit words{};
+    words.Data = new std::uint16_t[4]{};
+    KyfFreeHeightData16bit(&words);
+    EXPECT_EQ(words.Data, nullptr);
+    KyfFreeHeightData16bit(&words);
+    KyfFreeHeightData16bit(nullptr);
+}
+
 TEST(HeightImages, RefuseABadSignatureAndANullAddressOfAMadeSession) {
     const test::Session session = MadeSession(KyfMode2DSelection);
     KyiImageData* image = nullptr;
