@@ -65,7 +65,8 @@ KYF_API KyfResult KyfFocusGetCuttedHeightData(const KyfFocusComposition* session
 KYF_API KyfResult KyfFocusExtractCuttedHeightData(KyfFocusComposition* session, KyfImageData* heights);
 /** The cut map after smoothing and noise cuts, as a copy. */
 KYF_API KyfResult KyfFocusGetCuttedAntNoiseHeightData(const KyfFocusComposition* session, KyfHeightDataArray* heights);
-/** Lends the list of frame heights, one a frame; null when frames came without. */
+/** Lends the list of frame heights, one a frame; null when frames came without. Valid until the next add or terminate.
+ */
 KYF_API KyfResult KyfFocusGetHeightList(const KyfFocusComposition* session, double** list);
 /** Frees the two blocks of a record and nulls its rows. Null and an empty record do nothing. */
 KYF_API void KyfFreeHeightData(KyfImageData* heights);

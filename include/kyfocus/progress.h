@@ -2,8 +2,9 @@
  * Progress tree: weighted nodes that a host watches through one callback.
  *
  * A host makes a root, passes it to a long call and reads the figure from it inside the callback. Stages hang lists of
- * weighted children below the node they are given. Null is a legal node in every call of the library; no call reports
- * a failure, and there is no way to cancel. All calls happen on the thread of the exported call, inline.
+ * weighted children below the node they are given. Every long call takes null in the place of a node. No call reports a
+ * failure, and there is no way to cancel. All calls happen on the thread of the exported call, inline. A root serves
+ * one call: a second one would lose the first one's list, and completion happens once.
  */
 #ifndef KYFOCUS_PROGRESS_H
 #define KYFOCUS_PROGRESS_H
@@ -46,7 +47,8 @@ KYF_API void* KyfProgressGetArgs(const KyfProgress* progress);
 KYF_API int32_t KyfProgressGetPersent(const KyfProgress* progress);
 /** Sets a node's own percent and calls the callback if it changed. Null does nothing. */
 KYF_API void KyfProgressSetPersent(KyfProgress* progress, int32_t percent);
-/** An array of `count` new nodes for KyfAppendProgress; null for a count below 1.
+/** An array of `count` new nodes for KyfAppendProgress, which must follow: nothing else frees them. Null for a count
+ *  below 1. Throws std::bad_alloc when out of memory.
  *  @param equal  Non-zero: equal weights that add up to 101. Zero: each weighs 100. */
 KYF_API KyfProgress** KyfProgressCreateSubList(int32_t count, KyiBool equal);
 /** Hangs a child array below a node, which then owns it; children take over Callback and Args. A list that was there

@@ -3,7 +3,7 @@
  *
  * Life: KyfAllocFocusComposition, KyfFocusInitialize, one start call, an add call a frame, KyfFocusMakeCompImage,
  * getters, KyfFreeFocusComposition. A session is used by one thread at a time; all work is done inside the calls.
- * Out of memory inside an add or make surfaces as std::bad_alloc where no result code is told.
+ * Out of memory surfaces as std::bad_alloc where no result code is told: in KyfFocusInitialize, the adds and the make.
  */
 #ifndef KYFOCUS_SESSION_H
 #define KYFOCUS_SESSION_H
@@ -106,7 +106,10 @@ typedef struct KyfFocusComposition {
 
 /** Parameters of KyfFocusInitialize. */
 typedef struct KyfFocusInitializeParameter {
-    const wchar_t* TempFolder; /**< copied, at most KyfMaxPath characters with the terminator; null counts as "" */
+    /** Folder of the 3D modes' temporary bitmaps, for this session alone: copied, cut to KyfMaxPath characters with the
+     *  terminator. KyfFocusTerminate deletes the files in it that look like temporary bitmaps. Null counts as "", which
+     *  serves for 2D selection: nothing is written and nothing deleted. */
+    const wchar_t* TempFolder;
     int32_t ScopeType;
     int32_t MatchingDetectType;
     int32_t MatchingPositionType;
@@ -123,7 +126,8 @@ KYF_API void KyfFreeFocusComposition(KyfFocusComposition* session);
 /** Makes a raw or used block a fresh session. @return 1; -2 for a null session or parameter. */
 KYF_API KyfResult KyfFocusInitialize(KyfFocusComposition* session, const KyfFocusInitializeParameter* parameter);
 /** Frees all that the session owns and deletes the files of its temporary folder whose name contains "MFocusTemp".
- *  Leaves a zeroed record with a good signature. Null does nothing. */
+ *  Leaves a zeroed record with a good signature. Null does nothing. As long as one of those files cannot be deleted the
+ *  call goes on trying: give each session a private folder. */
 KYF_API void KyfFocusTerminate(KyfFocusComposition* session);
 
 /** Chooses mode and settings by AlgType. @return 1; -2 on a bad signature, a null argument or an unknown AlgType. */
@@ -145,7 +149,9 @@ KYF_API KyfResult KyfFocusStartComplexProcessing(KyfFocusComposition* session,
 
 /** Adds the caller's image, which stays the caller's. The first frame fixes size and format of the stack.
  *  @param parallel  Allows threads in this call. @param progress  A fresh node, or null.
- *  @return 1; -2 for a bad session, an unknown mode or a frame that does not fit, with the session unchanged. */
+ *  @return 1; -2 for a bad session, an unknown mode or a frame that does not fit; from the 3D modes also -3 when out of
+ *          memory and -4 when the temporary bitmap cannot be written. A pipeline that refuses a frame is unchanged; in
+ *          mode 2 the 2D pipeline has taken the frame by the time that the 3D pipeline refuses it. */
 KYF_API KyfResult KyfFocusAddImage(KyfFocusComposition* session, KyiImageData* image, KyiBool parallel,
                                    KyfProgress* progress);
 /** Loads a file and adds it. @return as KyfFocusAddImage; -4 when the file cannot be loaded. */
@@ -175,7 +181,9 @@ KYF_API KyfResult KyfFocusExtractCompImage(KyfFocusComposition* session, KyiImag
 
 /* ---- process-wide switches: set them before work starts --------------------------------------------------------- */
 
-/** Reads the trace switch (key "Log", section "Debug", of KYFocus.ini in the per-user folder). The path is not used. */
+/** Reads the trace switch: key "Log", section "Debug", of "KYFocus.ini" in $XDG_CONFIG_HOME, else ~/.config, joined
+ * with "Tessly Corporation/KYFoucs". Any non-zero number switches the trace on; no file or no such folder: off. The
+ * trace goes to the same folder. The path is not used. */
 KYF_API void KyfDllInitialize(const wchar_t* path);
 /** Images of fewer pixels are filtered in one thread; 0, the default, means no limit. */
 KYF_API void KyfSetParallelProcImageSize(uint32_t pixels);

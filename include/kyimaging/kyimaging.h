@@ -42,10 +42,10 @@ typedef struct KyiImageData {
     int32_t Height;     /**< lines */
     int32_t LineBytes;  /**< distance in bytes between two lines of the block */
     int32_t PixelBytes; /**< 1: 8-bit gray, 2: 16-bit gray, 3 or 4: 8-bit colour, 6: 16-bit colour */
-    int32_t Origin;     /**< line order attribute, carried along and compared; the block is bottom-up whatever it says */
-    int32_t Format;     /**< pixel format word, one of the KyiFormat... values */
-    void* Pixels;       /**< the pixel block */
-    void* Palette;      /**< palette object, handed only to KyiCopyPalette */
+    int32_t Origin; /**< line order attribute, carried along and compared; the block is bottom-up whatever it says */
+    int32_t Format; /**< pixel format word, one of the KyiFormat... values */
+    void* Pixels;   /**< the pixel block */
+    void* Palette;  /**< palette object, handed only to KyiCopyPalette */
 } KyiImageData;
 
 /** Pixel format words. */
@@ -185,7 +185,8 @@ KYI_API void KyiPutTraceLog(const char* sourceFile, int32_t line, const wchar_t*
 KYI_API void KyiPutBeginMethodLog(const char* sourceFile, int32_t line, const wchar_t* method, int32_t reserved);
 /** A method's end, with the name of its result or null. */
 KYI_API void KyiPutEndMethodLog(const char* sourceFile, int32_t line, const wchar_t* method, const wchar_t* result);
-/** Scale of the display for dialogs: 1.0, or the positive finite number in the environment variable KYI_DISPLAY_SCALE. */
+/** Scale of the display for dialogs: 1.0, or the positive finite number in the environment variable KYI_DISPLAY_SCALE.
+ */
 KYI_API double KyiGetWindowScalingDisplayMagnificationValue(void);
 
 #ifdef __cplusplus

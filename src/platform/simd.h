@@ -1,7 +1,7 @@
 /// Compiles a kernel once for each of several instruction sets; the loader picks the widest that the machine has.
 ///
-/// Put KY_SIMD_CLONES before a plain function. What it calls in its loops must be inlined (KY_ALWAYS_INLINE), or it runs
-/// in the base instruction set. The clones give the same bits: the build forbids fused multiply and add.
+/// Put KY_SIMD_CLONES before a plain function. What it calls in its loops must be inlined (KY_ALWAYS_INLINE), or it
+/// runs in the base instruction set. The clones give the same bits: the build forbids fused multiply and add.
 #ifndef KYFOCUS_PLATFORM_SIMD_H
 #define KYFOCUS_PLATFORM_SIMD_H
 
