@@ -13,7 +13,7 @@ namespace {
 using test::MapShape;
 
 std::vector<std::int32_t> RunFilter(const MapShape& shape, const std::vector<std::int32_t>& samples,
-                              const std::vector<std::int32_t>& mask, std::int32_t size, int threads) {
+                                    const std::vector<std::int32_t>& mask, std::int32_t size, int threads) {
     const test::ThreadScope scope(threads);
     const test::Uint16Image image = test::NewUint16(shape, samples, 0.25, 3.0);
     const test::Image maskImage = test::NewMask(shape, mask);

@@ -3,9 +3,7 @@
 
 static int g_calls;
 
-static void CountCall(struct KyfProgress* progress) {
-    *(int*)KyfProgressGetArgs(progress) += 1;
-}
+static void CountCall(struct KyfProgress* progress) { *(int*)KyfProgressGetArgs(progress) += 1; }
 
 /* A session from start to end, and a tree; the number of callbacks, or -1 where a call gave something else. */
 int RunSessionInC(void) {

@@ -1,7 +1,7 @@
 /// Folders of test cases: tests/data/<topic>/<case>/case.json with arrays beside it.
 ///
-/// The environment variable KY_TEST_DATA names another folder of topics in the place of tests/data; cases that it adds are
-/// picked up when the test binaries are asked for their tests again.
+/// The environment variable KY_TEST_DATA names another folder of topics in the place of tests/data; cases that it adds
+/// are picked up when the test binaries are asked for their tests again.
 #ifndef KYFOCUS_TESTS_SUPPORT_CASE_FILES_H
 #define KYFOCUS_TESTS_SUPPORT_CASE_FILES_H
 

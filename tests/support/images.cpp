@@ -38,8 +38,9 @@ Image FromPlanes(std::int32_t width, std::int32_t height, std::int32_t format, s
         if (image->PixelBytes != 4) continue;
         for (std::int32_t x = 0; x < width; ++x)
             *static_cast<std::uint8_t*>(KyiGetPixelAddress(image.get(), x, y)) =
-                planes.size() > 3 * plane ? static_cast<std::uint8_t>(planes[3 * plane + row + static_cast<std::size_t>(x)])
-                                          : std::uint8_t{0};
+                planes.size() > 3 * plane
+                    ? static_cast<std::uint8_t>(planes[3 * plane + row + static_cast<std::size_t>(x)])
+                    : std::uint8_t{0};
     }
     return image;
 }
@@ -92,8 +93,8 @@ Image TexturedImage(std::int32_t width, std::int32_t height, std::int32_t format
 testing::AssertionResult SameImage(const KyiImageData& expected, const KyiImageData& actual) {
     if (expected.Width != actual.Width || expected.Height != actual.Height || expected.Format != actual.Format)
         return testing::AssertionFailure()
-               << "expected " << expected.Width << " x " << expected.Height << ", format " << expected.Format << "; got "
-               << actual.Width << " x " << actual.Height << ", format " << actual.Format;
+               << "expected " << expected.Width << " x " << expected.Height << ", format " << expected.Format
+               << "; got " << actual.Width << " x " << actual.Height << ", format " << actual.Format;
     return SameValues(ToPlanes(expected), ToPlanes(actual));
 }
 
