@@ -18,23 +18,9 @@ ImagePtr Reduce(const KyfCompositionState& state, ImagePtr image, KyiBool parall
     return reduced;
 }
 
-ImagePtr TakeEdges(ImagePtr image, KyiBool parallel) {
-    ImagePtr edges = CloneImageLayout(*image);
-    FilterEdgeStrength(image.get(), edges.get(), parallel);
-    return edges;
-}
-
-ImagePtr TakeMaximum(ImagePtr image, KyiBool parallel) {
-    ImagePtr maximum = CloneImageLayout(*image);
-    FilterMaximum5x5(image.get(), maximum.get(), parallel);
-    return maximum;
-}
-
-ImagePtr Smooth(ImagePtr image, std::int32_t sizePercent, KyiBool parallel) {
-    ImagePtr smooth = CloneImageLayout(*image);
-    const double size = static_cast<double>(sizePercent) * image->Width / 200.0; // half the cutoff, in pixels
-    FilterSplineImage(image.get(), smooth.get(), size, size, 1.0, parallel, nullptr);
-    return smooth;
+// Half the cutoff, in pixels.
+double SmoothingSize(const KyfFocusComposition& session, const KyiImageData& image) noexcept {
+    return static_cast<double>(session.CompSize) * image.Width / 200.0;
 }
 
 } // namespace
@@ -47,11 +33,15 @@ ImagePtr RunFocusChain(const KyfFocusComposition& session, ImagePtr image, KyiBo
                        CProgressProcManager& steps) {
     if (image) image = Reduce(session.State2D, std::move(image), parallel);
     steps.Next();
-    if (image && !IsBrightnessFocus(session)) image = TakeEdges(std::move(image), parallel);
+    // The filters work in place: fresh pages for an image a stage cost more than the filters themselves.
+    if (image && !IsBrightnessFocus(session)) FilterEdgeStrength(image.get(), image.get(), parallel);
     steps.Next();
-    if (image) image = TakeMaximum(std::move(image), parallel);
+    if (image) FilterMaximum5x5(image.get(), image.get(), parallel);
     steps.Next();
-    if (image) image = Smooth(std::move(image), session.CompSize, parallel);
+    if (image) {
+        const double size = SmoothingSize(session, *image);
+        FilterSplineImage(image.get(), image.get(), size, size, 1.0, parallel, nullptr);
+    }
     steps.Next();
     return image;
 }
