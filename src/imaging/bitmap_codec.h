@@ -4,8 +4,8 @@
 /// top-down, headers of 12, 40, 52, 56, 64, 108 and 124 bytes. A palette that is all gray gives format 3, everything
 /// else format 4. Channels of other than 8 bits are scaled to 0..255, to the nearest; a fourth channel is dropped.
 ///
-/// Written: format 3 as 8 bits with a gray palette, format 4 as 24 bits. All other formats as a block, which only this
-/// library reads:
+/// Written: format 3 as 8 bits with a gray palette, format 4 as 24 bits, pixels from a multiple of 64 on. All other
+/// formats as a block, which only this library reads:
 ///
 ///     offset  bytes
 ///          0      2  "BM"

@@ -127,7 +127,8 @@ BitmapHeader ReadBitmapHeader(platform::InputFile& file) {
 std::vector<std::uint8_t> MakeBitmapHeader(const KyiImageData& image) {
     const bool gray = image.Format == KyiFormatGray8;
     const bool block = !gray && image.Format != KyiFormatBgr24;
-    const std::uint32_t pixelOffset = block ? kBlockPixelOffset : kMasksOffset + (gray ? 1024u : 0u);
+    const std::uint32_t headBytes = block ? kBlockPixelOffset : kMasksOffset + (gray ? 1024u : 0u);
+    const std::uint32_t pixelOffset = (headBytes + kPixelAlignment - 1) / kPixelAlignment * kPixelAlignment;
     std::vector<std::uint8_t> bytes(pixelOffset);
     bytes[0] = 'B';
     bytes[1] = 'M';

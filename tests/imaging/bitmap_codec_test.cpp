@@ -213,6 +213,7 @@ TEST(BitmapCodec, WritesGrayAsAnOrdinaryBitmapOf8Bits) {
     ASSERT_TRUE(test::SaveFile(folder.Path() / "a.bmp", *test::FromPlanes(3, 2, KyiFormatGray8, samples)));
     Bytes palette;
     for (std::uint32_t i = 0; i < 256; ++i) Put(palette, i * 0x010101u, 4);
+    palette.resize(1088 - 54);
     Bytes expected =
         Joined(MakeHeader({.Width = 3, .Height = 2, .Bits = 8, .Colours = 256}), palette, {4, 5, 6, 0, 1, 2, 3, 0});
     PutAt(expected, 2, expected.size());
@@ -224,7 +225,7 @@ TEST(BitmapCodec, WritesColourAsAnOrdinaryBitmapOf24Bits) {
     const test::TemporaryFolder folder;
     const std::vector<std::int32_t> samples{1, 2, 3, 4, 5, 6};
     ASSERT_TRUE(test::SaveFile(folder.Path() / "a.bmp", *test::FromPlanes(1, 2, KyiFormatBgr24, samples)));
-    Bytes expected = Joined(MakeHeader({.Width = 1, .Height = 2}), {}, {6, 4, 2, 0, 5, 3, 1, 0});
+    Bytes expected = Joined(MakeHeader({.Width = 1, .Height = 2}), Bytes(64 - 54), {6, 4, 2, 0, 5, 3, 1, 0});
     PutAt(expected, 2, expected.size());
     PutAt(expected, 34, 8);
     EXPECT_EQ(expected, test::ReadFile(folder.Path() / "a.bmp"));
