@@ -142,4 +142,19 @@ void FileReplacement::Commit() {
     m_temporary.clear();
 }
 
+void CreatePrivateFile(const wchar_t* path) {
+    const std::string name = Utf8Path(path);
+    if (unlink(name.c_str()) != 0 && errno != ENOENT) Throw(errno, "the file cannot be replaced");
+    FileHandle file(open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    if (!file.IsOpen()) Throw(errno, "the file cannot be created");
+    if (!file.Close()) Throw(errno, "the file cannot be written");
+}
+
+void DeleteFileQuietly(const wchar_t* path) noexcept {
+    try {
+        unlink(Utf8Path(path).c_str());
+    } catch (const std::exception&) { // no memory for the name, or no name
+    }
+}
+
 } // namespace platform

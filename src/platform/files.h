@@ -97,6 +97,13 @@ class FileReplacement {
     int m_error = 0;
 };
 
+/// Puts an empty file at a path that only its owner may open, in the place of a file or link that has the name. No link
+/// is followed.
+void CreatePrivateFile(const wchar_t* path);
+
+/// Deletes a file or link; one that cannot be deleted stays. Does not throw.
+void DeleteFileQuietly(const wchar_t* path) noexcept;
+
 } // namespace platform
 
 #endif

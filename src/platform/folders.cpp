@@ -18,6 +18,7 @@ namespace {
 
 constexpr std::size_t kEntriesPerSearch = 256;
 constexpr useconds_t kPauseMicroseconds = 2000;
+constexpr mode_t kOwnerOnly = 0700;
 
 struct CloseFolder {
     void operator()(DIR* folder) const noexcept { closedir(folder); }
@@ -40,6 +41,11 @@ bool IsFolder(int folder, const dirent& entry) {
     if (entry.d_type != DT_UNKNOWN) return entry.d_type == DT_DIR;
     struct stat state {};
     return fstatat(folder, entry.d_name, &state, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(state.st_mode);
+}
+
+bool IsExistingFolder(const std::string& path) {
+    struct stat state {};
+    return stat(path.c_str(), &state) == 0 && S_ISDIR(state.st_mode);
 }
 
 struct Batch {
@@ -70,6 +76,16 @@ Batch DeleteOneBatch(const std::string& folder, std::string_view part) {
 std::wstring PerUserFolder() { return FolderOfMaker("XDG_CONFIG_HOME", ".config", "KYFoucs"); }
 
 std::wstring IntermediateCodeFolder() { return FolderOfMaker("XDG_CACHE_HOME", ".cache", "KYFocus"); }
+
+bool MakeFolders(const wchar_t* folder) {
+    if (!folder || !*folder) return false;
+    const std::string path = ToUtf8(folder);
+    if (IsExistingFolder(path)) return true;
+    for (std::size_t end = path.find('/', 1); end != std::string::npos; end = path.find('/', end + 1))
+        mkdir(path.substr(0, end).c_str(), kOwnerOnly); // fails for what exists; the last step shows the outcome
+    mkdir(path.c_str(), kOwnerOnly);
+    return IsExistingFolder(path);
+}
 
 void DeleteFilesContaining(const wchar_t* folder, const wchar_t* part) {
     if (!folder || !part || !*folder || !*part) return;

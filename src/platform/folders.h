@@ -14,6 +14,10 @@ std::wstring PerUserFolder();
 /// Empty when neither variable is set.
 std::wstring IntermediateCodeFolder();
 
+/// Makes a folder and its missing parents, for their owner alone. A folder that exists counts as made.
+/// @return false when there is none afterwards, and for a null or empty path.
+bool MakeFolders(const wchar_t* folder);
+
 /// Deletes the plain entries (no folders) of `folder` whose name contains `part`. Goes on until a search finds none, at
 /// most 256 entries a search; an entry that cannot be deleted is found again, so that the call lasts as long as it
 /// stays. A null or empty argument ends it at once.
