@@ -31,6 +31,11 @@ template <typename T> class CCustomDeleterDeleter final : public CCustomDeleterD
     T* Get() const { return m_object; }
     /// Hands the object over: Delete has nothing left to free.
     T* Release() { return std::exchange(m_object, nullptr); }
+    /// Frees the object and holds another.
+    void Reset(T* object) {
+        Delete();
+        m_object = object;
+    }
 
   private:
     T* m_object;
@@ -56,6 +61,7 @@ template <typename T> class HeldImage {
     T* operator->() const { return m_holder.Get(); }
     void Free() { m_holder.Delete(); }
     T* Release() { return m_holder.Release(); }
+    void Reset(T* image) { m_holder.Reset(image); }
 
   private:
     CCustomDeleterDeleter<T> m_holder;

@@ -131,6 +131,15 @@ void SmoothTriangular(std::int32_t width, std::int32_t count, const double* sour
     }
 }
 
+double SmoothTriangularAt(std::int32_t width, std::int32_t count, const double* source, std::int32_t at) {
+    if (width < 3) return source[at];
+    const Triangle triangle(width);
+    double sum = 0.0;
+    for (std::int32_t k = -triangle.Half; k <= triangle.Half; ++k)
+        sum += triangle.Weight(k) * source[std::clamp(at + k, 0, count - 1)];
+    return sum / triangle.Total();
+}
+
 void DifferentiateLuminance(const double* luminance, double* slope, std::int32_t count) {
     if (count == 1) slope[0] = luminance[0];
     if (count < 5) {

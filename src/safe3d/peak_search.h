@@ -18,6 +18,9 @@ std::size_t SmoothingScratch(std::int32_t width, std::int32_t count);
 void SmoothTriangular(std::int32_t width, std::int32_t count, const double* source, double* destination,
                       double* scratch);
 
+/// One sample of what SmoothTriangular gives, the same to the bit.
+double SmoothTriangularAt(std::int32_t width, std::int32_t count, const double* source, std::int32_t at);
+
 /// Slope of the luminance over five frames, spread to 0 to 256. A constant slope gives NaN; 2 to 4 frames give 0; one
 /// frame gives the luminance itself.
 void DifferentiateLuminance(const double* luminance, double* slope, std::int32_t count);

@@ -100,7 +100,7 @@ KyfResult CutCompImage(KyfFocusComposition* session, KyfCompositionState* state,
 
 // The filter can write over what it reads, so that one table is enough.
 KyfResult SmoothCuttedHeightData(std::int32_t smoothingPercent, KyfCompositionState* state, KyiBool parallel) {
-    if (!state->CuttedAntNoiseHeightDataMap) return KyfResultInvalidParameter;
+    if (!state->CuttedAntNoiseHeightDataMap) return KyfResultFailAlloc;
     const double cutoff = static_cast<double>(state->CuttedWidth) * smoothingPercent / 100.0;
     if (cutoff == 0.0) return KyfResultOk;
     KyfImageData heights{state->CuttedAntNoiseHeightDataMap, state->CuttedWidth, state->CuttedHeight};

@@ -32,7 +32,8 @@ KyfResult CutCompImage(KyfFocusComposition* session, KyfCompositionState* state,
 /// Makes the cut height tables, and in mode 0 CuttedBestFocusMap, when there is a HeightDataMap.
 void CutHeightDataMaps(KyfFocusComposition* session, KyfCompositionState* state, const KyfRect& rectangle);
 
-/// Smooths CuttedAntNoiseHeightDataMap with a cutoff of `smoothingPercent` percent of its width. @return 1, or -3.
+/// Smooths CuttedAntNoiseHeightDataMap with a cutoff of `smoothingPercent` percent of its width. @return 1; -3 when
+/// out of memory, and without such a table.
 KyfResult SmoothCuttedHeightData(std::int32_t smoothingPercent, KyfCompositionState* state, KyiBool parallel);
 
 /// A new HeightDataMap of the source size in place of an old one; null when out of memory or without a source size.

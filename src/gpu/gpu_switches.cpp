@@ -1,0 +1,16 @@
+#include "gpu/gpu_switches.h"
+
+namespace kyf {
+
+std::atomic<std::int32_t> g_isDisableGpuCuda{0};
+std::atomic<std::int32_t> g_isDisableGpuOpenCl{0};
+
+void SetIsDisableGpu(std::int32_t disable) noexcept {
+    g_isDisableGpuCuda = disable;
+    g_isDisableGpuOpenCl = disable;
+}
+
+bool IsCudaInitialized() noexcept { return false; }
+bool IsOpenClInitialized() noexcept { return false; }
+
+} // namespace kyf

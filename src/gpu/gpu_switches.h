@@ -1,0 +1,26 @@
+/// What the process knows of its GPU back ends: whether a host has switched them off and whether they are there.
+///
+/// gpu/ uses no other folder.
+#ifndef KYFOCUS_GPU_GPU_SWITCHES_H
+#define KYFOCUS_GPU_GPU_SWITCHES_H
+
+#include <atomic>
+#include <cstdint>
+
+namespace kyf {
+
+/// The IsDisableGPU flag of each back end, process wide: every 3D add and make writes both, so that sessions with
+/// unlike settings in two threads disturb each other's choice, and nothing else.
+extern std::atomic<std::int32_t> g_isDisableGpuCuda;
+extern std::atomic<std::int32_t> g_isDisableGpuOpenCl;
+
+/// Writes both flags.
+void SetIsDisableGpu(std::int32_t disable) noexcept;
+
+/// Whether a back end has found its driver. This build has none of them.
+bool IsCudaInitialized() noexcept;
+bool IsOpenClInitialized() noexcept;
+
+} // namespace kyf
+
+#endif
