@@ -15,7 +15,7 @@ namespace {
 using Json = nlohmann::json;
 
 /// Set this when frames can go through the 3D pipeline: the scenarios that need it then run too.
-constexpr bool kHas3DPipeline = false;
+constexpr bool kHas3DPipeline = true;
 
 bool IsAdd(const std::string& call) { return call.starts_with("KyfFocusAddImage"); }
 
@@ -76,7 +76,8 @@ std::string Name(const testing::TestParamInfo<std::string>& info) { return info.
 INSTANTIATE_TEST_SUITE_P(Recorded, ResultCases, testing::ValuesIn(CasesThatCanRun()), Name);
 
 TEST(ResultCaseSelection, KnowsWhetherThe3DPipelineTakesFrames) {
-    const test::Session session = test::MakeSession();
+    const test::TemporaryFolder folder;
+    const test::Session session = test::MakeSession(folder.Path().wstring());
     session->Mode = KyfMode3DSafe;
     const test::Image frame = test::TexturedImage(48, 36, KyiFormatGray8, 1);
     EXPECT_EQ(KyfFocusAddImage(session.get(), frame.get(), 0, nullptr) == KyfResultOk, kHas3DPipeline);
