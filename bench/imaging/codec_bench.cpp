@@ -4,6 +4,7 @@
 /// into memory that is there already. RawReadNew reads into a block that is new each time, as a loaded image is.
 /// The files lie in the folder that TMPDIR names; what is on a disk there may be written out meanwhile.
 #include <cstdlib>
+#include <map>
 #include <stdexcept>
 #include <string>
 
@@ -21,8 +22,13 @@ bool IsSmall() {
     return value && *value;
 }
 
-test::Image MakeFrame(std::int32_t format) {
-    return IsSmall() ? test::TexturedImage(400, 300, format, 1) : test::TexturedImage(4000, 3000, format, 1);
+/// Made once a format: to draw it takes longer than to save it.
+const KyiImageData& Frame(std::int32_t format) {
+    static std::map<std::int32_t, test::Image> frames;
+    test::Image& frame = frames[format];
+    if (!frame)
+        frame = IsSmall() ? test::TexturedImage(400, 300, format, 1) : test::TexturedImage(4000, 3000, format, 1);
+    return *frame;
 }
 
 std::size_t BlockBytes(const KyiImageData& image) {
@@ -47,20 +53,20 @@ void ReadRaw(const std::string& path, const KyiImageData& image) {
 
 void RawWrite(benchmark::State& state, std::int32_t format) {
     const test::TemporaryFolder folder;
-    const test::Image frame = MakeFrame(format);
+    const KyiImageData& frame = Frame(format);
     const std::string path = (folder.Path() / "raw").string();
     for ([[maybe_unused]] auto iteration : state) {
-        WriteRaw(path, *frame);
+        WriteRaw(path, frame);
         state.PauseTiming();
         std::filesystem::remove(path);
         state.ResumeTiming();
     }
-    CountBytes(state, *frame);
+    CountBytes(state, frame);
 }
 
 void RawRead(benchmark::State& state, std::int32_t format, bool intoNew) {
     const test::TemporaryFolder folder;
-    test::Image frame = MakeFrame(format);
+    test::Image frame(KyiDuplicateImageData(&Frame(format), 0));
     const std::string path = (folder.Path() / "raw").string();
     WriteRaw(path, *frame);
     for ([[maybe_unused]] auto iteration : state) {
@@ -72,33 +78,33 @@ void RawRead(benchmark::State& state, std::int32_t format, bool intoNew) {
 
 void Save(benchmark::State& state, std::int32_t format, const std::string& extension) {
     const test::TemporaryFolder folder;
-    const test::Image frame = MakeFrame(format);
+    const KyiImageData& frame = Frame(format);
     const std::filesystem::path file = folder.Path() / ("frame" + extension);
     const std::wstring path = file.wstring();
     std::uintmax_t fileBytes = 0;
     for ([[maybe_unused]] auto iteration : state) {
-        if (!KyiSaveImageData(path.c_str(), frame.get(), 0)) return state.SkipWithError(KyiGetLastFileError());
+        if (!KyiSaveImageData(path.c_str(), &frame, 0)) return state.SkipWithError(KyiGetLastFileError());
         state.PauseTiming();
         fileBytes = std::filesystem::file_size(file);
         std::filesystem::remove(file);
         state.ResumeTiming();
     }
-    CountBytes(state, *frame);
+    CountBytes(state, frame);
     state.counters["file_bytes_per_block_byte"] =
-        static_cast<double>(fileBytes) / static_cast<double>(BlockBytes(*frame));
+        static_cast<double>(fileBytes) / static_cast<double>(BlockBytes(frame));
 }
 
 void Load(benchmark::State& state, std::int32_t format, const std::string& extension) {
     const test::TemporaryFolder folder;
-    const test::Image frame = MakeFrame(format);
+    const KyiImageData& frame = Frame(format);
     const std::wstring path = (folder.Path() / ("frame" + extension)).wstring();
-    if (!KyiSaveImageData(path.c_str(), frame.get(), 0)) return state.SkipWithError(KyiGetLastFileError());
+    if (!KyiSaveImageData(path.c_str(), &frame, 0)) return state.SkipWithError(KyiGetLastFileError());
     for ([[maybe_unused]] auto iteration : state) {
         KyiImageData* image = nullptr;
         if (!KyiLoadImageData(path.c_str(), &image)) return state.SkipWithError(KyiGetLastFileError());
         KyiFreeImageData(image);
     }
-    CountBytes(state, *frame);
+    CountBytes(state, frame);
 }
 
 void Register(const std::string& name, std::int32_t format, bool wide) {

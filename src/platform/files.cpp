@@ -91,6 +91,7 @@ FileReplacement::FileReplacement(const wchar_t* path) : m_target(Utf8Path(path))
         if (!S_ISREG(status.st_mode) && !S_ISLNK(status.st_mode)) Throw(EINVAL, "pipes and devices are not replaced");
         m_keepsMode = S_ISREG(status.st_mode);
         m_keptMode = status.st_mode & 0777;
+        m_replacesEmpty = m_keepsMode && status.st_size == 0;
     }
     for (int attempt = 0; attempt < kNameAttempts && !m_handle.IsOpen(); ++attempt) {
         m_temporary = TemporaryName(m_target);
@@ -134,10 +135,18 @@ std::size_t FileReplacement::ReadAt(std::uint64_t offset, void* to, std::size_t 
     return ReadFully(m_handle.Get(), offset, to, bytes, m_error);
 }
 
+// Some file systems write a file out at once when it replaces another by renaming, so that a crash leaves no empty one.
+// Where the other is empty there is nothing to save, and the two change their names instead.
+bool FileReplacement::TakePlace() noexcept {
+    if (m_replacesEmpty && renameat2(AT_FDCWD, m_temporary.c_str(), AT_FDCWD, m_target.c_str(), RENAME_EXCHANGE) == 0)
+        return unlink(m_temporary.c_str()) == 0;
+    return rename(m_temporary.c_str(), m_target.c_str()) == 0;
+}
+
 void FileReplacement::Commit() {
     if (m_error == 0 && m_keepsMode && fchmod(m_handle.Get(), m_keptMode) != 0) Fail(errno);
     if (!m_handle.Close()) Fail(errno);
-    if (m_error == 0 && rename(m_temporary.c_str(), m_target.c_str()) != 0) Fail(errno);
+    if (m_error == 0 && !TakePlace()) Fail(errno);
     if (m_error != 0) Throw(m_error, "the file cannot be written");
     m_temporary.clear();
 }

@@ -87,6 +87,7 @@ class FileReplacement {
 
   private:
     bool Fail(int error) noexcept;
+    bool TakePlace() noexcept;
 
     std::string m_target;
     std::string m_temporary;
@@ -94,6 +95,7 @@ class FileReplacement {
     std::uint64_t m_size = 0;
     mode_t m_keptMode = 0;
     bool m_keepsMode = false;
+    bool m_replacesEmpty = false;
     int m_error = 0;
 };
 

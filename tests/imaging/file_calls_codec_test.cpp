@@ -148,6 +148,18 @@ TEST(SaveImageData, KeepsThePermissionsOfTheFileThatItReplaces) {
     umask(before);
 }
 
+TEST(SaveImageData, FillsAnEmptyFileThatOnlyItsOwnerMayOpen) {
+    const test::TemporaryFolder folder;
+    const fs::path file = folder.Path() / "a.bmp";
+    test::WriteFile(file, {});
+    fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write);
+    const Image image = test::RandomImage(3, 3, KyiFormatBgr24, 1);
+    ASSERT_TRUE(test::SaveFile(file, *image)) << test::LastReason();
+    EXPECT_EQ(0600u, static_cast<unsigned>(fs::status(file).permissions()));
+    EXPECT_TRUE(test::SameImage(*image, *test::LoadFile(file)));
+    EXPECT_EQ(1u, Names(folder.Path()).size());
+}
+
 TEST(SaveImageData, TakesNamesAsLongAsTheSystemDoes) {
     const test::TemporaryFolder folder;
     EXPECT_TRUE(test::SaveFile(folder.Path() / (std::string(251, 'n') + ".bmp"), *test::RandomImage(3, 3, 3, 1)))
