@@ -13,7 +13,26 @@ namespace app {
 
 namespace fs = std::filesystem;
 
+namespace {
+
+/// Where the file of a target goes. Refuses what a file cannot take the place of.
+fs::path PlaceOf(const fs::path& target) {
+    std::error_code error;
+    if (target.empty()) throw UsageError("an output has no name, expected the name of a file to write");
+    const fs::file_status status = fs::status(target, error);
+    if (target.filename().empty() || fs::is_directory(status))
+        throw Failure(target.native() + ": is a folder, expected the name of a file to write");
+    if (!fs::exists(status)) return target;
+    if (!fs::is_regular_file(status))
+        throw Failure(target.native() + ": is a pipe or device, expected the name of a file to write");
+    const fs::path place = fs::is_symlink(target, error) ? fs::canonical(target, error) : target;
+    return error ? target : place;
+}
+
+} // namespace
+
 OutputFiles::~OutputFiles() {
+    if (!m_folder.empty()) RemoveTemporaryFolder(m_folder);
     for (const auto& [targetFolder, temporaryFolder] : m_folders) RemoveTemporaryFolder(temporaryFolder);
 }
 
@@ -33,14 +52,17 @@ const fs::path& OutputFiles::TemporaryFolderBeside(const fs::path& target) {
 }
 
 void OutputFiles::Add(const fs::path& target) {
-    std::error_code error;
-    if (target.filename().empty() || fs::is_directory(target, error))
-        throw Failure(target.native() + ": is a folder, expected the name of a file to write");
-    fs::path temporary = TemporaryFolderBeside(target) / target.filename();
+    fs::path place = PlaceOf(target);
+    fs::path temporary = TemporaryFolderBeside(place) / place.filename();
     for (const Output& output : m_outputs)
         if (output.Temporary == temporary) throw UsageError(target.native() + ": named for two outputs");
-    if (m_outputs.empty()) m_folder = temporary.parent_path();
-    m_outputs.push_back({target, std::move(temporary)});
+    m_outputs.push_back({target, std::move(place), std::move(temporary)});
+}
+
+const fs::path& OutputFiles::TemporaryFolder() {
+    assert(!m_outputs.empty());
+    if (m_folder.empty()) m_folder = MakeTemporaryFolder(m_outputs.front().Temporary.parent_path() += "-XXXXXX");
+    return m_folder;
 }
 
 void OutputFiles::Write(const fs::path& target, const std::function<void(const fs::path&)>& write) {
@@ -61,7 +83,7 @@ void OutputFiles::Commit() {
     WithoutInterruption([this] {
         for (const Output& output : m_outputs) {
             std::error_code error;
-            fs::rename(output.Temporary, output.Target, error);
+            fs::rename(output.Temporary, output.Place, error);
             if (error) throw Failure(output.Target.native() + ": cannot be written: " + error.message());
         }
     });

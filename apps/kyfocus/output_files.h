@@ -18,23 +18,26 @@ class OutputFiles {
     OutputFiles(const OutputFiles&) = delete;
     OutputFiles& operator=(const OutputFiles&) = delete;
 
-    /// Takes up a target before the work that makes it. Throws Failure when its folder is missing or cannot be written
-    /// or the target is a folder, and UsageError when it was added before.
+    /// Takes up a target before the work that makes it; a link stands for the file that it leads to. Throws Failure
+    /// when its folder is missing or cannot be written or the target is a folder, pipe or device, and UsageError when
+    /// it has no name or was added before.
     void Add(const std::filesystem::path& target);
 
     /// Writes a target that was added: calls `write` with the path to write to. A Failure that names this path comes
     /// out naming the target.
     void Write(const std::filesystem::path& target, const std::function<void(const std::filesystem::path&)>& write);
 
-    /// The temporary folder beside the first target.
-    const std::filesystem::path& TemporaryFolder() const { return m_folder; }
+    /// An empty folder beside the first target, for whatever else the run writes for a while. No output is in it,
+    /// however it is named, so that others may sweep it.
+    const std::filesystem::path& TemporaryFolder();
 
     /// Moves the outputs to their targets; all must have been written. Throws Failure.
     void Commit();
 
   private:
     struct Output {
-        std::filesystem::path Target;
+        std::filesystem::path Target; // as it was added
+        std::filesystem::path Place;  // where its file goes: behind a link another path
         std::filesystem::path Temporary;
     };
 
@@ -42,7 +45,7 @@ class OutputFiles {
 
     std::vector<Output> m_outputs;
     std::map<std::filesystem::path, std::filesystem::path> m_folders; // temporary folder by the targets' folder
-    std::filesystem::path m_folder;
+    std::filesystem::path m_folder;                                   // TemporaryFolder; empty until it is asked for
 };
 
 } // namespace app
