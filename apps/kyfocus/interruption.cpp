@@ -63,6 +63,8 @@ void WatchInterruptions() {
     const sigset_t signals = WatchedSignals();
     pthread_sigmask(SIG_BLOCK, &signals, nullptr); // inherited by every thread that is started later
     SharedState();
+    // A reader that goes away or a file at the limit of its size is an error of the write, not the end of the program.
+    for (const int ignored : {SIGPIPE, SIGXFSZ}) std::signal(ignored, SIG_IGN);
     std::thread([signals] {
         int signal = 0;
         while (sigwait(&signals, &signal) != 0) {

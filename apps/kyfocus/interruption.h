@@ -8,7 +8,8 @@
 namespace app {
 
 /// From now on SIGINT, SIGTERM and SIGHUP remove the temporary folders and end the program with 128 + signal, whatever
-/// the other threads are doing. A signal that the caller of the program had ignored stays ignored.
+/// the other threads are doing. A signal that the caller of the program had ignored stays ignored. SIGPIPE and SIGXFSZ
+/// are ignored: what they tell fails a write instead, so that its cleaning up is done.
 /// To be called once, before any other thread is started.
 void WatchInterruptions();
 
