@@ -1,5 +1,6 @@
 /// The command line: sub-commands, and how their errors end the program.
 #include <cstdio>
+#include <iostream>
 #include <new>
 #include <string>
 #include <vector>
@@ -43,6 +44,14 @@ int EndParse(const CLI::App& program, const CLI::ParseError& error) {
     return Fail(app::kExitUsage, message.append(" (see --help)").c_str());
 }
 
+/// A result that nobody received is a failure.
+int Finish(int status) {
+    std::cout.flush(); // help and version
+    const bool isWritten = std::fflush(stdout) == 0 && std::ferror(stdout) == 0 && std::cout.good();
+    if (status != app::kExitOk || isWritten) return status;
+    return Fail(app::kExitFailure, "standard output: cannot be written");
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -51,9 +60,9 @@ int main(int argc, char** argv) {
     AddCommands(program);
     try {
         program.parse(argc, argv);
-        return app::kExitOk;
+        return Finish(app::kExitOk);
     } catch (const CLI::ParseError& error) {
-        return EndParse(program, error);
+        return Finish(EndParse(program, error));
     } catch (const app::UsageError& error) {
         return Fail(app::kExitUsage, error.what());
     } catch (const std::bad_alloc&) {
