@@ -90,7 +90,9 @@ void SaveHeightImage(const std::filesystem::path& path, const KyiImageData& imag
     writer.Png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &reason, KeepMessage, DropMessage);
     writer.Info = writer.Png ? png_create_info_struct(writer.Png) : nullptr;
     if (!writer.Info) throw std::bad_alloc();
-    if (!WritePng(writer, file.get(), image, fields.data(), static_cast<int>(fields.size()))) fail(reason);
+    errno = 0;
+    if (!WritePng(writer, file.get(), image, fields.data(), static_cast<int>(fields.size())))
+        fail(errno != 0 ? std::strerror(errno) : reason);
     if (std::fclose(file.release()) != 0) fail(std::strerror(errno));
 }
 

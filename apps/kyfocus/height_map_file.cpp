@@ -1,8 +1,10 @@
 #include "height_map_file.h"
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <limits>
 #include <memory>
 #include <system_error>
@@ -128,6 +130,7 @@ HeightMap LoadHeightMap(const std::filesystem::path& file) {
 
 void SaveHeightMap(const std::filesystem::path& file, const HeightMap& map, const std::string& description) {
     std::string reason;
+    errno = 0;
     {
         const Tiff tiff = Open(file, "w", reason);
         if (tiff)
@@ -135,7 +138,9 @@ void SaveHeightMap(const std::filesystem::path& file, const HeightMap& map, cons
         else if (reason.empty())
             reason = "cannot be opened";
     } // closing writes what is left and may still fail
-    if (!reason.empty()) Fail(file, "cannot be written: " + reason);
+    if (reason.empty()) return;
+    if (errno != 0) reason.append(": ").append(std::strerror(errno));
+    Fail(file, "cannot be written: " + reason);
 }
 
 } // namespace app

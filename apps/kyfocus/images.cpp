@@ -1,5 +1,7 @@
 #include "images.h"
 
+#include <string_view>
+
 #include "errors.h"
 
 namespace app {
@@ -58,8 +60,11 @@ Image LoadImage(const std::filesystem::path& path) {
 }
 
 void SaveImage(const std::filesystem::path& path, const KyiImageData& image) {
-    if (!KyiSaveImageData(WidePath(path).c_str(), &image, 0))
-        throw Failure(DisplayPath(path) + ": cannot be written: " + LastFileError());
+    if (KyiSaveImageData(WidePath(path).c_str(), &image, 0)) return;
+    std::string reason = LastFileError();
+    constexpr std::string_view kKnown = "the file cannot be written: ";
+    if (reason.starts_with(kKnown)) reason.erase(0, kKnown.size());
+    throw Failure(DisplayPath(path) + ": cannot be written: " + reason);
 }
 
 std::string DescribeFormat(int format) {
