@@ -4,6 +4,7 @@
 #include <array>
 #include <cctype>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 
 #include <fcntl.h>
@@ -38,7 +39,10 @@ bool IsOneOf(const fs::path& path, const Paths& files) {
 Paths SelectFrames(Paths candidates, const Paths& outputs) {
     std::erase_if(candidates, [&](const fs::path& path) {
         std::error_code error;
-        return !HasImageExtension(path) || !fs::is_regular_file(path, error) || IsOneOf(path, outputs);
+        if (!HasImageExtension(path) || !fs::is_regular_file(path, error)) return true;
+        const bool isOutput = IsOneOf(path, outputs);
+        if (isOutput) std::fprintf(stderr, "kyfocus: %s: not taken as a frame, it is an output\n", path.c_str());
+        return isOutput;
     });
     SortNaturally(candidates.begin(), candidates.end());
     return candidates;

@@ -40,7 +40,7 @@ std::string FormatTimeLeft(const ProgressState& state) {
 
 std::string FormatFrames(const ProgressState& state) {
     const std::string count = std::to_string(state.FrameCount);
-    if (state.IsFinishing) return count + " frames, finishing";
+    if (state.IsFinishing) return count + (state.FrameCount == 1 ? " frame, finishing" : " frames, finishing");
     const std::string current = std::to_string(std::min(state.FramesAdded + 1, state.FrameCount));
     const std::string blanks(count.size() - std::min(count.size(), current.size()), ' ');
     return std::string("frame ").append(blanks).append(current).append(" of ").append(count);

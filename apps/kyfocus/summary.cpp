@@ -45,6 +45,7 @@ Json ResultJson(const Summary& summary, const ComposeOptions& options) {
     if (!options.HeightMapOutput.empty()) result["height_map"] = {{"file", DisplayPath(options.HeightMapOutput)}};
     if (summary.ImageScale)
         result["height_image"] = {{"file", DisplayPath(options.HeightImageOutput)},
+                                  {"unit", options.Unit},
                                   {"step", summary.ImageScale->Step},
                                   {"offset", summary.ImageScale->Offset}};
     return result;
