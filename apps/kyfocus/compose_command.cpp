@@ -1,11 +1,13 @@
 #include "compose_command.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <fstream>
 
 #include <omp.h>
 
+#include "compose_warnings.h"
 #include "errors.h"
 #include "focus_session.h"
 #include "frame_list.h"
@@ -31,11 +33,20 @@ std::vector<fs::path> OutputPaths(const ComposeOptions& options) {
     return paths;
 }
 
+/// Height maps are files of 32-bit floats.
+void RequireFloats(const std::vector<double>& heights, const std::vector<fs::path>& frames) {
+    constexpr double kGreatest = 1e38; // differences and noise of a few percent beyond it still fit
+    for (std::size_t index = 0; index < heights.size(); ++index)
+        if (!(std::abs(heights[index]) <= kGreatest))
+            throw Failure(DisplayPath(frames[index]) + ": height out of range, expected one from -1e38 to 1e38");
+}
+
 /// One height a frame, or none at all when no output needs them.
 std::vector<double> FrameHeights(const ComposeOptions& options, const std::vector<fs::path>& frames) {
     std::vector<double> heights;
     if (!options.HeightsFile.empty()) heights = ReadHeights(options.HeightsFile, frames);
     if (options.Step) heights = EvenHeights(options.Start.value_or(0.0), *options.Step, frames.size());
+    RequireFloats(heights, frames);
     if (options.WantsHeights() || heights.empty()) return heights;
     std::fputs("kyfocus: heights are given and not used: no --height-map, no --height-image\n", stderr);
     return {};
@@ -51,6 +62,24 @@ SessionSettings SettingsOf(const ComposeOptions& options) {
     return settings;
 }
 
+/// Refuses before the work what the output could not hold after it.
+void RequireRoom(const KyiImageData& frame, const fs::path& output) {
+    if (KyiGetFileTypeFromFileName(WidePath(output).c_str()) != KyiFileTypeJpeg) return;
+    constexpr int kMostJpegPixels = 65500; // each way
+    if (KyiGetMaxVal(frame.Format) > UINT8_MAX || std::max(frame.Width, frame.Height) > kMostJpegPixels)
+        throw Failure(DisplayPath(output) +
+                      ": a JPEG has 8 bits a sample and at most 65500 pixels each way, the "
+                      "frames are " +
+                      DescribeImage(frame) + ", expected a .png, .tif or .bmp output");
+}
+
+/// What has to be known of the frames before the first is added.
+void CheckFirstFrame(const KyiImageData& frame, const ComposeOptions& options) {
+    RequireRoom(frame, options.Output);
+    for (const std::string& warning : SettingWarnings(options, frame, omp_get_num_procs()))
+        std::fprintf(stderr, "kyfocus: warning: %s\n", warning.c_str());
+}
+
 /// Remembers the shape of the first frame and holds the others to it.
 void RequireFit(const KyiImageData& frame, const fs::path& file, Summary& summary) {
     if (summary.Width == 0) {
@@ -64,10 +93,9 @@ void RequireFit(const KyiImageData& frame, const fs::path& file, Summary& summar
                   DisplayPath(summary.Frames.front()));
 }
 
-/// Adds one frame, by its index. A refusal names the frame's file.
+/// Adds one frame that fits, by its index. A refusal names the frame's file.
 void AddFrame(FocusSession& session, KyiImageData& frame, std::size_t index, const std::vector<double>& heights,
               ProgressDisplay& display, Summary& summary) {
-    RequireFit(frame, summary.Frames[index], summary);
     const Stopwatch stopwatch;
     const std::optional<double> height = heights.empty() ? std::nullopt : std::optional(heights[index]);
     try {
@@ -80,10 +108,15 @@ void AddFrame(FocusSession& session, KyiImageData& frame, std::size_t index, con
 }
 
 /// Decodes and adds all frames.
-void AddFrames(FocusSession& session, const std::vector<double>& heights, ProgressDisplay& display, Summary& summary) {
+void AddFrames(FocusSession& session, const ComposeOptions& options, const std::vector<double>& heights,
+               ProgressDisplay& display, Summary& summary) {
     FrameLoader loader(summary.Frames, summary.DecodeThreads);
-    for (std::size_t index = 0; index < summary.Frames.size(); ++index)
-        AddFrame(session, *loader.Next(), index, heights, display, summary);
+    for (std::size_t index = 0; index < summary.Frames.size(); ++index) {
+        const Image frame = loader.Next();
+        if (index == 0) CheckFirstFrame(*frame, options);
+        RequireFit(*frame, summary.Frames[index], summary);
+        AddFrame(session, *frame, index, heights, display, summary);
+    }
     summary.Loader = loader.Statistics();
 }
 
@@ -152,7 +185,7 @@ void RunCompose(const ComposeOptions& options) {
     {
         ProgressDisplay display(options.Progress, static_cast<int>(summary.Frames.size()), stderr);
         FocusSession session(SettingsOf(options), outputs.TemporaryFolder());
-        AddFrames(session, heights, display, summary);
+        AddFrames(session, options, heights, display, summary);
         const Stopwatch make;
         session.Make([&](int percent) { display.ShowFinish(percent / 2); });
         summary.Seconds.Make = make.Seconds();

@@ -55,12 +55,17 @@ CLI::Option* AddFinite(CLI::App& command, const std::string& name, std::optional
     return command.add_option(name, value, description)->check(check);
 }
 
+/// For file names: an empty one is a slip of the shell, such as a variable that is not set.
+std::string RequireText(const std::string& text) { return text.empty() ? "an empty name, expected a file" : ""; }
+
 void AddFrameOptions(CLI::App& command, ComposeOptions& options) {
     command
         .add_option(
             "FRAMES", options.Frames,
             "Files, folders, quoted patterns such as 'stack/*.png', or any mix of them. A folder stands for its "
-            ".tif, .tiff, .png, .jpg, .jpeg and .bmp files. All frames have one size and format.")
+            ".tif, .tiff, .png, .jpg, .jpeg and .bmp files but for the outputs of this run. All frames have one size "
+            "and format.")
+        ->check(RequireText)
         ->option_text("...")
         ->required();
     command
@@ -74,12 +79,14 @@ void AddOutputOptions(CLI::App& command, ComposeOptions& options) {
     command
         .add_option("-o,--output", options.Output,
                     "The composed image: .png, .tif, .jpg or .bmp, in the frames' format. Required.")
+        ->check(RequireText)
         ->option_text("FILE")
         ->required()
         ->group(kOutputGroup);
     command
         .add_option("--height-map", options.HeightMapOutput,
                     "The height map as a TIFF of 32-bit floats, in --unit. Needs heights.")
+        ->check(RequireText)
         ->option_text("FILE.tif")
         ->group(kOutputGroup);
     command
@@ -87,6 +94,7 @@ void AddOutputOptions(CLI::App& command, ComposeOptions& options) {
             "--height-image", options.HeightImageOutput,
             "The height map as a 16-bit gray PNG; its text fields tell step, offset and unit of the samples. Needs "
             "heights.")
+        ->check(RequireText)
         ->option_text("FILE.png")
         ->group(kOutputGroup);
     command
@@ -94,6 +102,7 @@ void AddOutputOptions(CLI::App& command, ComposeOptions& options) {
             "--json", options.JsonOutput,
             "A summary of the run: frames, sizes, settings, seconds per stage, bytes of memory. - writes it to the "
             "standard output.")
+        ->check(RequireText)
         ->option_text("FILE|-")
         ->group(kOutputGroup);
 }
@@ -145,6 +154,7 @@ void AddHeightOptions(CLI::App& command, ComposeOptions& options) {
             "--heights", options.HeightsFile,
             "Heights of the frames: a text file with one number a line, in frame order, or lines of file name and "
             "number; a comma or blanks between them, # begins a comment.")
+        ->check(RequireText)
         ->option_text("FILE")
         ->group(kHeightGroup);
     AddFinite(command, "--step", options.Step,
@@ -167,7 +177,9 @@ void AddRunOptions(CLI::App& command, ComposeOptions& options) {
         ->group(kRunGroup);
     command
         .add_flag("--no-parallel", options.NoParallel,
-                  "Compute in one thread. The result is the same with any number of threads.")
+                  "Compute in one thread with the sequential form of each step. The result is the same, except that "
+                  "16-bit frames at --speed half or quarter are judged by samples cut at 255, which spoils it; a "
+                  "machine of one processor always does so. The number of --threads never changes the result.")
         ->group(kRunGroup);
     AddChoice<ProgressStyle>(
         command, "--progress",

@@ -1,0 +1,55 @@
+#include "compose_warnings.h"
+
+#include <array>
+#include <cstdio>
+
+namespace app {
+namespace {
+
+constexpr double kShortestCutoff = 2.0; // pixels; below it the smoothing grows again
+constexpr int kPercent = 100;
+
+/// Width at which sharpness is judged, in pixels.
+int WorkingWidth(const ComposeOptions& options, int width) { return width >> options.Speed; }
+
+/// The least percentage of a width that is kShortestCutoff.
+std::string LeastSetting(int width) {
+    const int least = (2 * kPercent + width - 1) / width;
+    return least > kPercent ? "0" : "0 or at least " + std::to_string(least);
+}
+
+/// Warns of a cutoff of `percent` of `width` that lies below two pixels. The weight of the smoothing goes with
+/// 1 / sin(pi / cutoff): without bounds where the cutoff is 1, 1/2, 1/3 ... of a pixel.
+void WarnOfCutoff(const char* option, int percent, int width, std::vector<std::string>& warnings) {
+    const double cutoff = static_cast<double>(percent) * width / kPercent;
+    if (percent == 0 || width < 1 || cutoff >= kShortestCutoff) return;
+    std::array<char, 160> text;
+    const int length = std::snprintf(text.data(), text.size(),
+                                     "%s %d is a cutoff of %.2f pixels here; below 2 pixels it smooths more, not less, "
+                                     "and may take all detail away, expected ",
+                                     option, percent, cutoff);
+    warnings.push_back(std::string(text.data(), static_cast<std::size_t>(length)) + LeastSetting(width));
+}
+
+void WarnOfCutSamples(const ComposeOptions& options, const KyiImageData& frame, int processors,
+                      std::vector<std::string>& warnings) {
+    if (options.Speed == 0 || KyiGetMaxVal(frame.Format) <= UINT8_MAX) return;
+    const std::string speed = std::string("--speed ") + kSpeedNames[options.Speed];
+    const std::string tail = " judges 16-bit frames by samples cut at 255, which spoils the result, expected ";
+    if (processors < 2)
+        warnings.push_back(speed + " on one processor" + tail + "--speed full");
+    else if (options.NoParallel)
+        warnings.push_back(speed + " with --no-parallel" + tail + "--threads 1 in the place of --no-parallel");
+}
+
+} // namespace
+
+std::vector<std::string> SettingWarnings(const ComposeOptions& options, const KyiImageData& frame, int processors) {
+    std::vector<std::string> warnings;
+    WarnOfCutSamples(options, frame, processors, warnings);
+    WarnOfCutoff("--comp-size", options.CompSize, WorkingWidth(options, frame.Width), warnings);
+    if (options.WantsHeights()) WarnOfCutoff("--smoothing", options.Smoothing, frame.Width, warnings);
+    return warnings;
+}
+
+} // namespace app

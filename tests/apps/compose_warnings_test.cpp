@@ -1,0 +1,74 @@
+#include "compose_warnings.h"
+
+#include <gtest/gtest.h>
+
+#include "support/images.h"
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+constexpr int kManyProcessors = 8;
+
+Lines Warnings(const app::ComposeOptions& options, int width, int format, int processors = kManyProcessors) {
+    const test::Image frame = test::RandomImage(width, 3, format, 1);
+    return app::SettingWarnings(options, *frame, processors);
+}
+
+TEST(SettingWarnings, AreNoneForTheDefaults) {
+    for (const int format : {KyiFormatGray8, KyiFormatBgr24, KyiFormatGray16, KyiFormatBgr48})
+        for (const int processors : {1, 2}) EXPECT_EQ(Warnings({}, 1000, format, processors), Lines{});
+}
+
+TEST(SettingWarnings, TellThatReduced16BitFramesAreCutInTheSequentialForm) {
+    app::ComposeOptions options;
+    options.Speed = 2;
+    EXPECT_EQ(Warnings(options, 1000, KyiFormatBgr48), Lines{});
+    EXPECT_EQ(Warnings(options, 1000, KyiFormatBgr48, 1),
+              Lines{"--speed quarter on one processor judges 16-bit frames by samples cut at 255, which spoils the "
+                    "result, expected --speed full"});
+    options.NoParallel = true;
+    EXPECT_EQ(Warnings(options, 1000, KyiFormatGray16),
+              Lines{"--speed quarter with --no-parallel judges 16-bit frames by samples cut at 255, which spoils the "
+                    "result, expected --threads 1 in the place of --no-parallel"});
+    EXPECT_EQ(Warnings(options, 1000, KyiFormatBgr24), Lines{});
+    options.Speed = 0;
+    EXPECT_EQ(Warnings(options, 1000, KyiFormatGray16), Lines{});
+}
+
+TEST(SettingWarnings, TellOfACutoffBelowTwoPixels) {
+    app::ComposeOptions options;
+    options.CompSize = 1;
+    EXPECT_EQ(Warnings(options, 200, KyiFormatGray8), Lines{});
+    EXPECT_EQ(Warnings(options, 100, KyiFormatGray8),
+              Lines{"--comp-size 1 is a cutoff of 1.00 pixels here; below 2 pixels it smooths more, not less, and may "
+                    "take all detail away, expected 0 or at least 2"});
+    options.Speed = 1;
+    EXPECT_EQ(Warnings(options, 200, KyiFormatGray8).size(), 1U);
+    options.CompSize = 2;
+    EXPECT_EQ(Warnings(options, 200, KyiFormatGray8), Lines{});
+    options.CompSize = 0;
+    EXPECT_EQ(Warnings(options, 1, KyiFormatGray8), Lines{});
+}
+
+TEST(SettingWarnings, ExpectNoSmoothingWhereNoCutoffIsLongEnough) {
+    app::ComposeOptions options;
+    options.CompSize = 100;
+    const Lines lines = Warnings(options, 1, KyiFormatGray8);
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_TRUE(lines[0].ends_with("expected 0")) << lines[0];
+}
+
+TEST(SettingWarnings, SpeakOfTheHeightsOnlyWhereThereAreAny) {
+    app::ComposeOptions options;
+    options.CompSize = 0;
+    options.Smoothing = 1;
+    options.Speed = 2; // the heights have the frames' size all the same
+    EXPECT_EQ(Warnings(options, 100, KyiFormatGray8), Lines{});
+    options.HeightMapOutput = "z.tif";
+    ASSERT_EQ(Warnings(options, 100, KyiFormatGray8).size(), 1U);
+    EXPECT_TRUE(Warnings(options, 100, KyiFormatGray8)[0].starts_with("--smoothing 1 is a cutoff of 1.00 pixels"));
+    EXPECT_EQ(Warnings(options, 200, KyiFormatGray8), Lines{});
+}
+
+} // namespace
