@@ -2,6 +2,7 @@
 
 #include <bit>
 #include <cstring>
+#include <string>
 
 #include "imaging/bitmap_header.h"
 #include "imaging/bitmap_rle.h"
@@ -62,7 +63,10 @@ std::int32_t RowOf(const BitmapHeader& header, std::int32_t storedLine) {
 
 void CheckHoldsPixels(const platform::InputFile& file, const BitmapHeader& header) {
     const std::uint64_t bytes = std::uint64_t{header.LineBytes()} * static_cast<std::uint64_t>(header.Height);
-    if (file.Size() - header.PixelOffset < bytes) throw FileError("the file is truncated");
+    const std::uint64_t held = file.Size() - header.PixelOffset;
+    if (held < bytes)
+        throw FileError("the file is truncated: " + std::to_string(held) + " bytes of pixels, " +
+                        std::to_string(bytes) + " expected");
 }
 
 /// Lines that lie in the file as in memory.

@@ -169,7 +169,7 @@ TEST(SaveImageData, TakesNamesAsLongAsTheSystemDoes) {
 TEST(SaveImageData, LeavesTheOldFileAndNothingElseOnAFullDisk) {
     const Image image = test::RandomImage(300, 200, KyiFormatBgr24, 1);
     for (const char* extension : {".bmp", ".tif", ".png", ".jpg"}) {
-        for (const rlim_t limit : {0, 10, 1000, 30000}) {
+        for (const rlim_t limit : {0u, 10u, 1000u, 30000u}) {
             SCOPED_TRACE(testing::Message() << extension << ", full after " << limit << " bytes");
             const test::TemporaryFolder folder;
             const fs::path file = folder.Path() / (std::string("a") + extension);
