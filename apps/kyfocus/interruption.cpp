@@ -19,6 +19,7 @@ namespace fs = std::filesystem;
 struct State {
     std::mutex Mutex;
     std::vector<fs::path> Folders;
+    std::vector<fs::path> OutputFolders; // a folder comes before those in it
 };
 
 /// Never destroyed: the watching thread may use it until the process is gone.
@@ -52,6 +53,9 @@ void RemoveBusyFolder(const fs::path& folder) {
     State& state = SharedState();
     state.Mutex.lock(); // kept: nobody makes a folder or renames an output any more
     for (const fs::path& folder : state.Folders) RemoveBusyFolder(folder);
+    std::error_code error; // a folder with files in it stays
+    for (auto folder = state.OutputFolders.rbegin(); folder != state.OutputFolders.rend(); ++folder)
+        fs::remove(*folder, error);
     constexpr char kMessage[] = "\nkyfocus: interrupted\n";
     [[maybe_unused]] const auto written = write(STDERR_FILENO, kMessage, sizeof kMessage - 1);
     _exit(128 + signal);
@@ -86,6 +90,14 @@ void RemoveTemporaryFolder(const fs::path& folder) {
     fs::remove_all(folder, error);
     const std::lock_guard lock(SharedState().Mutex);
     std::erase(SharedState().Folders, folder);
+}
+
+bool MakeOutputFolder(const fs::path& folder) {
+    std::error_code error;
+    const std::lock_guard lock(SharedState().Mutex); // made and known in one step
+    const bool isNew = fs::create_directory(folder, error);
+    if (isNew) SharedState().OutputFolders.push_back(folder);
+    return isNew;
 }
 
 void WithoutInterruption(const std::function<void()>& step) {

@@ -20,6 +20,11 @@ std::filesystem::path MakeTemporaryFolder(const std::filesystem::path& pattern);
 /// Removes such a folder with all that is in it.
 void RemoveTemporaryFolder(const std::filesystem::path& folder);
 
+/// Makes a folder for outputs unless it is there; its parent must be. An interruption removes a new one while it is
+/// empty.
+/// @return whether it is new.
+bool MakeOutputFolder(const std::filesystem::path& folder);
+
 /// Runs `step`; an interruption waits until it has ended. For steps that take no time, such as renaming the outputs.
 void WithoutInterruption(const std::function<void()>& step);
 

@@ -191,8 +191,9 @@ void Run(const SynthOptions& options) {
     if (options.Threads > 0) omp_set_num_threads(options.Threads);
     WriteStack(options);
     omp_set_num_threads(threads);
-    std::fprintf(stderr, "%s: %d frames of %d x %d %d-bit %s and their truth\n", DisplayPath(options.Folder).c_str(),
-                 options.Frames, options.Width, options.Height, options.Bits, options.Gray ? "gray" : "colour");
+    std::fprintf(stderr, "%s: %d %s of %d x %d %d-bit %s and the truth\n", DisplayPath(options.Folder).c_str(),
+                 options.Frames, options.Frames == 1 ? "frame" : "frames", options.Width, options.Height, options.Bits,
+                 options.Gray ? "gray" : "colour");
 }
 
 } // namespace

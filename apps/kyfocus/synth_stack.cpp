@@ -15,6 +15,7 @@
 
 #include "errors.h"
 #include "height_map_file.h"
+#include "interruption.h"
 #include "output_files.h"
 #include "synth_frame.h"
 
@@ -114,13 +115,36 @@ template <typename Step> void ForEachFrame(int frames, const Step& step) {
         if (failure) std::rethrow_exception(failure);
 }
 
+/// Folders that this run made. Those that are still empty at its end go again.
+class MadeFolders {
+  public:
+    MadeFolders() = default;
+    ~MadeFolders() {
+        std::error_code error;
+        for (auto folder = m_folders.rbegin(); folder != m_folders.rend(); ++folder) fs::remove(*folder, error);
+    }
+    MadeFolders(const MadeFolders&) = delete;
+    MadeFolders& operator=(const MadeFolders&) = delete;
+
+    /// Makes a folder unless it is there. Its parent must be.
+    void Make(const fs::path& folder) {
+        if (MakeOutputFolder(folder)) m_folders.push_back(folder);
+    }
+
+  private:
+    std::vector<fs::path> m_folders; // a folder comes before those in it
+};
+
 /// The stack's files, all taken up before the work begins.
 class StackFiles {
   public:
     explicit StackFiles(const SynthOptions& options) : m_folder(options.Folder) {
         std::error_code error;
         // The truth has a folder of its own, so that the stack's folder holds frames and nothing else that is an image.
-        fs::create_directories(m_folder / "truth", error);
+        if (m_folder.has_parent_path()) fs::create_directories(m_folder.parent_path(), error);
+        m_made.Make(m_folder);
+        m_made.Make(m_folder / "truth");
+        fs::create_directories(m_folder / "truth", error); // tells why it is not there
         if (!fs::is_directory(m_folder / "truth"))
             throw Failure(DisplayPath(m_folder) + ": folder cannot be made" + (error ? ": " + error.message() : ""));
         for (int frame = 0; frame < options.Frames; ++frame) m_files.Add(m_folder / FrameName(options, frame));
@@ -136,6 +160,7 @@ class StackFiles {
 
   private:
     fs::path m_folder;
+    MadeFolders m_made; // ends after m_files, whose temporary files are in the folders
     OutputFiles m_files;
 };
 

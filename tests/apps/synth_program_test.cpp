@@ -1,8 +1,10 @@
 #include <algorithm>
 #include <cmath>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <thread>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -205,6 +207,24 @@ TEST_F(SynthProgram, FailsWhereItCannotWrite) {
     EXPECT_EQ(1, result.Status);
     EXPECT_NE(std::string::npos, result.Errors.find("file: ")) << result.Errors;
     EXPECT_EQ(1U, test::LineCount(result.Errors)) << result.Errors;
+}
+
+TEST_F(SynthProgram, LeavesNoFolderWhenInterrupted) {
+    const ProgramResult result = test::RunProgram(
+        {"synth", "-o", Folder("stack"), "--size", "1500x1000", "--frames", "200"}, [&](pid_t process) {
+            for (int wait = 0; wait < 4000 && !fs::exists(Folder("stack") / "truth"); ++wait)
+                std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            EXPECT_TRUE(fs::exists(Folder("stack") / "truth"));
+            kill(process, SIGINT);
+        });
+    EXPECT_EQ(128 + SIGINT, result.Status) << result.Errors;
+    EXPECT_FALSE(fs::exists(Folder("stack")));
+}
+
+TEST_F(SynthProgram, LeavesNoFolderOfItsOwnWhenItFails) {
+    fs::create_directories(Folder("stack") / "frame_000.png"); // a folder in the place of a frame
+    EXPECT_EQ(1, Synth("stack").Status);
+    EXPECT_EQ((std::vector<std::string>{"frame_000.png"}), test::EntryNames(Folder("stack")));
 }
 
 } // namespace
