@@ -27,19 +27,31 @@ template <typename T> class Scratch {
     std::unique_ptr<T, Release> m_block;
 };
 
+/// Chunks that are worth having: the threads of this moment. Scratch that outlives one region asks once and keeps the
+/// answer, since a host may change the number of threads whenever its callback runs.
+inline std::int32_t MostChunks(bool parallel) noexcept { return parallel ? std::max(1, omp_get_max_threads()) : 1; }
+
 /// Blocks of work of one image, shared out to chunks: a chunk runs its blocks one after the other in a slice of scratch
 /// of its own, so that memory grows with the threads and not with the image.
 struct WorkShare {
     std::int32_t Blocks;
     std::int32_t Chunks;
 
-    WorkShare(std::int32_t blocks, bool parallel)
-        : Blocks(blocks), Chunks(parallel ? std::max(1, std::min(blocks, omp_get_max_threads())) : 1) {}
+    WorkShare(std::int32_t blocks, bool parallel) noexcept : WorkShare(Within(blocks, MostChunks(parallel))) {}
+
+    /// For scratch that has slices for `mostChunks` chunks.
+    static WorkShare Within(std::int32_t blocks, std::int32_t mostChunks) noexcept {
+        return {blocks, std::max(1, std::min(blocks, mostChunks)), Fixed{}};
+    }
 
     std::int32_t First(std::int32_t chunk) const noexcept {
         return static_cast<std::int32_t>(static_cast<std::int64_t>(Blocks) * chunk / Chunks);
     }
     std::int32_t Last(std::int32_t chunk) const noexcept { return First(chunk + 1); }
+
+  private:
+    struct Fixed {};
+    WorkShare(std::int32_t blocks, std::int32_t chunks, Fixed) noexcept : Blocks(blocks), Chunks(chunks) {}
 };
 
 /// Number of blocks of `size` that hold `count` things.

@@ -21,7 +21,7 @@ struct DoublePass {
     const SplineBand& Band;
     std::int32_t Margin;
     std::int32_t Lines;
-    bool Parallel;
+    std::int32_t MostChunks; ///< that the scratch has slices for
 };
 
 void SolveRowBlock(const DoublePass& pass, std::int32_t first, std::int32_t lanes, double* work) {
@@ -54,17 +54,19 @@ void SolveColumnBlock(const DoublePass& pass, std::int32_t first, std::int32_t l
 }
 
 // Numbers of scratch that a pass takes.
-std::size_t WorkSize(const SplineBand& band, std::int32_t lines, bool parallel) {
+std::size_t WorkSize(const SplineBand& band, std::int32_t lines, std::int32_t mostChunks) {
     if (band.Count < 1 || lines < 1) return 0;
     return static_cast<std::size_t>(band.Count) * kLanes *
-           static_cast<std::size_t>(WorkShare(BlockCount(lines, kLanes), parallel).Chunks);
+           static_cast<std::size_t>(WorkShare::Within(BlockCount(lines, kLanes), mostChunks).Chunks);
 }
 
+// Lines do not touch each other: each is solved whole, by the same steps in the same order, and written after it has
+// been read. Whichever thread runs a block, the bits are those of one line after the other.
 template <typename SolveBlock> void RunPass(const DoublePass& pass, SolveBlock solveBlock, double* work) {
     if (pass.Band.Count < 1 || pass.Lines < 1) return;
-    const WorkShare share(BlockCount(pass.Lines, kLanes), pass.Parallel);
+    const WorkShare share = WorkShare::Within(BlockCount(pass.Lines, kLanes), pass.MostChunks);
     const std::size_t slice = static_cast<std::size_t>(pass.Band.Count) * kLanes;
-#pragma omp parallel for schedule(static) if (pass.Parallel)
+#pragma omp parallel for schedule(static) if (share.Chunks > 1)
     for (std::int32_t chunk = 0; chunk < share.Chunks; ++chunk)
         for (std::int32_t block = share.First(chunk); block < share.Last(chunk); ++block) {
             const std::int32_t first = block * kLanes;
@@ -99,14 +101,15 @@ void Filter(const KyfImageData& source, KyfImageData& destination, double cutoff
     const Extent extent = FilteredExtent(source, rows && columns, margin);
     const SplineBand rowBand(rows ? extent.Columns : 0, SplineWeight(cutoffX));
     const SplineBand columnBand(columns ? extent.Rows : 0, SplineWeight(cutoffY));
+    const std::int32_t mostChunks = MostChunks(parallel);
     // Had before the first write, so that a failure leaves the destination as it was.
     const Scratch<double> work(
-        std::max(WorkSize(rowBand, extent.Rows, parallel), WorkSize(columnBand, extent.Columns, parallel)));
+        std::max(WorkSize(rowBand, extent.Rows, mostChunks), WorkSize(columnBand, extent.Columns, mostChunks)));
     if (rows)
-        RunPass(DoublePass{source, destination, rowBand, margin, extent.Rows, parallel}, SolveRowBlock, work.Get());
+        RunPass(DoublePass{source, destination, rowBand, margin, extent.Rows, mostChunks}, SolveRowBlock, work.Get());
     // The rows have left exactly the samples behind that the columns read.
     const KyfImageData& between = rows ? destination : source;
-    RunPass(DoublePass{between, destination, columnBand, margin, extent.Columns, parallel}, SolveColumnBlock,
+    RunPass(DoublePass{between, destination, columnBand, margin, extent.Columns, mostChunks}, SolveColumnBlock,
             work.Get());
 }
 

@@ -79,7 +79,7 @@ template <typename T> void SolveColumnBlock(const SplinePass& pass, const Column
 // All columns whose samples lie at offset + k * spacing, k below `columns`.
 template <typename T>
 void SolveColumns(const SplinePass& pass, std::int32_t offset, std::int32_t spacing, std::int32_t columns) {
-    const WorkShare share(BlockCount(columns, kLanes), pass.Parallel);
+    const WorkShare share = pass.Scratch.Share(BlockCount(columns, kLanes));
 #pragma omp parallel for schedule(static) if (pass.Parallel)
     for (std::int32_t chunk = 0; chunk < share.Chunks; ++chunk)
         for (std::int32_t k = share.First(chunk) * kLanes; k < std::min(share.Last(chunk) * kLanes, columns);
@@ -102,13 +102,13 @@ std::size_t TileCount(const KyiImageData& image) {
 } // namespace
 
 SplineScratch::SplineScratch(const KyiImageData& image, bool parallel)
-    : m_workCount(static_cast<std::size_t>(std::max(image.Width, image.Height)) * kLanes),
-      m_slice(m_workCount + TileCount(image)),
-      m_block(m_slice * static_cast<std::size_t>(parallel ? omp_get_max_threads() : 1)) {}
+    : m_chunks(MostChunks(parallel)),
+      m_workCount(static_cast<std::size_t>(std::max(image.Width, image.Height)) * kLanes),
+      m_slice(m_workCount + TileCount(image)), m_block(m_slice * static_cast<std::size_t>(m_chunks)) {}
 
 template <typename T> void SplineRows(const SplinePass& pass) {
     const std::int32_t height = pass.Source.Height;
-    const WorkShare share(BlockCount(height, kLanes), pass.Parallel);
+    const WorkShare share = pass.Scratch.Share(BlockCount(height, kLanes));
 #pragma omp parallel for schedule(static) if (pass.Parallel)
     for (std::int32_t chunk = 0; chunk < share.Chunks; ++chunk)
         for (std::int32_t block = share.First(chunk); block < share.Last(chunk); ++block) {

@@ -10,11 +10,14 @@
 
 namespace kyf {
 
-/// Working memory of all passes over one image: for each thread a tile of samples and the lines in work.
+/// Working memory of all passes over one image: for each chunk a tile of samples and the lines in work. It has slices
+/// for the threads there were when it was made, and the passes keep to these.
 class SplineScratch {
   public:
     SplineScratch(const KyiImageData& image, bool parallel);
 
+    /// The lines' blocks, shared out to no more chunks than there are slices.
+    WorkShare Share(std::int32_t blocks) const noexcept { return WorkShare::Within(blocks, m_chunks); }
     template <typename T> T* Tile(std::int32_t chunk) const noexcept {
         return reinterpret_cast<T*>(Work(chunk) + m_workCount);
     }
@@ -23,6 +26,7 @@ class SplineScratch {
     }
 
   private:
+    std::int32_t m_chunks;
     std::size_t m_workCount; ///< doubles of one chunk's lines
     std::size_t m_slice;     ///< doubles from chunk to chunk
     Scratch<double> m_block;
