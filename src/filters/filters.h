@@ -30,7 +30,8 @@ bool UseBorderedParallel(const KyiImageData& image, std::int32_t border, KyiBool
 void ReduceImage(const KyiImageData* source, KyiImageData* destination, KyiBool parallel);
 
 /// A new image, larger by the borders on all sides, with the edges reflected (the edge sample repeats). What no
-/// reflection of a small source reaches is 0. The caller frees it. Throws std::bad_alloc.
+/// reflection of a small source reaches is 0, and so is the unused byte of four-byte pixels in the border. The caller
+/// frees it. Throws std::bad_alloc.
 KyiImageData* MirrorBorderImage(const KyiImageData* source, std::int32_t borderX, std::int32_t borderY,
                                 KyiBool parallel);
 

@@ -16,6 +16,11 @@ std::int32_t BorderedSize(std::int32_t size, std::int32_t border) {
     return static_cast<std::int32_t>(bordered);
 }
 
+struct Border {
+    std::int32_t X;
+    std::int32_t Y;
+};
+
 // Source position behind a position of the bordered axis, or -1 where no reflection reaches.
 std::int32_t ReflectedPosition(std::int32_t position, std::int32_t border, std::int32_t size) {
     std::int64_t at = static_cast<std::int64_t>(position) - border;
@@ -26,16 +31,20 @@ std::int32_t ReflectedPosition(std::int32_t position, std::int32_t border, std::
     return at >= 0 && at < size ? static_cast<std::int32_t>(at) : -1;
 }
 
+// The unused byte of a four-byte pixel belongs to the source alone: in the border it stays 0.
 void FillRow(const KyiImageData& source, std::int32_t sourceY, KyiImageData& result, std::int32_t y,
-             std::int32_t borderX) {
+             const Border& border) {
+    const bool isBorderRow = y - border.Y != sourceY;
     const auto pixel = static_cast<std::size_t>(source.PixelBytes);
     const auto* const in = static_cast<const std::uint8_t*>(KyiGetPixelAddress(&source, 0, sourceY));
     auto* const out = static_cast<std::uint8_t*>(KyiGetPixelAddress(&result, 0, y));
     for (std::int32_t x = 0; x < result.Width; ++x) {
-        const std::int32_t sourceX = ReflectedPosition(x, borderX, source.Width);
-        if (sourceX >= 0)
-            std::memcpy(out + pixel * static_cast<std::size_t>(x), in + pixel * static_cast<std::size_t>(sourceX),
-                        pixel);
+        const std::int32_t sourceX = ReflectedPosition(x, border.X, source.Width);
+        if (sourceX < 0) continue;
+        const bool isBorder = isBorderRow || x - border.X != sourceX;
+        const std::size_t unused = isBorder && pixel == 4 ? 1 : 0;
+        std::memcpy(out + pixel * static_cast<std::size_t>(x) + unused,
+                    in + pixel * static_cast<std::size_t>(sourceX) + unused, pixel - unused);
     }
 }
 
@@ -50,7 +59,7 @@ KyiImageData* MirrorBorderImage(const KyiImageData* source, std::int32_t borderX
     std::memset(result->Pixels, 0, static_cast<std::size_t>(result->LineBytes) * static_cast<std::size_t>(height));
     for (std::int32_t y = 0; y < height; ++y) {
         const std::int32_t sourceY = ReflectedPosition(y, borderY, source->Height);
-        if (sourceY >= 0) FillRow(*source, sourceY, *result, y, borderX);
+        if (sourceY >= 0) FillRow(*source, sourceY, *result, y, {borderX, borderY});
     }
     return result.release();
 }
