@@ -1,3 +1,4 @@
+#include <cstring>
 #include <limits>
 
 #include <gtest/gtest.h>
@@ -30,6 +31,17 @@ TEST(CloneImageLayout, KeepsSizeFormatAndOrigin) {
     EXPECT_TRUE(KyiIsSameSize(source.get(), clone.get()));
     EXPECT_TRUE(KyiIsSamePixelFormat(source.get(), clone.get()));
     EXPECT_TRUE(KyiIsSameOrigin(source.get(), clone.get()));
+}
+
+TEST(CloneImageLayout, CopiesThePalette) {
+    constexpr std::size_t kPaletteBytes = 256 * 4;
+    const test::Image source(KyiAllocImageData(4, 4, KyiFormatGray8));
+    std::memset(source->Palette, 0x5A, kPaletteBytes);
+    const kyf::ImagePtr clone = kyf::CloneImageLayout(*source);
+    EXPECT_NE(source->Palette, clone->Palette);
+    EXPECT_EQ(0, std::memcmp(source->Palette, clone->Palette, kPaletteBytes));
+    const kyf::ImagePtr image = kyf::NewImage(*source, KyiFormatGray16);
+    EXPECT_EQ(0, std::memcmp(source->Palette, image->Palette, kPaletteBytes));
 }
 
 TEST(NewImage, RefusesAnUnknownFormat) {

@@ -115,6 +115,32 @@ TEST(FilterSplineImage, EqualsThePlainFormAtAnyScale) {
     ExpectSameSpline(kFewShapes, {2.0, 1.5, 0.0}, NoNode);
 }
 
+void CountCall(KyfProgress* node) { ++*static_cast<int*>(KyfProgressGetArgs(node)); }
+
+// The kernels differ where a scale is not 1, and in what they report: one reports lines, the other whole passes.
+TEST(FilterSplineImage, RunsInParallelFromTheSizeLimitOnAsCountedInTheSource) {
+    if (!kyf::UseParallelProcess(test::RandomImage(1, 1, KyiFormatGray8, 1).get(), 1))
+        GTEST_SKIP() << "one processor: nothing runs in parallel";
+    const Image source = test::RandomImage(35, 20, KyiFormatGray8, kSeed);
+    for (const bool isAtLimit : {true, false}) {
+        SCOPED_TRACE(isAtLimit ? "at the limit" : "one pixel below");
+        const Image expected = Untouched(*source);
+        const Image actual = Untouched(*source);
+        reference::FilterSplineImage(*source, *expected, 2.0, 2.0, 2.5, isAtLimit);
+        int calls = 0;
+        KyfProgress* const node = KyfAllocProgress(CountCall, &calls);
+        kyf::g_parallelProcImageSize = isAtLimit ? 35 * 20 : 35 * 20 + 1;
+        kyf::FilterSplineImage(source.get(), actual.get(), 2.0, 2.0, 2.5, 1, node);
+        kyf::g_parallelProcImageSize = 0;
+        KyfFreeProgress(node);
+        EXPECT_TRUE(test::SamePixelBytes(*expected, *actual));
+        if (isAtLimit)
+            EXPECT_EQ(calls, 3); // two passes and the node
+        else
+            EXPECT_EQ(calls, 3 + 19 + 34); // and all lines but the first of each pass, which is 0 percent
+    }
+}
+
 TEST(FilterSplineImage, EqualsThePlainFormAtCutoffsThatMakeNoFilter) {
     const double nan = std::numeric_limits<double>::quiet_NaN();
     const double infinity = std::numeric_limits<double>::infinity();
@@ -165,7 +191,7 @@ TEST(MirrorBorderImage, EqualsThePlainForm) {
                 const Image source = test::RandomImage(shape.Width, shape.Height, format, kSeed);
                 const Image expected(reference::MirrorBorderImage(*source, border.Width, border.Height));
                 const Image actual(kyf::MirrorBorderImage(source.get(), border.Width, border.Height, 1));
-                ASSERT_TRUE(test::SameImage(*expected, *actual));
+                ASSERT_TRUE(test::SamePixelBytes(*expected, *actual));
             }
 }
 
