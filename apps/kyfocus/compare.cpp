@@ -48,8 +48,8 @@ Image Crop(Image image, int crop) {
     return inside;
 }
 
-std::vector<float> Crop(const HeightMap& map, int crop) {
-    std::vector<float> inside;
+std::vector<double> Crop(const HeightMap& map, int crop) {
+    std::vector<double> inside;
     for (int y = crop; y < map.Height - crop; ++y) {
         const auto row = map.Values.begin() + static_cast<std::ptrdiff_t>(y) * map.Width;
         inside.insert(inside.end(), row + crop, row + (map.Width - crop));
@@ -104,7 +104,7 @@ HeightComparison CompareHeightFiles(const fs::path& first, const fs::path& secon
     if (one.Width != other.Width || one.Height != other.Height)
         FailMisfit(first, SizeText(one.Width, one.Height), second, SizeText(other.Width, other.Height));
     CheckCrop(first, one.Width, one.Height, crop);
-    const std::vector<float> oneInside = Crop(one, crop);
+    const std::vector<double> oneInside = Crop(one, crop);
     HeightComparison result;
     result.Kind = SizeText(one.Width - 2 * crop, one.Height - 2 * crop) + " heights";
     result.Heights = CompareHeights(oneInside, Crop(other, crop));

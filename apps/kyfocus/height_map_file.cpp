@@ -1,5 +1,6 @@
 #include "height_map_file.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdint>
@@ -99,7 +100,7 @@ void WriteRows(TIFF* tiff, const HeightMap& map, const std::string& description)
     std::vector<float> row(static_cast<std::size_t>(map.Width)); // libtiff takes its rows as changeable memory
     for (int y = 0; y < map.Height; ++y) {
         const auto first = map.Values.begin() + static_cast<std::ptrdiff_t>(y) * map.Width;
-        row.assign(first, first + map.Width);
+        std::transform(first, first + map.Width, row.begin(), [](double height) { return static_cast<float>(height); });
         if (TIFFWriteScanline(tiff, row.data(), static_cast<std::uint32_t>(y), 0) < 0) return;
     }
     TIFFFlush(tiff);
@@ -120,10 +121,11 @@ HeightMap LoadHeightMap(const std::filesystem::path& file) {
     if (!HoldsHeights(tiff.get())) Fail(file, "not a height map (expected a TIFF of one 32-bit float a pixel)");
     if (TIFFIsTiled(tiff.get())) Fail(file, "height map in tiles (expected strips)");
     HeightMap map = EmptyMap(tiff.get(), file);
+    std::vector<float> row(static_cast<std::size_t>(map.Width));
     for (int y = 0; y < map.Height; ++y) {
-        float* row = map.Values.data() + static_cast<std::ptrdiff_t>(y) * map.Width;
-        if (TIFFReadScanline(tiff.get(), row, static_cast<std::uint32_t>(y), 0) < 0)
+        if (TIFFReadScanline(tiff.get(), row.data(), static_cast<std::uint32_t>(y), 0) < 0)
             Fail(file, reason.empty() ? "damaged or cut short" : reason);
+        std::copy(row.begin(), row.end(), map.Values.begin() + static_cast<std::ptrdiff_t>(y) * map.Width);
     }
     return map;
 }

@@ -12,7 +12,7 @@ namespace app {
 struct HeightMap {
     int Width = 0;
     int Height = 0;
-    std::vector<float> Values;
+    std::vector<double> Values;
 };
 
 /// Whether the file is a TIFF of one 32-bit float sample a pixel. False also for a file that can't be read.
@@ -22,7 +22,7 @@ bool IsHeightMapFile(const std::filesystem::path& file);
 HeightMap LoadHeightMap(const std::filesystem::path& file);
 
 /// @param description  Goes into the file's description field: what the numbers are and in which unit.
-/// Throws Failure, naming the file and the reason; a partial file may stay.
+/// Values are rounded to floats. Throws Failure, naming the file and the reason; a partial file may stay.
 void SaveHeightMap(const std::filesystem::path& file, const HeightMap& map, const std::string& description);
 
 } // namespace app

@@ -45,7 +45,7 @@ struct HeightDifferences {
 };
 
 /// The maps have one length. Values that are not finite are holes.
-HeightDifferences CompareHeights(std::span<const float> first, std::span<const float> second);
+HeightDifferences CompareHeights(std::span<const double> first, std::span<const double> second);
 
 } // namespace app
 

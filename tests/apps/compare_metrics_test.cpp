@@ -161,9 +161,9 @@ TEST(StructuralSimilarity, NeedsElevenPixelsEachWay) {
 }
 
 TEST(HeightDifferences, LeaveHolesOfEitherMapOut) {
-    constexpr float kHole = std::numeric_limits<float>::quiet_NaN();
-    const std::array<float, 5> first{0.0F, 1.0F, kHole, 5.0F, 9.0F};
-    const std::array<float, 5> second{1.0F, -1.0F, 2.0F, 5.0F, std::numeric_limits<float>::infinity()};
+    constexpr double kHole = std::numeric_limits<double>::quiet_NaN();
+    const std::array<double, 5> first{0.0, 1.0, kHole, 5.0, 9.0};
+    const std::array<double, 5> second{1.0, -1.0, 2.0, 5.0, std::numeric_limits<double>::infinity()};
     const app::HeightDifferences result = app::CompareHeights(first, second);
     EXPECT_EQ(3U, result.Measured);
     EXPECT_DOUBLE_EQ(std::sqrt(5.0 / 3.0), result.RootMeanSquare);
@@ -172,8 +172,8 @@ TEST(HeightDifferences, LeaveHolesOfEitherMapOut) {
 }
 
 TEST(HeightDifferences, OfNothingButHolesAreNone) {
-    const std::array<float, 2> first{std::numeric_limits<float>::quiet_NaN(), 1.0F};
-    const std::array<float, 2> second{1.0F, std::numeric_limits<float>::quiet_NaN()};
+    const std::array<double, 2> first{std::numeric_limits<double>::quiet_NaN(), 1.0};
+    const std::array<double, 2> second{1.0, std::numeric_limits<double>::quiet_NaN()};
     EXPECT_EQ(0U, app::CompareHeights(first, second).Measured);
 }
 

@@ -24,7 +24,7 @@ class CompareProgram : public testing::Test {
         return Path(name);
     }
 
-    std::string SaveHeights(const std::string& name, int width, int height, std::vector<float> values) const {
+    std::string SaveHeights(const std::string& name, int width, int height, std::vector<double> values) const {
         app::SaveHeightMap(Path(name), {width, height, std::move(values)}, "test");
         return Path(name);
     }
@@ -107,7 +107,7 @@ TEST_F(CompareProgram, RefusesMisfitImagesByNamingBoth) {
 }
 
 TEST_F(CompareProgram, ComparesHeightMaps) {
-    const std::string first = SaveHeights("a.tif", 2, 2, {0.0F, 1.0F, std::numeric_limits<float>::quiet_NaN(), 4.0F});
+    const std::string first = SaveHeights("a.tif", 2, 2, {0.0F, 1.0F, std::numeric_limits<double>::quiet_NaN(), 4.0F});
     const std::string second = SaveHeights("b.tif", 2, 2, {2.0F, 0.0F, 0.0F, 6.0F});
     const ProgramResult result = RunProgram({"compare", first, second, "--json"});
     ASSERT_EQ(0, result.Status) << result.Errors;
@@ -122,7 +122,7 @@ TEST_F(CompareProgram, ComparesHeightMaps) {
 }
 
 TEST_F(CompareProgram, RefusesHeightMapsWithNothingInCommon) {
-    constexpr float kHole = std::numeric_limits<float>::quiet_NaN();
+    constexpr double kHole = std::numeric_limits<double>::quiet_NaN();
     const std::string first = SaveHeights("a.tif", 2, 1, {kHole, 1.0F});
     ExpectFailure(1, "no pixel is measured in both",
                   RunProgram({"compare", first, SaveHeights("b.tif", 2, 1, {1.0F, kHole})}));
