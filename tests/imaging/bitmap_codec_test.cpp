@@ -166,9 +166,9 @@ TEST(BitmapCodec, AcceptsRunsWithoutTheirEndMarkWhenAllLinesAreThere) {
 
 TEST(BitmapCodec, RefusesRunsThatLeaveTheImage) {
     const Header header{.Width = 4, .Height = 2, .Bits = 8, .Compression = 1, .Colours = 4};
-    for (const Bytes& runs :
-         {Bytes{5, 1, 0, 1}, Bytes{0, 5, 1, 1, 1, 1, 1, 0, 0, 1}, Bytes{0, 2, 5, 0, 0, 1}, Bytes{0, 2, 0, 3, 0, 1},
-          Bytes{0, 0, 0, 0, 1, 1, 0, 1}, Bytes{0, 0, 0, 0, 0, 0, 0, 1}, Bytes{0, 2, 1}, Bytes{0, 4, 1, 1}})
+    for (const Bytes& runs : {Bytes{5, 1, 0, 1}, Bytes{2, 1, 3, 1, 0, 1}, Bytes{0, 5, 1, 1, 1, 1, 1, 0, 0, 1},
+                              Bytes{0, 2, 5, 0, 0, 1}, Bytes{0, 2, 0, 3, 0, 1}, Bytes{0, 0, 0, 0, 1, 1, 0, 1},
+                              Bytes{0, 0, 0, 0, 0, 0, 0, 1}, Bytes{0, 2, 1}, Bytes{0, 4, 1, 1}})
         ExpectRefused(Joined(MakeHeader(header), kFourGrays, runs), "run lengths");
 }
 

@@ -48,8 +48,9 @@ TEST_P(StoredFile, CutShortIsRefusedOrWhole) {
             ++refused;
         }
     }
-    // Only bytes behind the last sample can be missed.
-    EXPECT_GT(refused, whole.size() / 4);
+    // These two end with a mark; of others, bytes behind the last sample can be missing.
+    const bool hasEndMark = GetParam().starts_with("png_") || GetParam().starts_with("jpeg_");
+    EXPECT_GE(refused, hasEndMark ? whole.size() : whole.size() / 4);
 }
 
 TEST_P(StoredFile, WithChangedBytesIsRefusedOrLoadedWithoutHarm) {
