@@ -1,13 +1,13 @@
 #include "safe3d/frame_process.h"
 
+#include <limits>
 #include <utility>
 
 #include "filters/double_image.h"
-#include "filters/filters.h"
 #include "filters/numbers.h"
 #include "safe3d/edge_data.h"
-#include "safe3d/extract_channel.h"
 #include "safe3d/frame_images.h"
+#include "safe3d/reduce_channel.h"
 
 namespace kyf {
 
@@ -18,22 +18,20 @@ constexpr std::int32_t kPercentOfPass = 10;
 constexpr std::int32_t kBlurMargin = 0;
 constexpr std::int32_t kFilterStages = 3;
 
-KyiImageData* AllocReduced(const KyfCompositionState& state, const KyiImageData& frame) {
-    KyiImageData* const reduced = KyiAllocImageData(state.WorkWidth, state.WorkHeight, frame.Format);
-    if (reduced) KyiCopyPalette(frame.Palette, reduced->Palette);
-    return reduced;
-}
+// One block for all images takes large pages where images of their own would not.
+constexpr std::int32_t kImages = 4;
 
-KyfImageData* AllocWorking(const KyfCompositionState& state) {
-    return AllocDoubleImage(state.WorkWidth, state.WorkHeight);
+KyfImageData* AllocImages(const KyfCompositionState& state) {
+    if (state.WorkHeight > std::numeric_limits<std::int32_t>::max() / kImages) return nullptr;
+    return AllocDoubleImage(state.WorkWidth, kImages * state.WorkHeight);
 }
 
 // The pass reads one image and writes another, and the two change places. Whichever is returned holds the blur.
-const KyfImageData& Blur(const KyfFocusComposition& session, const FrameBuffers& buffers, KyiBool parallel,
+const KyfImageData& Blur(const KyfFocusComposition& session, FrameBuffers& buffers, KyiBool parallel,
                          KyfProgress* progress) {
-    const KyfImageData* from = buffers.KidoSource.Get();
-    KyfImageData* to = buffers.Work.Get();
-    KyfImageData* spare = buffers.Bibun.Get();
+    const KyfImageData* from = &buffers.KidoSource;
+    KyfImageData* to = &buffers.Work;
+    KyfImageData* spare = &buffers.Bibun;
     for (std::int32_t pass = 1; pass <= kBlurPasses; ++pass) {
         BlurPass(*from, *to, kBlurMargin, session.BlurFilterX, session.BlurFilterY, session.BlurFilterSize, parallel);
         from = to;
@@ -56,37 +54,39 @@ Differentials FilterFrame(const KyfFocusComposition& session, FrameBuffers& buff
     const KyfImageData& blurred = Blur(session, buffers, parallel, stages.GetCurrent());
     stages.Next();
     log.Trace(__FILE__, __LINE__, L"Sobel filter");
-    FilterHighPass(blurred, *buffers.BokashiBibun);
+    FilterHighPass(blurred, buffers.BokashiBibun);
     stages.Next();
     log.Trace(__FILE__, __LINE__, L"Sobel filter Only");
-    FilterHighPass(*buffers.KidoSource, *buffers.Bibun);
+    FilterHighPass(buffers.KidoSource, buffers.Bibun);
     stages.Next();
-    return {*buffers.Bibun, *buffers.BokashiBibun};
+    return {buffers.Bibun, buffers.BokashiBibun};
 }
 
 // Brightness stands for focus: the channel as it is, less nothing.
 Differentials TakeBrightness(const FrameBuffers& buffers, const CFuncTraceLog& log) {
     log.Trace(__FILE__, __LINE__, L"Processing added for GPU related purposes");
-    return {*buffers.KidoSource, *buffers.BokashiBibun};
+    return {buffers.KidoSource, buffers.BokashiBibun};
 }
 
 } // namespace
 
-FrameBuffers::FrameBuffers(const KyfCompositionState& state, const KyiImageData& frame)
-    : Reduced(AllocReduced(state, frame)), BokashiBibun(AllocWorking(state)), Bibun(AllocWorking(state)),
-      Work(AllocWorking(state)), KidoSource(AllocWorking(state)) {}
-
-bool FrameBuffers::HasAll() const { return Reduced && BokashiBibun && Bibun && Work && KidoSource; }
+FrameBuffers::FrameBuffers(const KyfCompositionState& state) : m_block(AllocImages(state)) {
+    if (!m_block) return;
+    double** rows = m_block->Rows;
+    for (KyfImageData* const image : {&BokashiBibun, &Bibun, &Work, &KidoSource}) {
+        *image = {rows, state.WorkWidth, state.WorkHeight};
+        rows += state.WorkHeight;
+    }
+}
 
 void RunFirstProcess(const KyiImageData& frame, FrameBuffers& buffers, KyiBool parallel, const CFuncTraceLog& log) {
     log.Trace(__FILE__, __LINE__, L"Begin processing by CPU.");
-    ReduceImage(&frame, buffers.Reduced.Get(), parallel);
+    ReduceChannel(frame, buffers.KidoSource, parallel);
 }
 
 void RunSecondProcess(KyfFocusComposition& session, FrameBuffers& buffers, KyiBool parallel,
                       CProgressProcManager& steps, const CFuncTraceLog& log) {
     log.Trace(__FILE__, __LINE__, L"Begin 2nd process.");
-    ExtractChannel(*buffers.Reduced, *buffers.KidoSource, parallel);
     const bool isBrightness = session.ScopeType == 2 || session.ScopeType == 3;
     const Differentials from =
         isBrightness ? TakeBrightness(buffers, log) : FilterFrame(session, buffers, parallel, steps.GetCurrent(), log);
@@ -95,7 +95,7 @@ void RunSecondProcess(KyfFocusComposition& session, FrameBuffers& buffers, KyiBo
     const KyfCompositionState& state = session.State3D;
     session.EdgeDataHeight = WrappingProduct(session.EdgeDataWidth, state.WorkHeight) / state.WorkWidth;
     const FrameImages images = MakeFrameImages(session);
-    MakeEdgeData(from.Plain, from.Blurred, *buffers.KidoSource, images.Edge, images.Kido, parallel);
+    MakeEdgeData(from.Plain, from.Blurred, buffers.KidoSource, images.Edge, images.Kido, parallel);
     steps.Next();
 }
 

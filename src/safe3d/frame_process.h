@@ -10,21 +10,23 @@
 
 namespace kyf {
 
-/// Images of the working size that live for one add.
+/// Images of the working size that live for one add, in one block. All zeros to start with.
 class FrameBuffers {
   public:
-    /// For frames like `frame`. An image that cannot be had is null.
-    FrameBuffers(const KyfCompositionState& state, const KyiImageData& frame);
-    bool HasAll() const;
+    explicit FrameBuffers(const KyfCompositionState& state);
+    /// False when out of memory, and without working pixels.
+    bool HasAll() const { return static_cast<bool>(m_block); }
 
-    HeldImage<KyiImageData> Reduced;      ///< the frame at working size
-    HeldImage<KyfImageData> BokashiBibun; ///< differential of the blurred channel; zeros to start with
-    HeldImage<KyfImageData> Bibun;        ///< differential of the channel
-    HeldImage<KyfImageData> Work;         ///< blur input and output
-    HeldImage<KyfImageData> KidoSource;   ///< the channel
+    KyfImageData BokashiBibun{}; ///< differential of the blurred channel
+    KyfImageData Bibun{};        ///< differential of the channel
+    KyfImageData Work{};         ///< blur input and output
+    KyfImageData KidoSource{};   ///< the channel
+
+  private:
+    HeldImage<KyfImageData> m_block;
 };
 
-/// Reduces the frame.
+/// Reduces the frame's channel to the working size. Throws std::bad_alloc.
 void RunFirstProcess(const KyiImageData& frame, FrameBuffers& buffers, KyiBool parallel, const CFuncTraceLog& log);
 
 /// Filters and edge strength data, into the session's next frame images. Completes two of the add's steps on the way.

@@ -16,10 +16,10 @@ struct Bounds {
     double High;
 };
 
-Bounds TakeSamples(const double* column, const FitWindow& window, double* samples) {
+Bounds TakeSamples(const double* column, std::ptrdiff_t step, const FitWindow& window, double* samples) {
     Bounds bounds{1e10, 0.0};
     for (std::int32_t j = 0; j <= window.Last - window.First; ++j) {
-        const double value = column[window.First + j];
+        const double value = column[(window.First + j) * step];
         samples[j] = value == 0.0 ? 1.0 : value;
         if (samples[j] > bounds.High) bounds.High = samples[j];
         if (samples[j] < bounds.Low) bounds.Low = samples[j];
@@ -62,21 +62,28 @@ FitWindow WindowOfPeak(std::int32_t count, std::int32_t peak) {
     return window;
 }
 
+bool EstimatePeak(const PeakColumn& column, std::int32_t peak, double* samples, PeakEstimate& estimate) {
+    const FitWindow window = WindowOfPeak(column.Count, peak);
+    const std::int32_t length = window.Last - window.First + 1;
+    const double* const values = window.Last - window.First < kRawWindow ? column.Edge : column.Banded;
+    const Bounds bounds = TakeSamples(values, column.Step, window, samples);
+    FitParameters start{};
+    if (length < 2 || !EstimateByMoments(samples, length, bounds, start)) return false;
+    estimate = {window, start};
+    return true;
+}
+
 bool FitPeak(const double* edge, const double* banded, std::int32_t count, std::int32_t peak, FitParameters& estimate,
              double& amplitude, FitWorkspace& workspace) {
-    const FitWindow window = WindowOfPeak(count, peak);
-    const std::int32_t samples = window.Last - window.First + 1;
-    const double* const column = window.Last - window.First < kRawWindow ? edge : banded;
-    const Bounds bounds = TakeSamples(column, window, workspace.Samples());
-    if (samples < 2) return false;
-    FitParameters start{};
-    if (!EstimateByMoments(workspace.Samples(), samples, bounds, start)) return false;
-    estimate = {start[0], start[1], window.First + start[2]};
+    PeakEstimate found{};
+    if (!EstimatePeak({edge, banded, count, 1}, peak, workspace.Samples(), found)) return false;
+    estimate = found.InFrames();
 
     static const CGauss gauss;
-    FitRecord record{workspace.Samples(), samples, &gauss, kMaxFitParameters, 0.0, {}, {}, {}, {}};
+    FitRecord record{workspace.Samples(), found.Count(), &gauss, kMaxFitParameters, 0.0, {}, {}, {}, {}};
     FitParameters fitted{};
-    if (FitLevenbergMarquardt(record, start.data(), fitted.data(), workspace) != FitResult::Converged) return false;
+    if (FitLevenbergMarquardt(record, found.Start.data(), fitted.data(), workspace) != FitResult::Converged)
+        return false;
     amplitude = fitted[0];
     return true;
 }

@@ -3,6 +3,7 @@
 #define KYFOCUS_SAFE3D_GAUSSIAN_FIT_H
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 
@@ -10,6 +11,12 @@ namespace kyf {
 
 constexpr std::int32_t kMaxFitParameters = 3;
 using FitParameters = std::array<double, kMaxFitParameters>;
+
+constexpr std::int32_t kMaxFitSteps = 20; ///< a fit that comes so far has failed
+constexpr double kFirstLambda = 50.0;
+constexpr double kLambdaFactor = 10.0;
+constexpr double kLeastPivot = 1e-12;
+constexpr double kEnoughChange = 0.001; ///< of the sum of squares: less ends a fit
 
 /// A model: a function of one variable with a parameter vector.
 class CFunc {
@@ -76,6 +83,28 @@ struct FitWindow {
     std::int32_t Last;
 };
 FitWindow WindowOfPeak(std::int32_t count, std::int32_t peak);
+
+/// A window to be fitted, and where to start. The centre counts from the window's first frame.
+struct PeakEstimate {
+    FitWindow Window;
+    FitParameters Start;
+
+    std::int32_t Count() const { return Window.Last - Window.First + 1; }
+    /// Amplitude, inverse width and centre in frames of the stack.
+    FitParameters InFrames() const { return {Start[0], Start[1], Window.First + Start[2]}; }
+};
+
+/// A column of edge strengths and what the band-pass has made of it. `Step` doubles lie between two frames.
+struct PeakColumn {
+    const double* Edge;
+    const double* Banded;
+    std::int32_t Count;
+    std::ptrdiff_t Step;
+};
+
+/// Estimates a peak by the moments of its window. @param samples  Receives the window, which has a length of its own
+/// for each stack length. @return false for a flat window, with the estimate left as it was.
+bool EstimatePeak(const PeakColumn& column, std::int32_t peak, double* samples, PeakEstimate& estimate);
 
 /// Estimates amplitude, inverse width and centre (in frames) of a peak and confirms them by a fit. Short windows are
 /// taken from the edge strengths, long ones from the band-passed column.

@@ -93,7 +93,7 @@ bool FitsStack(const KyfCompositionState& state, const KyiImageData& frame) {
 
 KyfResult ProcessOnCpu(KyfFocusComposition& session, const AddCall& call, CProgressProcManager& steps,
                        const CFuncTraceLog& log) {
-    FrameBuffers buffers(session.State3D, *call.Frame);
+    FrameBuffers buffers(session.State3D);
     if (!buffers.HasAll()) return KyfResultFailAlloc;
     log.Trace(__FILE__, __LINE__, L"Begin 1st process.");
     RunFirstProcess(*call.Frame, buffers, call.Parallel, log);

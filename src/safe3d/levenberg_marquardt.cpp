@@ -9,11 +9,6 @@ namespace kyf {
 
 namespace {
 
-constexpr std::int32_t kMaxSteps = 20;
-constexpr double kFirstLambda = 50.0;
-constexpr double kLambdaFactor = 10.0;
-constexpr double kEnoughChange = 0.001;
-
 std::size_t ParametersOf(const FitRecord& record) {
     return static_cast<std::size_t>(std::clamp(record.ParameterCount, 0, kMaxFitParameters));
 }
@@ -113,7 +108,7 @@ FitResult Iterate(FitRecord& record, const Model& model, const double* start, do
     double current = previous;
     bool hasMoved = true; // the matrix belongs to other parameters
     std::int32_t iteration = 0;
-    while (iteration == 0 || (std::fabs(current - previous) > kEnoughChange && iteration < kMaxSteps)) {
+    while (iteration == 0 || (std::fabs(current - previous) > kEnoughChange && iteration < kMaxFitSteps)) {
         ++iteration;
         if (hasMoved) Build(record, model, parameters.data());
         FitParameters step{};
@@ -132,7 +127,7 @@ FitResult Iterate(FitRecord& record, const Model& model, const double* start, do
         }
     }
     for (std::size_t j = 0; j < n; ++j) result[j] = record.Best[j];
-    return iteration == kMaxSteps ? FitResult::TooManySteps : FitResult::Converged;
+    return iteration == kMaxFitSteps ? FitResult::TooManySteps : FitResult::Converged;
 }
 
 } // namespace
@@ -172,7 +167,7 @@ std::int32_t SolveLinear(std::int32_t n, std::array<double, kMaxFitParameters + 
         double sum = 0.0;
         for (std::size_t j = i + 1; j < size; ++j) sum += rows[i][j] * solution[j];
         solution[i] = (rows[i][size] - sum) / rows[i][i];
-        if (std::fabs(rows[i][i]) <= 1e-12) return -1;
+        if (std::fabs(rows[i][i]) <= kLeastPivot) return -1;
     }
     return 1;
 }

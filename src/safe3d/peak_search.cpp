@@ -170,6 +170,11 @@ bool SearchPeak(std::int32_t count, const double* edge, double* banded, double* 
     const Range range = HighestPeak(count, banded, peak);
     if (std::fabs(range.High - range.Low) < 1.0 || range.High < settings.Threshold) return false;
     for (std::int32_t i = 0; i < count; ++i) segmented[i] = banded[i] < settings.Threshold ? 0.0 : banded[i];
+    return ChoosePeak(count, segmented, settings, peak, workspace);
+}
+
+bool ChoosePeak(std::int32_t count, const double* segmented, const PeakSearchSettings& settings, std::int32_t& peak,
+                PeakWorkspace& workspace) {
     if (settings.Adoption != 0 && settings.Adoption != 1) return true;
     const std::int32_t segments = ListSegments(count, segmented, workspace);
     if (segments == 0) return true; // only with a threshold of 0 or less

@@ -59,6 +59,11 @@ struct PeakSearchSettings {
 bool SearchPeak(std::int32_t count, const double* edge, double* banded, double* segmented,
                 const PeakSearchSettings& settings, std::int32_t& peak, PeakWorkspace& workspace);
 
+/// The last step of SearchPeak: chooses among the runs of a column in which what is below the threshold is 0.
+/// @param peak  Frame of the highest value; receives the choice. @return Whether it can be trusted.
+bool ChoosePeak(std::int32_t count, const double* segmented, const PeakSearchSettings& settings, std::int32_t& peak,
+                PeakWorkspace& workspace);
+
 /// A run of values above 0. All -1 when there is none.
 struct Segment {
     double PeakValue;
