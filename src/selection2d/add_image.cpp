@@ -4,6 +4,7 @@
 #include "alignment/alignment.h"
 #include "filters/image_layout.h"
 #include "progress/progress_proc_manager.h"
+#include "selection2d/aligned_frame.h"
 #include "selection2d/blend.h"
 #include "selection2d/focus_chain.h"
 #include "selection2d/selection2d.h"
@@ -29,10 +30,8 @@ bool IsStackOpen(const KyfFocusComposition& session) noexcept {
            composite->Format == state.SourceFormat && session.BestFocusMap && session.BestFrameMap && session.BlendMask;
 }
 
-bool FitsStack(const KyfFocusComposition& session, const KyiImageData& frame) noexcept {
-    const KyfCompositionState& state = session.State2D;
-    return frame.Width == state.SourceWidth && frame.Height == state.SourceHeight &&
-           frame.Format == state.SourceFormat && IsStackOpen(session);
+bool FitsStack(const KyfCompositionState& state, const KyiImageData& frame) noexcept {
+    return frame.Width == state.SourceWidth && frame.Height == state.SourceHeight && frame.Format == state.SourceFormat;
 }
 
 ImagePtr GrayOf(const KyiImageData& frame) {
@@ -63,6 +62,18 @@ void StoreFirstFocus(const KyfFocusComposition& session, const KyiImageData& wor
         KyiGetLinePixel(&working, 0, y, /*channel=*/1, session.BestFocusMap[y], session.BestFocusWidth);
 }
 
+// A stack in which no later frame can win anything adds and makes like any other: the log is the only place to see it.
+void TraceWhyNothingCanWin(const KyfFocusComposition& session, const KyiImageData& frame) {
+    if (!HasWorkingPixels(session.State2D))
+        KyiPutTraceLog(__FILE__, __LINE__,
+                       L"The Speed is unknown or leaves no pixel of such small frames: the composite stays the first "
+                       L"frame.",
+                       0);
+    else if (IsBrightnessFocus(session) && !KyiIsFormatGrayscale(frame.Format))
+        KyiPutTraceLog(__FILE__, __LINE__,
+                       L"Brightness is selected from gray frames only: the composite stays the first frame.", 0);
+}
+
 // Until the count becomes 1 the session has no composite, so that a frame that failed half-way can be given again.
 void AddFirstFrame(KyfFocusComposition& session, const KyiImageData& frame, KyiBool parallel,
                    CProgressProcManager& steps) {
@@ -80,22 +91,23 @@ void AddFirstFrame(KyfFocusComposition& session, const KyiImageData& frame, KyiB
     if (working) StoreFirstFocus(session, *working, parallel);
     working.reset();
     steps.Next();
+    TraceWhyNothingCanWin(session, frame);
     state.CompImage = composite.release();
     state.FrameCount = 1;
 }
 
 // All that can fail comes before the selection, which is the first to change the session.
-void AddLaterFrame(KyfFocusComposition& session, const KyiImageData& frame, KyiBool parallel,
+void AddLaterFrame(KyfFocusComposition& session, const AlignedFrame& frame, KyiBool parallel,
                    CProgressProcManager& steps) {
-    steps.Next(); // template matching; a frame that does not move is read where it lies
+    steps.Next(); // template matching
     steps.Next(); // line matching
     BlendScratch scratch = MakeBlendScratch(session);
-    ImagePtr working = LaterWorkingImage(session, frame);
+    ImagePtr working = LaterWorkingImage(session, *frame.Image);
     steps.Next();
     working = RunFocusChain(session, std::move(working), parallel, steps);
     if (working) SelectWinners(session, *working, parallel);
     steps.Next();
-    BlendFrame(session, working.get(), frame, scratch, parallel);
+    BlendFrame(session, working.get(), *frame.Image, scratch, parallel);
     steps.Next();
     steps.Next();
     session.State2D.FrameCount += 1;
@@ -109,7 +121,12 @@ KyfResult Kyf2DSelectionAddImage(KyfFocusComposition* session, KyiImageData* fra
     if (!session || !frame || GrayPartnerFormat(frame->Format) < 0) return KyfResultInvalidParameter;
     const KyfCompositionState& state = session->State2D;
     const bool isFirst = state.FrameCount == 0;
-    if (!isFirst && !FitsStack(*session, *frame)) return KyfResultInvalidParameter;
+    if (!isFirst && !IsStackOpen(*session)) {
+        KyiPutTraceLog(__FILE__, __LINE__, L"The stack's result has been cut or extracted: it takes no more frames.",
+                       0);
+        return KyfResultInvalidParameter;
+    }
+    if (!isFirst && !FitsStack(state, *frame)) return KyfResultInvalidParameter;
     if (!IsAlignmentAvailable(Choose2DAlignment(*session))) {
         KyiPutTraceLog(__FILE__, __LINE__, L"The frame's alignment method is not available in this build.", 0);
         return KyfResultInvalidParameter;
@@ -119,8 +136,9 @@ KyfResult Kyf2DSelectionAddImage(KyfFocusComposition* session, KyiImageData* fra
         AddFirstFrame(*session, *frame, parallel, steps);
         return KyfResultOk;
     }
-    AddLaterFrame(*session, *frame, parallel, steps);
-    if (takeOwnership && (state.WorkWidth != state.SourceWidth || state.WorkHeight != state.SourceHeight)) {
+    const AlignedFrame aligned = ChooseAlignedFrame(*session, *frame, takeOwnership);
+    AddLaterFrame(*session, aligned, parallel, steps);
+    if (aligned.IsTakenOver) {
         KyiFreeImageData(frame);
         ownershipTaken = 1;
     }

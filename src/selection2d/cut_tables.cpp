@@ -86,7 +86,10 @@ KyfResult CutCompImage(KyfFocusComposition* session, KyfCompositionState* state,
     const KyiImageData* const whole = state->CompImage;
     if (!whole) return KyfResultInvalidParameter;
     if (IsEmpty(rectangle)) return KyfResultFailAlloc;
-    if (!LiesInside(rectangle, whole->Width, whole->Height)) return KyfResultInvalidParameter;
+    if (!LiesInside(rectangle, whole->Width, whole->Height)) {
+        KyiPutTraceLog(__FILE__, __LINE__, L"The composite has been cut before: a stack is made once.", 0);
+        return KyfResultInvalidParameter;
+    }
     ImagePtr cut = CutImage(*whole, rectangle);
     if (!cut) return KyfResultFailAlloc;
     KyiFreeImageData(std::exchange(state->CompImage, cut.release()));

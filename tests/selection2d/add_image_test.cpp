@@ -141,23 +141,81 @@ TEST(AddImage, LeavesTheComposedImageToTheFirstFrameWhenColourCompetesInBrightne
     }
 }
 
+/// The trace in a folder of its own, switched on for a test.
+class Trace {
+  public:
+    Trace() {
+        KyiSetTraceLogFolder(m_folder.Path().wstring().c_str());
+        KyiSetPuttingTraceLog(1);
+    }
+    ~Trace() { KyiSetPuttingTraceLog(0); }
+    Trace(const Trace&) = delete;
+    Trace& operator=(const Trace&) = delete;
+
+    /// How often a text stands in the log.
+    int Count(const std::string& wanted) const {
+        std::ifstream log(m_folder.Path() / "kyimaging.log");
+        const std::string text{std::istreambuf_iterator<char>(log), std::istreambuf_iterator<char>()};
+        int count = 0;
+        for (std::size_t at = text.find(wanted); at != std::string::npos; at = text.find(wanted, at + 1)) ++count;
+        return count;
+    }
+
+  private:
+    test::TemporaryFolder m_folder;
+};
+
 TEST(AddImage, RefusesWhatThisBuildCannotAlignAndSaysSo) {
-    const test::TemporaryFolder folder;
-    KyiSetTraceLogFolder(folder.Path().wstring().c_str());
-    KyiSetPuttingTraceLog(1);
+    const Trace trace;
     SessionSettings settings;
     settings.AutoPos = 1;
     const test::Session session = test::StartSession(settings);
-    const bool isAvailable = kyf::IsAlignmentAvailable(kyf::Choose2DAlignment(*session));
-    const KyfResult result = Add(*session, test::TexturedImage(64, 48, 3, 1));
-    KyiSetPuttingTraceLog(0);
-    if (isAvailable) return;
-    EXPECT_EQ(result, KyfResultInvalidParameter);
+    if (kyf::IsAlignmentAvailable(kyf::Choose2DAlignment(*session))) GTEST_SKIP() << "this build has them all";
+    EXPECT_EQ(Add(*session, test::TexturedImage(64, 48, 3, 1)), KyfResultInvalidParameter);
     EXPECT_EQ(session->State2D.CompImage, nullptr);
     EXPECT_EQ(session->BestFocusMap, nullptr);
-    std::ifstream log(folder.Path() / "kyimaging.log");
-    const std::string text{std::istreambuf_iterator<char>(log), std::istreambuf_iterator<char>()};
-    EXPECT_NE(text.find("alignment method is not available"), std::string::npos) << text;
+    EXPECT_EQ(trace.Count("alignment method is not available"), 1);
+}
+
+TEST(AddImage, SaysOnceAStackThatNoLaterFrameCanWin) {
+    struct Stack {
+        std::int32_t Speed, ScopeType, Format, Width;
+        int UnknownSpeeds, ColoursInBrightness;
+    };
+    for (const Stack& stack :
+         {Stack{3, 0, 4, 40, 1, 0}, Stack{-1, 2, 4, 40, 1, 0}, Stack{2, 0, 3, 3, 1, 0}, Stack{0, 2, 4, 40, 0, 1},
+          Stack{1, 2, 7, 40, 0, 1}, Stack{0, 2, 3, 40, 0, 0}, Stack{2, 0, 4, 40, 0, 0}}) {
+        SCOPED_TRACE("speed " + std::to_string(stack.Speed) + ", scope " + std::to_string(stack.ScopeType));
+        const Trace trace;
+        SessionSettings settings;
+        settings.Speed = stack.Speed;
+        settings.ScopeType = stack.ScopeType;
+        const test::Session session = test::StartSession(settings);
+        for (const std::uint32_t seed : {1u, 2u, 3u})
+            ASSERT_EQ(Add(*session, test::RandomImage(stack.Width, 30, stack.Format, seed)), KyfResultOk);
+        EXPECT_EQ(trace.Count("Speed is unknown"), stack.UnknownSpeeds);
+        EXPECT_EQ(trace.Count("Brightness is selected from gray frames only"), stack.ColoursInBrightness);
+    }
+}
+
+TEST(AddImage, SaysThatAStackHasBeenMadeOrTaken) {
+    const Trace trace;
+    const test::Session session = test::StartSession({});
+    const test::Image frame = test::TexturedImage(40, 30, 3, 1);
+    ASSERT_EQ(Add(*session, frame), KyfResultOk);
+    EXPECT_EQ(Add(*session, test::TexturedImage(41, 30, 3, 1)), KyfResultInvalidParameter);
+    EXPECT_EQ(trace.Count("takes no more frames"), 0);
+    const KyfRect rectangle{20, 10, 40, 30};
+    ASSERT_EQ(kyf::Kyf2DSelectionMakeCompImage(session.get(), rectangle, 0, nullptr), KyfResultOk);
+    EXPECT_EQ(Add(*session, frame), KyfResultInvalidParameter);
+    EXPECT_EQ(trace.Count("takes no more frames"), 1);
+    EXPECT_EQ(kyf::Kyf2DSelectionMakeCompImage(session.get(), rectangle, 0, nullptr), KyfResultInvalidParameter);
+    EXPECT_EQ(trace.Count("a stack is made once"), 1);
+    KyiImageData* composite = nullptr;
+    ASSERT_EQ(KyfFocusExtractCompImage(session.get(), &composite), KyfResultOk);
+    const test::Image taken(composite);
+    EXPECT_EQ(Add(*session, frame), KyfResultInvalidParameter);
+    EXPECT_EQ(trace.Count("takes no more frames"), 2);
 }
 
 // Without a single working pixel nothing can be compared: the first frame stays.
