@@ -91,6 +91,23 @@ KyfResult FillHeightDataMap(KyfFocusComposition& session, KyfCompositionState& s
     return KyfResultOk;
 }
 
+// Without memory for heights the image is made alone, as from a stack without heights. Where only their copy cannot be
+// had, std::bad_alloc ends the make, and another one can go on from there.
+KyfResult MakeSteps(KyfFocusComposition& session, const KyfRect& rectangle, KyiBool parallel, KyfProgress* progress) {
+    KyfCompositionState& state = session.State2D;
+    CProgressProcManager steps(progress, kMakeSteps);
+    MakeHeightDataMap(&session, &state, steps.GetCurrent());
+    steps.Next();
+    KyfResult result = CutCompImage(&session, &state, rectangle);
+    if (result != KyfResultOk) return result;
+    steps.Next();
+    if (state.CuttedAntNoiseHeightDataMap) result = SmoothCuttedHeightData(session.Smoothing, &state, parallel);
+    if (result != KyfResultOk) return result;
+    steps.Next();
+    KyfProgressCompleteProc(progress);
+    return KyfResultOk;
+}
+
 } // namespace
 
 double** AllocHeightDataMap(KyfCompositionState* state) noexcept {
@@ -125,18 +142,11 @@ KyfResult MakeHeightDataMap(KyfFocusComposition* session, KyfCompositionState* s
 
 KyfResult Kyf2DSelectionMakeCompImage(KyfFocusComposition* session, const KyfRect& rectangle, KyiBool parallel,
                                       KyfProgress* progress) {
-    KyfCompositionState& state = session->State2D;
-    CProgressProcManager steps(progress, kMakeSteps);
-    MakeHeightDataMap(session, &state, steps.GetCurrent());
-    steps.Next();
-    KyfResult result = CutCompImage(session, &state, rectangle);
-    if (result != KyfResultOk) return result;
-    steps.Next();
-    if (state.CuttedAntNoiseHeightDataMap) result = SmoothCuttedHeightData(session->Smoothing, &state, parallel);
-    if (result != KyfResultOk) return result;
-    steps.Next();
-    KyfProgressCompleteProc(progress);
-    return KyfResultOk;
+    try {
+        return MakeSteps(*session, rectangle, parallel, progress);
+    } catch (const std::bad_alloc&) {
+        return KyfResultFailAlloc;
+    }
 }
 
 } // namespace kyf

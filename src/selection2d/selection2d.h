@@ -17,16 +17,20 @@ namespace kyf {
 KyfResult Kyf2DSelectionAddImage(KyfFocusComposition* session, KyiImageData* frame, KyiBool takeOwnership,
                                  KyiBool& ownershipTaken, KyiBool parallel, KyfProgress* progress);
 
-/// Heights from the winners, cut of everything to the rectangle, smoothing of the cut heights.
-/// @return 1; -3 when out of memory.
+/// Heights from the winners, cut of everything to the rectangle, smoothing of the cut heights. Heights that there is no
+/// memory for are left out.
+/// @return 1; -2 for a rectangle that leaves the composite; -3 when out of memory.
 KyfResult Kyf2DSelectionMakeCompImage(KyfFocusComposition* session, const KyfRect& rectangle, KyiBool parallel,
                                       KyfProgress* progress);
 
-/// HeightDataMap from HeightList and BestFrameMap, once; at a reduced working size BestFocusMap is enlarged on the way.
-/// @return 1; -2 without tables; -3 when out of memory.
+/// HeightDataMap from HeightList and BestFrameMap, once, and its copy; at a reduced working size BestFocusMap is
+/// enlarged on the way.
+/// @return 1; -2 without tables; -3 when out of memory. Throws std::bad_alloc where the copy cannot be had.
 KyfResult MakeHeightDataMap(KyfFocusComposition* session, KyfCompositionState* state, KyfProgress* progress);
 
-/// Cuts CompImage, then the height tables, to the rectangle. @return 1; -3 with CompImage untouched.
+/// Cuts CompImage, then the height tables, to the rectangle.
+/// @return 1; -2 for a rectangle that leaves CompImage; -3 when out of memory, with CompImage untouched when that was
+///         for the image.
 KyfResult CutCompImage(KyfFocusComposition* session, KyfCompositionState* state, const KyfRect& rectangle);
 
 /// Makes the cut height tables, and in mode 0 CuttedBestFocusMap, when there is a HeightDataMap.

@@ -1,4 +1,6 @@
-// Every allocation of an add and of a make fails once. A binary of its own: it takes the place of the allocators.
+// Every allocation of an add and of a make fails once: of the heap, on a boundary or not, of pages, of images. A binary
+// of its own: it takes the place of the allocators.
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <new>
@@ -12,14 +14,18 @@
 
 namespace {
 
-std::atomic<int> g_allocationsLeft{-1}; // negative: no allocation fails
+enum class Kind { Any, Heap, AlignedHeap, Pages, Image };
 
-bool MayAllocate() {
+std::atomic<int> g_allocationsLeft{-1}; // until one fails; negative: none fails
+bool g_isLasting = false;               // whether all later ones fail too
+Kind g_failing = Kind::Any;             // the others are not counted
+
+bool MayAllocate(Kind kind) {
+    if (g_failing != Kind::Any && g_failing != kind) return true;
     const int left = g_allocationsLeft.load();
     if (left < 0) return true;
-    if (left == 0) return false;
-    g_allocationsLeft.store(left - 1);
-    return true;
+    if (left > 0 || !g_isLasting) g_allocationsLeft.store(left - 1);
+    return left > 0;
 }
 
 template <typename Function> Function* Original(const char* name) {
@@ -43,7 +49,7 @@ template <typename Function> Function* Original(const char* name) {
 #if KY_OWN_OPERATORS
 // Not inlined: the compiler would see a block of malloc go to operator delete.
 [[gnu::noinline]] void* operator new(std::size_t bytes) {
-    void* const block = MayAllocate() ? std::malloc(bytes ? bytes : 1) : nullptr;
+    void* const block = MayAllocate(Kind::Heap) ? std::malloc(bytes ? bytes : 1) : nullptr;
     if (!block) throw std::bad_alloc();
     return block;
 }
@@ -52,22 +58,38 @@ template <typename Function> Function* Original(const char* name) {
 [[gnu::noinline]] void operator delete[](void* block) noexcept { std::free(block); }
 [[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 [[gnu::noinline]] void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
+[[gnu::noinline]] void* operator new(std::size_t bytes, std::align_val_t boundary) {
+    const auto step = static_cast<std::size_t>(boundary);
+    const std::size_t whole = std::max(bytes + step - 1, step) / step * step;
+    void* const block = MayAllocate(Kind::AlignedHeap) ? std::aligned_alloc(step, whole) : nullptr;
+    if (!block) throw std::bad_alloc();
+    return block;
+}
+[[gnu::noinline]] void operator delete(void* block, std::align_val_t) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete(void* block, std::size_t, std::align_val_t) noexcept { std::free(block); }
 #endif
+
+// The linker leads platform::AllocatePages here (--wrap), and the second name to the one that it is.
+void* AllocatePagesOrNot(std::size_t bytes) noexcept __asm__("__wrap__ZN8platform13AllocatePagesEm");
+void* AllocatePagesIndeed(std::size_t bytes) noexcept __asm__("__real__ZN8platform13AllocatePagesEm");
+void* AllocatePagesOrNot(std::size_t bytes) noexcept {
+    return MayAllocate(Kind::Pages) ? AllocatePagesIndeed(bytes) : nullptr;
+}
 
 KyiImageData* KyiAllocImageData(int32_t width, int32_t height, int32_t format) {
     static auto* const original = Original<KyiImageData*(int32_t, int32_t, int32_t)>("KyiAllocImageData");
-    return MayAllocate() ? original(width, height, format) : nullptr;
+    return MayAllocate(Kind::Image) ? original(width, height, format) : nullptr;
 }
 
 KyiImageData* KyiAllocImageDataEx(int32_t width, int32_t height, int32_t format, int32_t origin, int32_t reserved) {
     static auto* const original =
         Original<KyiImageData*(int32_t, int32_t, int32_t, int32_t, int32_t)>("KyiAllocImageDataEx");
-    return MayAllocate() ? original(width, height, format, origin, reserved) : nullptr;
+    return MayAllocate(Kind::Image) ? original(width, height, format, origin, reserved) : nullptr;
 }
 
 KyiImageData* KyiDuplicateImageData(const KyiImageData* image, KyiBool parallel) {
     static auto* const original = Original<KyiImageData*(const KyiImageData*, KyiBool)>("KyiDuplicateImageData");
-    return MayAllocate() ? original(image, parallel) : nullptr;
+    return MayAllocate(Kind::Image) ? original(image, parallel) : nullptr;
 }
 
 namespace {
@@ -76,16 +98,25 @@ constexpr std::int32_t kWidth = 90;
 constexpr std::int32_t kHeight = 70;
 constexpr int kMostAllocations = 2000;
 
-/// Runs `work` with the n-th allocation and all later ones failing, and tells whether it got through.
-template <typename Work> bool SurvivesAllocations(int n, Work work) {
+/// Runs `work` while allocation n of a kind fails, alone or with all later ones, and gives what it returns.
+template <typename Work> KyfResult RunWithout(int n, Kind kind, bool isLasting, Work work) {
+    struct Restore {
+        ~Restore() { g_allocationsLeft.store(-1); }
+    } restore;
+    g_failing = kind;
+    g_isLasting = isLasting;
     g_allocationsLeft.store(n);
+    return work();
+}
+
+/// The same with any kind and all later ones: whether the work got through.
+template <typename Work> bool SurvivesAllocations(int n, Work work) {
     bool isDone = true;
     try {
-        isDone = work() == KyfResultOk;
+        isDone = RunWithout(n, Kind::Any, /*isLasting=*/true, work) == KyfResultOk;
     } catch (const std::bad_alloc&) {
         isDone = false;
     }
-    g_allocationsLeft.store(-1);
     return isDone;
 }
 
@@ -103,6 +134,18 @@ class OutOfMemory : public testing::TestWithParam<AddCase> {
         settings.ScopeType = GetParam().ScopeType;
         return test::StartSession(settings);
     }
+    /// Two frames with heights. `m_whole` becomes their composite.
+    test::Session Stack() {
+        test::Session session = Start();
+        for (const std::uint32_t seed : {1u, 2u})
+            EXPECT_EQ(KyfFocusAddImageWithHeight(session.get(), Frame(seed).get(), 1.0 * seed, 0, nullptr),
+                      KyfResultOk);
+        m_whole = session->State2D.CompImage;
+        return session;
+    }
+    static KyfResult Make(KyfFocusComposition& session) {
+        return KyfFocusMakeCompImage(&session, GetParam().Parallel, nullptr);
+    }
     KyfResult Add(KyfFocusComposition& session, std::uint32_t seed, KyiBool& owned) const {
         return kyf::Kyf2DSelectionAddImage(&session, Frame(seed).get(), 0, owned, GetParam().Parallel, nullptr);
     }
@@ -110,6 +153,8 @@ class OutOfMemory : public testing::TestWithParam<AddCase> {
     static test::Image Frame(std::uint32_t seed) {
         return test::TexturedImage(kWidth, kHeight, GetParam().ScopeType == 2 ? KyiFormatGray8 : KyiFormatBgr24, seed);
     }
+
+    const KyiImageData* m_whole = nullptr;
 };
 
 TEST_P(OutOfMemory, LeavesTheStackWhereItWasWhicheverAllocationOfAnAddFails) {
@@ -139,19 +184,99 @@ TEST_P(OutOfMemory, LeavesTheStackWhereItWasWhicheverAllocationOfAnAddFails) {
     }
 }
 
-TEST_P(OutOfMemory, EndsAMakeWithoutACrash) {
-    for (int allocations = 0; allocations < kMostAllocations; ++allocations) {
-        const test::Session session = Start();
-        for (const std::uint32_t seed : {1u, 2u})
-            ASSERT_EQ(KyfFocusAddImageWithHeight(session.get(), Frame(seed).get(), 1.0 * seed, 0, nullptr),
-                      KyfResultOk);
-        const KyfRect rectangle{3, 4, kWidth - 5, kHeight - 6};
-        const bool isDone = SurvivesAllocations(allocations, [&] {
-            return kyf::Kyf2DSelectionMakeCompImage(session.get(), rectangle, GetParam().Parallel, nullptr);
-        });
-        if (isDone && session->State2D.CuttedAntNoiseHeightDataMap) return; // nothing has failed any more
+// Only the one allocation fails: the make has a result for each, and one more make mends what it left.
+TEST_P(OutOfMemory, EndsAMakeWithAResultWhicheverAllocationFails) {
+    for (const bool isLasting : {false, true})
+        for (int n = 0;; ++n) {
+            ASSERT_LT(n, kMostAllocations) << "never done";
+            SCOPED_TRACE(testing::Message() << "allocation " << n << (isLasting ? " and all later ones" : ""));
+            const test::Session session = Stack();
+            KyfCompositionState& state = session->State2D;
+            KyfResult result = 0;
+            ASSERT_NO_THROW(result = RunWithout(n, Kind::Any, isLasting, [&] { return Make(*session); }));
+            ASSERT_TRUE(result == KyfResultOk || result == KyfResultFailAlloc) << result;
+            ASSERT_NE(state.CompImage, nullptr);
+            if (result == KyfResultOk && state.CuttedAntNoiseHeightDataMap) break; // nothing has failed any more
+            ASSERT_EQ(Make(*session), KyfResultOk);
+            ASSERT_NE(state.CuttedAntNoiseHeightDataMap, nullptr);
+        }
+}
+
+// Pages in their order: rows and samples of the heights, of their copy, of the two cut tables.
+TEST_P(OutOfMemory, LeavesHeightsOutOfAMakeThatHasNoMemoryForThem) {
+    for (const int page : {0, 1}) {
+        const test::Session session = Stack();
+        const KyfCompositionState& state = session->State2D;
+        EXPECT_EQ(RunWithout(page, Kind::Pages, false, [&] { return Make(*session); }), KyfResultOk);
+        EXPECT_EQ(state.HeightDataMap, nullptr);
+        EXPECT_EQ(state.AntNoiseHeightDataMap, nullptr);
+        EXPECT_EQ(state.CuttedHeightDataMap, nullptr);
+        EXPECT_EQ(state.CuttedAntNoiseHeightDataMap, nullptr);
+        EXPECT_EQ(session->CuttedBestFocusMap, nullptr);
+        EXPECT_EQ(state.CuttedWidth, 0);
+        EXPECT_NE(state.CompImage, m_whole);
     }
-    FAIL() << "never done";
+}
+
+TEST_P(OutOfMemory, EndsAMakeThatCannotCopyTheHeights) {
+    for (const int page : {2, 3}) {
+        const test::Session session = Stack();
+        const KyfCompositionState& state = session->State2D;
+        EXPECT_EQ(RunWithout(page, Kind::Pages, false, [&] { return Make(*session); }), KyfResultFailAlloc);
+        EXPECT_NE(state.HeightDataMap, nullptr);
+        EXPECT_EQ(state.AntNoiseHeightDataMap, nullptr);
+        EXPECT_EQ(state.CuttedHeightDataMap, nullptr);
+        EXPECT_EQ(state.CompImage, m_whole);
+        KyfFocusTerminate(session.get());
+        EXPECT_EQ(state.HeightDataMap, nullptr);
+    }
+}
+
+TEST_P(OutOfMemory, KeepsTheCutImageButNoneOfThePairWhereATableCannotBeHad) {
+    for (const int page : {4, 5, 6, 7}) {
+        const test::Session session = Stack();
+        const KyfCompositionState& state = session->State2D;
+        EXPECT_EQ(RunWithout(page, Kind::Pages, false, [&] { return Make(*session); }), KyfResultFailAlloc);
+        EXPECT_NE(state.AntNoiseHeightDataMap, nullptr);
+        EXPECT_NE(state.CompImage, m_whole);
+        EXPECT_EQ(state.CuttedHeightDataMap, nullptr);
+        EXPECT_EQ(state.CuttedAntNoiseHeightDataMap, nullptr);
+        EXPECT_EQ(state.CuttedWidth, 0);
+    }
+}
+
+TEST_P(OutOfMemory, LeavesTheImageUncutWhereTheCutCannotBeHad) {
+    const test::Session session = Stack();
+    EXPECT_EQ(RunWithout(0, Kind::Image, false, [&] { return Make(*session); }), KyfResultFailAlloc);
+    EXPECT_EQ(session->State2D.CompImage, m_whole);
+    EXPECT_EQ(session->State2D.CompImage->Width, kWidth);
+    EXPECT_EQ(session->State2D.CuttedHeightDataMap, nullptr);
+}
+
+TEST_P(OutOfMemory, LosesOnlyTheSmoothedHeightsWhereTheFilterHasNoScratch) {
+    if (!KY_OWN_OPERATORS) GTEST_SKIP() << "the sanitizer's operators do not fail";
+    const test::Session session = Stack();
+    const KyfCompositionState& state = session->State2D;
+    EXPECT_EQ(RunWithout(0, Kind::AlignedHeap, false, [&] { return Make(*session); }), KyfResultFailAlloc);
+    EXPECT_NE(state.CuttedHeightDataMap, nullptr);
+    EXPECT_EQ(state.CuttedAntNoiseHeightDataMap, nullptr);
+    EXPECT_NE(session->CuttedBestFocusMap, nullptr);
+}
+
+TEST(HeightMapPair, KeepsItsFirstTableWhereTheSecondCannotBeHad) {
+    for (const int page : {0, 1, 2, 3}) {
+        double** first = nullptr;
+        double** second = nullptr;
+        const KyfResult result = RunWithout(page, Kind::Pages, false, [&] {
+            kyf::AllocHeightMapPair(&first, &second, 6, 4);
+            return KyfResultOk;
+        });
+        EXPECT_EQ(result, KyfResultOk);
+        EXPECT_EQ(first != nullptr, page >= 2);
+        EXPECT_EQ(second, nullptr);
+        if (first) first[3][5] = 1.0;
+        kyf::FreeHeightMapPair(&first, &second);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Settings, OutOfMemory,
