@@ -23,9 +23,8 @@ BlendScratch MakeBlendScratch(const KyfFocusComposition& session);
 void SelectWinners(KyfFocusComposition& session, KyiImageData& working, KyiBool parallel);
 
 /// Averages the winners over the blend window into BlendMask and blends the frame into CompImage by these weights.
-/// @param winners  From SelectWinners; null: nothing was selected, and BlendMask and composite stay, but for the
-/// columns
-///                 that line shifts have moved out of the frame.
+/// @param winners  From SelectWinners. Null: nothing was selected; BlendMask stays, and so does the composite, but for
+///                 the columns that line shifts have moved out of the frame.
 void BlendFrame(KyfFocusComposition& session, const KyiImageData* winners, const KyiImageData& frame,
                 BlendScratch& scratch, KyiBool parallel);
 

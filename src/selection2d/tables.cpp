@@ -50,7 +50,8 @@ IntRowsPtr NewIntRows(std::int32_t width, std::int32_t height, bool cleared) {
 
 void SetUpTables(KyfFocusComposition& session, const KyiImageData& frame) {
     const std::int32_t width = WorkingWidth(session.Speed, frame.Width);
-    // Below the frame's pixel count, which an image keeps under 2^31.
+    // The working width is at most the frame's, and so the quotient at most the frame's height. Only the product needs
+    // 64 bits: there are frames of more than 2^31 pixels.
     const std::int32_t height =
         static_cast<std::int32_t>(static_cast<std::int64_t>(width) * frame.Height / frame.Width);
     IntRowsPtr focus = NewIntRows(width, height, /*cleared=*/false);
