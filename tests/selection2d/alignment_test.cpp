@@ -103,8 +103,9 @@ TEST(ResultRectangle, KeepsAGuardBandAroundProjectionShift) {
 }
 
 TEST(ResultRectangle, IsTheWholeFrameWhereFramesDoNotMove) {
-    for (const std::int32_t scopeType : {0, 2}) {
-        KyfFocusComposition session = SessionOf(scopeType, 0, 1);
+    for (const std::int32_t scopeType : {0, 2, 4, -1}) {
+        // Automatic positioning counts for ScopeType 0 only.
+        KyfFocusComposition session = SessionOf(scopeType, scopeType != 0, 1);
         EXPECT_TRUE(Is(Rectangle2D(session), 0, 0, 1000, 750));
         EXPECT_TRUE(Is(Rectangle3D(session), 0, 0, 1000, 750));
     }

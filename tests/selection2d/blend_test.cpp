@@ -196,18 +196,25 @@ TEST(BlendFrame, EqualsThePlainFormWhereLineShiftsHaveMovedColumnsOut) {
 }
 
 TEST(BlendFrame, BlanksColumnsAlsoWhenNothingWasSelected) {
-    Job job{{40, 30}, 4, 0};
-    job.IsBlanking = true;
-    const test::Image frame = test::RandomImage(40, 30, 4, 5);
-    const test::Session session = MakeSession(job, *frame);
-    const test::Image composite(KyiDuplicateImageData(session->State2D.CompImage, 0));
-    const std::vector<double> noWeights(40 * 30, 0.0);
-    reference::BlendFrame({noWeights, 40, 30, true, session->Matching2D.MinShift, session->Matching2D.MaxShift}, *frame,
-                          *composite);
-    kyf::BlendScratch scratch = kyf::MakeBlendScratch(*session);
-    kyf::BlendFrame(*session, nullptr, *frame, scratch, 0);
-    EXPECT_TRUE(test::SameImage(*composite, *session->State2D.CompImage));
-    EXPECT_TRUE(test::SameValues(noWeights, test::Mask(*session)));
+    for (const std::int32_t format : test::AllFormats())
+        for (const std::int32_t speed : {0, 1, 2})
+            for (const KyiBool parallel : {0, 1}) {
+                Job job{{40, 30}, format, speed};
+                job.IsBlanking = true;
+                SCOPED_TRACE(Describe(job));
+                const test::Image frame = test::RandomImage(40, 30, format, 5);
+                const test::Session session = MakeSession(job, *frame);
+                const KyfCompositionState& state = session->State2D;
+                const test::Image composite(KyiDuplicateImageData(state.CompImage, 0));
+                const std::vector<double> noWeights = test::Mask(*session);
+                reference::BlendFrame({noWeights, state.WorkWidth, state.WorkHeight, true, session->Matching2D.MinShift,
+                                       session->Matching2D.MaxShift},
+                                      *frame, *composite);
+                kyf::BlendScratch scratch = kyf::MakeBlendScratch(*session);
+                kyf::BlendFrame(*session, nullptr, *frame, scratch, parallel);
+                EXPECT_TRUE(test::SameValues(test::AllPlanes(*composite), test::AllPlanes(*state.CompImage)));
+                EXPECT_TRUE(test::SameValues(noWeights, test::Mask(*session)));
+            }
 }
 
 // Weights of one frame must not outlive it: the same block takes those of the next.

@@ -1,5 +1,7 @@
 // From winners to heights, and the cut to the result rectangle.
 #include <array>
+#include <cstring>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -208,6 +210,69 @@ TEST(HeightMapPair, IsMadeAndReleasedTogether) {
     kyf::AllocHeightMapPair(&first, &second, 0, 4);
     EXPECT_EQ(first, nullptr);
     EXPECT_EQ(second, nullptr);
+}
+
+TEST(MakeHeightDataMap, MakesTheHeightsOnceAndTheirCopyOnlyWhereItIsMissing) {
+    const test::Session session = Stack({});
+    KyfCompositionState& state = session->State2D;
+    ASSERT_EQ(KyfFocusMakeCompImage(session.get(), 0, nullptr), KyfResultOk);
+    double** const heights = state.HeightDataMap;
+    state.HeightDataMap[7][9] = -5.0;
+    state.AntNoiseHeightDataMap[8][3] = -6.0;
+    const double copied = state.AntNoiseHeightDataMap[7][9];
+    ASSERT_EQ(KyfFocusMakeCompImage(session.get(), 0, nullptr), KyfResultOk);
+    EXPECT_EQ(state.HeightDataMap, heights);
+    EXPECT_EQ(state.HeightDataMap[7][9], -5.0);
+    EXPECT_EQ(state.AntNoiseHeightDataMap[8][3], -6.0);
+    EXPECT_EQ(state.AntNoiseHeightDataMap[7][9], copied);
+
+    kyf::FreeDoubleRows(std::exchange(state.AntNoiseHeightDataMap, nullptr));
+    ASSERT_EQ(KyfFocusMakeCompImage(session.get(), 0, nullptr), KyfResultOk);
+    ASSERT_NE(state.AntNoiseHeightDataMap, nullptr);
+    EXPECT_EQ(state.AntNoiseHeightDataMap[7][9], -5.0);
+    EXPECT_EQ(state.CuttedHeightDataMap[7][9], -5.0);
+}
+
+// Without winners there are no heights, which the make passes over.
+TEST(MakeCompImage, CompletesTheStepOfTheHeightsAlsoWhenItFailed) {
+    const test::Session session = Stack({});
+    kyf::FreeIntRows(std::exchange(session->BestFrameMap, nullptr), session->State2D.WorkHeight);
+    const test::ProgressLog log;
+    EXPECT_EQ(kyf::Kyf2DSelectionMakeCompImage(session.get(), {0, 0, 90, 70}, 0, log.Root()), KyfResultOk);
+    EXPECT_EQ(session->State2D.HeightDataMap, nullptr);
+    EXPECT_EQ(session->State2D.CompImage->Width, 90);
+    const std::vector<test::ProgressCall> steps{
+        {"root", 34, 34}, {"root", 68, 68}, {"root", 101, 101}, {"root", 100, 100}};
+    EXPECT_EQ(log.Calls(), steps);
+}
+
+TEST(CutCompImage, KeepsFormatAndOriginAndLeavesThePaletteBehind) {
+    constexpr std::size_t kPaletteBytes = 256 * 4;
+    for (const std::int32_t format : test::AllFormats()) {
+        const test::Session session = test::StartSession({});
+        const test::Image frame(KyiAllocImageDataEx(30, 20, format, 5, 0));
+        KyiFill(frame.get(), 1, 2, 3);
+        std::memset(frame->Palette, 0x5A, kPaletteBytes);
+        ASSERT_EQ(KyfFocusAddImage(session.get(), frame.get(), 0, nullptr), KyfResultOk);
+        ASSERT_EQ(KyfFocusMakeCompImage(session.get(), 0, nullptr), KyfResultOk);
+        const KyiImageData& cut = *session->State2D.CompImage;
+        EXPECT_EQ(cut.Format, format);
+        EXPECT_EQ(cut.Origin, frame->Origin);
+        EXPECT_EQ(cut.Origin, 5);
+        const test::Image fresh(KyiAllocImageData(1, 1, format));
+        EXPECT_EQ(std::memcmp(cut.Palette, fresh->Palette, kPaletteBytes), 0);
+    }
+}
+
+TEST(CutHeightDataMaps, CutsEachTableFromItsOwn) {
+    const test::Session session = Stack({});
+    KyfCompositionState& state = session->State2D;
+    ASSERT_EQ(kyf::MakeHeightDataMap(session.get(), &state, nullptr), KyfResultOk);
+    state.HeightDataMap[10][20] = -5.0;
+    state.AntNoiseHeightDataMap[10][20] = -6.0;
+    kyf::CutHeightDataMaps(session.get(), &state, {15, 8, 60, 50});
+    EXPECT_EQ(state.CuttedHeightDataMap[2][5], -5.0);
+    EXPECT_EQ(state.CuttedAntNoiseHeightDataMap[2][5], -6.0);
 }
 
 TEST(CutHeightDataMaps, MakesNoFocusTableOutsideMode0) {
