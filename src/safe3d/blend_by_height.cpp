@@ -137,7 +137,25 @@ KY_SIMD_CLONES void BlendRow16(const BlendStep& step, const std::uint16_t* map, 
     BlendAny(step, map, previous, next, out, strides, channels, width);
 }
 
+KY_SIMD_CLONES void FindRange16(const std::uint16_t* map, std::int32_t count, std::uint16_t& lowest,
+                                std::uint16_t& highest) {
+    std::uint16_t low = 65535;
+    std::uint16_t high = 0;
+    for (std::int32_t x = 0; x < count; ++x) {
+        low = map[x] < low ? map[x] : low;
+        high = map[x] > high ? map[x] : high;
+    }
+    lowest = low;
+    highest = high;
+}
+
 } // namespace
+
+SampleRange RangeOfSamples(const std::uint16_t* map, std::int32_t count) {
+    SampleRange range{};
+    FindRange16(map, count, range.Lowest, range.Highest);
+    return range;
+}
 
 BlendStep MakeBlendStep(std::int32_t frame, std::int32_t frameCount, double scale, double offset) {
     return {TruncateToInt32(((frame - 1) - offset) / scale + 0.5), TruncateToInt32((frame - offset) / scale + 0.5),

@@ -19,6 +19,15 @@ struct BlendStep {
 /// The step from frame `frame` - 1 to `frame`, from 1 on, of a map with this scale and offset.
 BlendStep MakeBlendStep(std::int32_t frame, std::int32_t frameCount, double scale, double offset);
 
+/// Lowest and highest sample of a piece of the map.
+struct SampleRange {
+    std::uint16_t Lowest;
+    std::uint16_t Highest;
+
+    bool Meets(const BlendStep& step) const { return Highest >= step.Lowest && Lowest <= step.Highest; }
+};
+SampleRange RangeOfSamples(const std::uint16_t* map, std::int32_t count);
+
 /// Samples of a pixel from one pixel to the next, for each image.
 struct BlendStrides {
     int Previous;

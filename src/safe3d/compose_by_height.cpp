@@ -1,9 +1,15 @@
 #include "safe3d/compose_by_height.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <utility>
+#include <vector>
+
+#include <omp.h>
 
 #include "filters/image_layout.h"
 #include "filters/sample_rows.h"
+#include "filters/scratch.h"
 #include "progress/progress_proc_manager.h"
 #include "safe3d/blend_by_height.h"
 #include "safe3d/temp_frames.h"
@@ -24,10 +30,49 @@ bool FitsComposite(const KyiImageData& frame, const KyiImageData& composite, boo
            SampleStride(frame.PixelBytes) >= BlendedChannels(isColour);
 }
 
+/// Ranges of the map's samples, piece by piece: most pieces have nothing to do with most frames.
+class MapRanges {
+  public:
+    static constexpr std::int32_t kPiece = 128; // pixels
+
+    MapRanges(const KyfImageDataUint16& map, bool parallel)
+        : m_pieces(BlockCount(map.Width, kPiece)),
+          m_ranges(static_cast<std::size_t>(m_pieces) * static_cast<std::size_t>(map.Height)) {
+#pragma omp parallel for schedule(static) if (parallel)
+        for (std::int32_t y = 0; y < map.Height; ++y)
+            for (std::int32_t p = 0; p < m_pieces; ++p)
+                m_ranges[IndexOf(y, p)] =
+                    RangeOfSamples(map.Rows[y] + p * kPiece, std::min(kPiece, map.Width - p * kPiece));
+    }
+
+    std::int32_t Pieces() const { return m_pieces; }
+    const SampleRange& At(std::int32_t y, std::int32_t piece) const { return m_ranges[IndexOf(y, piece)]; }
+
+  private:
+    std::size_t IndexOf(std::int32_t y, std::int32_t piece) const {
+        return static_cast<std::size_t>(y) * static_cast<std::size_t>(m_pieces) + static_cast<std::size_t>(piece);
+    }
+
+    std::int32_t m_pieces;
+    std::vector<SampleRange> m_ranges;
+};
+
+/// Two neighbouring frames and what their step needs.
+template <typename T> struct FramePair {
+    FramePair(const KyiImageData& previous, const KyiImageData& next, const KyiImageData& composite)
+        : Previous(previous), Next(next), Strides{SampleStride(previous.PixelBytes), SampleStride(next.PixelBytes),
+                                                  SampleStride(composite.PixelBytes)} {}
+
+    SampleRows<const T> Previous;
+    SampleRows<const T> Next;
+    BlendStrides Strides;
+};
+
 template <typename T> class Composer {
   public:
     Composer(KyfFocusComposition& session, const KyfImageDataUint16& full, bool parallel)
-        : m_session(session), m_full(full), m_composite(*session.State3D.CompImage), m_parallel(parallel),
+        : m_session(session), m_full(full), m_composite(*session.State3D.CompImage), m_rows(m_composite),
+          m_ranges(full, parallel), m_parallel(parallel), m_readsAhead(parallel && omp_get_max_threads() > 1),
           m_isColour(KyiIsFormatBgr(m_composite.Format) != 0) {}
 
     KyfResult Run(KyfProgress* progress) {
@@ -39,7 +84,8 @@ template <typename T> class Composer {
         KyfResult result = KyfResultInvalidParameter;
         for (std::int32_t i = 1; i < count && next; ++i) {
             ImagePtr following = BlendAndReadAhead(i, *previous, *next);
-            previous = std::exchange(next, std::move(following));
+            previous = std::move(next);
+            next = m_readsAhead || i + 1 == count ? std::move(following) : Load(i + 1);
             if (i == count - 1) result = KyfResultOk;
             steps.Next();
         }
@@ -54,33 +100,40 @@ template <typename T> class Composer {
         return frame;
     }
 
-    // Blends the step from frame i - 1 to frame i while the frame after it is read. Without threads: one, then the
-    // other.
+    // Blends the step from frame i - 1 to frame i while another thread, if there is one, reads the frame after it.
     ImagePtr BlendAndReadAhead(std::int32_t i, const KyiImageData& previous, const KyiImageData& next) {
         const std::int32_t count = m_session.State3D.FrameCount;
         const BlendStep step = MakeBlendStep(i, count, m_full.Scale, m_full.Offset);
-        const BlendStrides strides{SampleStride(previous.PixelBytes), SampleStride(next.PixelBytes),
-                                   SampleStride(m_composite.PixelBytes)};
-        const SampleRows<const T> previousRows(previous);
-        const SampleRows<const T> nextRows(next);
-        const SampleRows<T> outRows(m_composite);
+        const FramePair<T> frames(previous, next, m_composite);
         ImagePtr following;
 #pragma omp parallel if (m_parallel)
         {
 #pragma omp single nowait
-            if (i + 1 < count) following = Load(i + 1);
+            if (m_readsAhead && i + 1 < count) following = Load(i + 1);
 #pragma omp for schedule(dynamic, kRowsAtATime)
-            for (std::int32_t y = 0; y < m_composite.Height; ++y)
-                BlendRow(step, m_full.Rows[y], previousRows[y], nextRows[y], outRows[y], strides,
-                         BlendedChannels(m_isColour), m_composite.Width);
+            for (std::int32_t y = 0; y < m_composite.Height; ++y) BlendPieces(step, frames, y);
         }
         return following;
+    }
+
+    void BlendPieces(const BlendStep& step, const FramePair<T>& frames, std::int32_t y) const {
+        for (std::int32_t p = 0; p < m_ranges.Pieces(); ++p) {
+            if (!m_ranges.At(y, p).Meets(step)) continue;
+            const std::int32_t first = p * MapRanges::kPiece;
+            const std::ptrdiff_t at = first;
+            BlendRow(step, m_full.Rows[y] + first, frames.Previous[y] + at * frames.Strides.Previous,
+                     frames.Next[y] + at * frames.Strides.Next, m_rows[y] + at * frames.Strides.Out, frames.Strides,
+                     BlendedChannels(m_isColour), std::min(MapRanges::kPiece, m_composite.Width - first));
+        }
     }
 
     KyfFocusComposition& m_session;
     const KyfImageDataUint16& m_full;
     KyiImageData& m_composite;
+    SampleRows<T> m_rows;
+    MapRanges m_ranges;
     bool m_parallel;
+    bool m_readsAhead; // else a frame is freed before the next one is read, which takes its memory
     bool m_isColour;
 };
 
