@@ -98,6 +98,13 @@ TEST_F(ComposeOddRuns, TakesNamesThatAreNoUtf8AndHaveBlanks) {
     EXPECT_EQ(nlohmann::json::parse(result.Output)["frames"]["count"], 2);
 }
 
+// The race checker keeps its own state in files, which the limit would cut too.
+#if defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define KY_RACE_CHECKED 1
+#endif
+#endif
+#if !defined(KY_RACE_CHECKED)
 TEST_F(ComposeOddRuns, LeavesNothingWhenAFileWouldBecomeTooLarge) {
     const FileSizeLimit limit(1000);
     for (const char* const name : {"out.png", "out.tif", "out.bmp", "out.jpg"})
@@ -111,6 +118,7 @@ TEST_F(ComposeOddRuns, LeavesNothingWhenAFileWouldBecomeTooLarge) {
         EXPECT_EQ(Written(), Names{});
     }
 }
+#endif
 
 TEST_F(ComposeOddRuns, GoesOnWhenNobodyReadsWhatItSays) {
     EnterFolder();
