@@ -59,7 +59,10 @@ KyfResult Make(KyfFocusComposition& session, KyiBool parallel, KyfProgress* prog
 
 KyfResult KyfFocusMakeCompImage(KyfFocusComposition* session, KyiBool parallel, KyfProgress* progress) {
     if (!kyf::IsSession(session)) return KyfResultInvalidParameter;
-    if (kyf::ComposedState(*session).CompImage == nullptr) return KyfResultInvalidParameter;
+    if (kyf::ComposedState(*session).CompImage == nullptr) {
+        KyiPutTraceLog(__FILE__, __LINE__, L"There is no composite: no frame has been added, or it was extracted.", 0);
+        return KyfResultInvalidParameter;
+    }
     const KyfResult result = Make(*session, parallel, progress);
     KyfProgressCompleteProc(progress);
     return result;

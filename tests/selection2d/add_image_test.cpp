@@ -198,6 +198,21 @@ TEST(AddImage, SaysOnceAStackThatNoLaterFrameCanWin) {
     }
 }
 
+// The smoothing then is so strong that nothing is left of any value.
+TEST(AddImage, SelectsNothingWithACutoffOfOneOverAWholeNumberOfPixels) {
+    for (const std::int32_t width : {100, 50}) {
+        SessionSettings settings;
+        settings.CompSize = 1;
+        const test::Session session = test::StartSession(settings);
+        const test::Image first = test::TexturedImage(width, 40, 3, 1);
+        ASSERT_EQ(Add(*session, first), KyfResultOk);
+        ASSERT_EQ(Add(*session, test::RandomImage(width, 40, 3, 2)), KyfResultOk);
+        const std::vector<std::int32_t> nothing(static_cast<std::size_t>(width) * 40, 0);
+        EXPECT_TRUE(test::SameValues(nothing, test::BestFocus(*session)));
+        EXPECT_TRUE(test::SameImage(*first, *session->State2D.CompImage));
+    }
+}
+
 TEST(AddImage, SaysThatAStackHasBeenMadeOrTaken) {
     const Trace trace;
     const test::Session session = test::StartSession({});
@@ -216,6 +231,8 @@ TEST(AddImage, SaysThatAStackHasBeenMadeOrTaken) {
     const test::Image taken(composite);
     EXPECT_EQ(Add(*session, frame), KyfResultInvalidParameter);
     EXPECT_EQ(trace.Count("takes no more frames"), 2);
+    EXPECT_EQ(KyfFocusMakeCompImage(session.get(), 0, nullptr), KyfResultInvalidParameter);
+    EXPECT_EQ(trace.Count("There is no composite"), 1);
 }
 
 // Without a single working pixel nothing can be compared: the first frame stays.
