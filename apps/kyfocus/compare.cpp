@@ -11,6 +11,7 @@
 #include "errors.h"
 #include "height_map_file.h"
 #include "images.h"
+#include "npy_file.h"
 
 namespace app {
 namespace {
@@ -21,6 +22,7 @@ struct CompareOptions {
     fs::path First;
     fs::path Second;
     int Crop = 0;
+    HeightMeasure Measure;
     bool Json = false;
 };
 
@@ -65,15 +67,27 @@ std::string Line(const char* name, const char* format, double value) {
     return line;
 }
 
+/// Part of the pixels measured in both that lie within one step.
+double NearShare(const HeightComparison& comparison) {
+    return static_cast<double>(comparison.Heights.Near) / static_cast<double>(comparison.Heights.Measured);
+}
+
+bool HoldsHeights(const fs::path& file) { return IsNpyFile(file) || IsHeightMapFile(file); }
+
+HeightMap LoadHeights(const fs::path& file) { return IsNpyFile(file) ? LoadNpy(file) : LoadHeightMap(file); }
+
 void Run(const CompareOptions& options) {
-    const bool firstIsMap = IsHeightMapFile(options.First);
-    const bool secondIsMap = IsHeightMapFile(options.Second);
+    const bool firstIsMap = HoldsHeights(options.First);
+    const bool secondIsMap = HoldsHeights(options.Second);
     if (firstIsMap != secondIsMap) {
         const auto kind = [](bool isMap) { return isMap ? "a height map" : "none"; };
         FailMisfit(options.First, kind(firstIsMap), options.Second, kind(secondIsMap));
     }
+    if (!firstIsMap && (options.Measure.Step || options.Measure.Fit))
+        throw UsageError("--step and --fit are for height maps, " + DisplayPath(options.First) + " is none");
     const std::string text =
-        firstIsMap ? DescribeComparison(CompareHeightFiles(options.First, options.Second, options.Crop), options.Json)
+        firstIsMap ? DescribeComparison(
+                         CompareHeightFiles(options.First, options.Second, options.Crop, options.Measure), options.Json)
                    : DescribeComparison(CompareImageFiles(options.First, options.Second, options.Crop), options.Json);
     std::fputs(text.c_str(), stdout);
 }
@@ -98,16 +112,20 @@ ImageComparison CompareImageFiles(const fs::path& first, const fs::path& second,
     return result;
 }
 
-HeightComparison CompareHeightFiles(const fs::path& first, const fs::path& second, int crop) {
-    const HeightMap one = LoadHeightMap(first);
-    const HeightMap other = LoadHeightMap(second);
+HeightComparison CompareHeightFiles(const fs::path& first, const fs::path& second, int crop,
+                                    const HeightMeasure& measure) {
+    const HeightMap one = LoadHeights(first);
+    const HeightMap other = LoadHeights(second);
     if (one.Width != other.Width || one.Height != other.Height)
         FailMisfit(first, SizeText(one.Width, one.Height), second, SizeText(other.Width, other.Height));
     CheckCrop(first, one.Width, one.Height, crop);
     const std::vector<double> oneInside = Crop(one, crop);
+    const std::vector<double> otherInside = Crop(other, crop);
     HeightComparison result;
     result.Kind = SizeText(one.Width - 2 * crop, one.Height - 2 * crop) + " heights";
-    result.Heights = CompareHeights(oneInside, Crop(other, crop));
+    result.Step = measure.Step;
+    if (measure.Fit) result.Offset = CompareHeights(oneInside, otherInside).Mean;
+    result.Heights = CompareHeights(oneInside, otherInside, result.Offset, measure.Step.value_or(0.0));
     result.Holes = oneInside.size() - result.Heights.Measured;
     if (result.Heights.Measured == 0)
         throw Failure(DisplayPath(first) + " and " + DisplayPath(second) + ": no pixel is measured in both");
@@ -139,17 +157,29 @@ std::string DescribeComparison(const ImageComparison& comparison, bool json) {
 std::string DescribeComparison(const HeightComparison& comparison, bool json) {
     const HeightDifferences& heights = comparison.Heights;
     if (json) {
-        const nlohmann::ordered_json summary{{"kind", "heights"},
-                                             {"compared", comparison.Kind},
-                                             {"rmse", heights.RootMeanSquare},
-                                             {"mean_difference", heights.Mean},
-                                             {"largest_difference", heights.Largest},
-                                             {"measured", heights.Measured},
-                                             {"holes", comparison.Holes}};
+        nlohmann::ordered_json summary{{"kind", "heights"},
+                                       {"compared", comparison.Kind},
+                                       {"offset", comparison.Offset},
+                                       {"rmse", heights.RootMeanSquare},
+                                       {"mean_difference", heights.Mean},
+                                       {"largest_difference", heights.Largest},
+                                       {"measured", heights.Measured},
+                                       {"holes", comparison.Holes}};
+        if (comparison.Step) {
+            summary["step"] = *comparison.Step;
+            summary["rmse_steps"] = heights.RootMeanSquare / *comparison.Step;
+            summary["within_step"] = NearShare(comparison);
+        }
         return summary.dump(2) + "\n";
     }
     std::string text = comparison.Kind + ", in the unit of the files\n";
+    if (comparison.Offset != 0.0)
+        text += Line("offset", "%+.6g, taken from B before all that follows", comparison.Offset);
     text += Line("RMSE", "%.6g", heights.RootMeanSquare);
+    if (comparison.Step) {
+        text += Line("RMSE in steps", "%.4g", heights.RootMeanSquare / *comparison.Step);
+        text += Line("within one step", "%.2f percent of the pixels measured in both", 100.0 * NearShare(comparison));
+    }
     text += Line("mean difference", "%+.6g (B minus A)", heights.Mean);
     text += Line("largest difference", "%.6g", heights.Largest);
     text += Line("holes", "%.0f pixels not measured in both", static_cast<double>(comparison.Holes));
@@ -160,7 +190,7 @@ void AddCompareCommand(CLI::App& program) {
     CLI::App& command = *program.add_subcommand(
         "compare",
         "Tells how far two images or two height maps are apart: PSNR, SSIM and differences of images (8 or 16 "
-        "bits, gray or colour), RMSE and differences of height maps (TIFF of 32-bit floats).");
+        "bits, gray or colour), RMSE and differences of height maps (TIFF of 32-bit floats or .npy).");
     command.footer("SSIM is taken on gray with a Gaussian window of 11 x 11 pixels, sigma 1.5 (Wang et al. 2004).");
     const auto options = std::make_shared<CompareOptions>();
     command.add_option("A", options->First, "Image or height map, such as the truth.")->required()->option_text("FILE");
@@ -176,6 +206,19 @@ void AddCompareCommand(CLI::App& program) {
     command.add_option("--crop", options->Crop, "Border to ignore along each edge, in pixels. Default 0.")
         ->check(isBorder)
         ->option_text("PIXELS");
+    const auto isStep = [](const std::string& text) {
+        double number = 0;
+        const bool isNumber = CLI::detail::lexical_cast(text, number) && std::isfinite(number) && number > 0;
+        return isNumber ? std::string() : "'" + text + "', expected a number above 0";
+    };
+    command
+        .add_option("--step", options->Measure.Step,
+                    "Focus step of the stack, in the unit of the heights: tells RMSE in steps and the share of pixels "
+                    "within one step. For height maps.")
+        ->check(isStep)
+        ->option_text("NUMBER");
+    command.add_flag("--fit", options->Measure.Fit,
+                     "Take the mean difference from B first, so that only the shape is compared. For height maps.");
     command.add_flag("--json", options->Json, "Print one JSON object in the place of the table.");
     command.callback([options] { Run(*options); });
 }

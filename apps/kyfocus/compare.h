@@ -23,17 +23,26 @@ struct ImageComparison {
     std::optional<double> Similarity;
 };
 
+/// How to compare two height maps.
+struct HeightMeasure {
+    std::optional<double> Step; ///< focus step, in the unit of the maps
+    bool Fit = false;           ///< take the mean difference away first
+};
+
 /// What there is to say about two height maps.
 struct HeightComparison {
     std::string Kind;
-    HeightDifferences Heights;
-    std::size_t Holes = 0; ///< pixels that are not measured in both
+    HeightDifferences Heights;  ///< after the offset
+    double Offset = 0.0;        ///< was taken from the second map
+    std::optional<double> Step; ///< what Heights.Near counts as near
+    std::size_t Holes = 0;      ///< pixels that are not measured in both
 };
 
 /// @param crop  Pixels to ignore along each edge.
 /// Throws Failure when the files differ in size or kind, can't be read, or nothing is left to compare.
 ImageComparison CompareImageFiles(const std::filesystem::path& first, const std::filesystem::path& second, int crop);
-HeightComparison CompareHeightFiles(const std::filesystem::path& first, const std::filesystem::path& second, int crop);
+HeightComparison CompareHeightFiles(const std::filesystem::path& first, const std::filesystem::path& second, int crop,
+                                    const HeightMeasure& measure);
 
 /// A table for people, or one JSON object. Both end with a line break.
 std::string DescribeComparison(const ImageComparison& comparison, bool json);

@@ -4,20 +4,22 @@
 #include <cmath>
 #include <cstdio>
 #include <fstream>
+#include <optional>
 
 #include <omp.h>
 
+#include "compose_outputs.h"
 #include "compose_warnings.h"
 #include "errors.h"
 #include "focus_session.h"
 #include "frame_list.h"
 #include "frame_loader.h"
 #include "height_files.h"
-#include "height_map_file.h"
 #include "output_files.h"
 #include "progress_display.h"
 #include "stopwatch.h"
 #include "summary.h"
+#include "temporary_folder.h"
 
 namespace app {
 namespace {
@@ -25,15 +27,7 @@ namespace {
 namespace fs = std::filesystem;
 constexpr int kMostDecodeThreads = 2; // one for each frame that may wait
 
-std::vector<fs::path> OutputPaths(const ComposeOptions& options) {
-    std::vector<fs::path> paths = {options.Output};
-    if (!options.HeightMapOutput.empty()) paths.push_back(options.HeightMapOutput);
-    if (!options.HeightImageOutput.empty()) paths.push_back(options.HeightImageOutput);
-    if (!options.JsonOutput.empty() && options.JsonOutput != "-") paths.emplace_back(options.JsonOutput);
-    return paths;
-}
-
-/// Height maps are files of 32-bit floats.
+/// What is made of heights holds floats.
 void RequireFloats(const std::vector<double>& heights, const std::vector<fs::path>& frames) {
     constexpr double kGreatest = 1e38; // differences and noise of a few percent beyond it still fit
     for (std::size_t index = 0; index < heights.size(); ++index)
@@ -41,41 +35,31 @@ void RequireFloats(const std::vector<double>& heights, const std::vector<fs::pat
             throw Failure(DisplayPath(frames[index]) + ": height out of range, expected one from -1e38 to 1e38");
 }
 
-/// One height a frame, or none at all when no output needs them.
+/// The library takes heights that are all 0 for none in this mode.
+void RequireOtherThanZero(const std::vector<double>& heights, const ComposeOptions& options) {
+    if (options.Settings.AlgType != KyfAlgorithmTypeComplexProcessing) return;
+    if (std::any_of(heights.begin(), heights.end(), [](double height) { return height != 0.0; })) return;
+    throw Failure("the heights are all 0, which --mode complex takes for none, expected --mode 2d or 3d");
+}
+
+/// One height a frame, or none at all when nothing needs them.
 std::vector<double> FrameHeights(const ComposeOptions& options, const std::vector<fs::path>& frames) {
     std::vector<double> heights;
     if (!options.HeightsFile.empty()) heights = ReadHeights(options.HeightsFile, frames);
     if (options.Step) heights = EvenHeights(options.Start.value_or(0.0), *options.Step, frames.size());
     RequireFloats(heights, frames);
-    if (options.WantsHeights() || heights.empty()) return heights;
-    std::fputs("kyfocus: heights are given and not used: no --height-map, no --height-image\n", stderr);
+    RequireOtherThanZero(heights, options);
+    const bool isUsed = options.WantsHeights() || options.Settings.AlgType != KyfAlgorithmType2DSelection;
+    if (isUsed || heights.empty()) return heights;
+    std::fputs("kyfocus: heights are given and not used: nothing that is asked for needs them\n", stderr);
     return {};
 }
 
-SessionSettings SettingsOf(const ComposeOptions& options) {
-    SessionSettings settings;
-    settings.ScopeType = options.Scope;
-    settings.Speed = options.Speed;
-    settings.CompSize = options.CompSize;
-    settings.Smoothing = options.Smoothing;
-    settings.Parallel = !options.NoParallel;
-    return settings;
-}
-
-/// Refuses before the work what the output could not hold after it.
-void RequireRoom(const KyiImageData& frame, const fs::path& output) {
-    if (KyiGetFileTypeFromFileName(WidePath(output).c_str()) != KyiFileTypeJpeg) return;
-    constexpr int kMostJpegPixels = 65500; // each way
-    if (KyiGetMaxVal(frame.Format) > UINT8_MAX || std::max(frame.Width, frame.Height) > kMostJpegPixels)
-        throw Failure(DisplayPath(output) +
-                      ": a JPEG has 8 bits a sample and at most 65500 pixels each way, the "
-                      "frames are " +
-                      DescribeImage(frame) + ", expected a .png, .tif or .bmp output");
-}
-
 /// What has to be known of the frames before the first is added.
-void CheckFirstFrame(const KyiImageData& frame, const ComposeOptions& options) {
-    RequireRoom(frame, options.Output);
+void CheckFirstFrame(const KyiImageData& frame, const ComposeOptions& options, const TemporaryFolder* temporary,
+                     std::size_t frames) {
+    RequireHoldable(frame, options);
+    if (temporary) temporary->RequireRoom(ImageBytes(frame) * frames);
     for (const std::string& warning : SettingWarnings(options, frame, omp_get_num_procs()))
         std::fprintf(stderr, "kyfocus: warning: %s\n", warning.c_str());
 }
@@ -109,45 +93,43 @@ void AddFrame(FocusSession& session, KyiImageData& frame, std::size_t index, con
 
 /// Decodes and adds all frames.
 void AddFrames(FocusSession& session, const ComposeOptions& options, const std::vector<double>& heights,
-               ProgressDisplay& display, Summary& summary) {
+               const TemporaryFolder* temporary, ProgressDisplay& display, Summary& summary) {
     FrameLoader loader(summary.Frames, summary.DecodeThreads);
     for (std::size_t index = 0; index < summary.Frames.size(); ++index) {
         const Image frame = loader.Next();
-        if (index == 0) CheckFirstFrame(*frame, options);
+        if (index == 0) CheckFirstFrame(*frame, options, temporary, summary.Frames.size());
         RequireFit(*frame, summary.Frames[index], summary);
+        if (temporary) summary.TemporaryBytes += ImageBytes(*frame);
         AddFrame(session, *frame, index, heights, display, summary);
     }
     summary.Loader = loader.Statistics();
 }
 
-void SaveHeightMapOutput(const FocusSession& session, const ComposeOptions& options, OutputFiles& outputs,
-                         Summary& summary) {
-    const HeightMap map = session.Heights();
-    const auto [least, greatest] = std::minmax_element(map.Values.begin(), map.Values.end());
-    summary.Heights = HeightRange{*least, *greatest};
-    outputs.Write(options.HeightMapOutput, [&](const fs::path& path) {
-        SaveHeightMap(path, map, "Height map by kyfocus. Heights in " + options.Unit + ". unit=" + options.Unit);
-    });
+/// The library composes what it can when a kept frame is lost, and does not tell.
+void RequireKeptFrames(const TemporaryFolder& temporary, const Summary& summary) {
+    const std::size_t frames = summary.Frames.size();
+    if (temporary.CountFiles(summary.TemporaryBytes / frames) < frames)
+        throw Failure(DisplayPath(temporary.Path()) + ": frames that were kept here are gone or cut short");
 }
 
-void SaveHeightImageOutput(const FocusSession& session, const ComposeOptions& options, OutputFiles& outputs,
-                           Summary& summary) {
-    HeightScale scale;
-    scale.Unit = options.Unit;
-    const Image image = session.HeightImage(scale);
-    summary.ImageScale = scale;
-    outputs.Write(options.HeightImageOutput, [&](const fs::path& path) { SaveHeightImage(path, *image, scale); });
-}
-
-void SaveResults(FocusSession& session, const ComposeOptions& options, OutputFiles& outputs, Summary& summary) {
+void Make(FocusSession& session, ProgressDisplay& display, Summary& summary) {
     const Stopwatch stopwatch;
-    if (!options.HeightMapOutput.empty()) SaveHeightMapOutput(session, options, outputs, summary);
-    if (!options.HeightImageOutput.empty()) SaveHeightImageOutput(session, options, outputs, summary);
-    const Image image = session.ExtractImage();
-    summary.ResultWidth = image->Width;
-    summary.ResultHeight = image->Height;
-    outputs.Write(options.Output, [&](const fs::path& path) { SaveImage(path, *image); });
-    summary.Seconds.Save = stopwatch.Seconds();
+    session.Make([&](int percent) { display.ShowFinish(percent / 2); });
+    summary.Seconds.Make = stopwatch.Seconds();
+}
+
+/// From the first frame to the results' files.
+void Compose(const ComposeOptions& options, const std::vector<double>& heights, OutputFiles& outputs,
+             Summary& summary) {
+    std::optional<TemporaryFolder> temporary; // outlives the session, which writes there to the end
+    if (options.Settings.AlgType != KyfAlgorithmType2DSelection) temporary.emplace(options.TemporaryParent);
+    ProgressDisplay display(options.Progress, static_cast<int>(summary.Frames.size()), stderr);
+    FocusSession session(options.Settings, !options.NoParallel, temporary ? temporary->Path() : fs::path());
+    AddFrames(session, options, heights, temporary ? &*temporary : nullptr, display, summary);
+    Make(session, display, summary);
+    if (options.Settings.AlgType == KyfAlgorithmType3DSafe) RequireKeptFrames(*temporary, summary);
+    SaveResults(session, options, outputs, summary);
+    display.ShowFinish(100);
 }
 
 void WriteText(const fs::path& path, const std::string& text) {
@@ -165,12 +147,16 @@ void AddComposeCommand(CLI::App& program) {
         "compose", "Composes a focus stack into one image that is sharp everywhere, and into a height map.");
     AddComposeOptions(*command, *options);
     command->footer("Example: kyfocus compose stack/ -o sharp.png --start 0 --step 2.5 --height-map heights.tif");
-    command->callback([options] { RunCompose(*options); });
+    command->callback([options, command] {
+        for (const CLI::Option* const option : command->get_options())
+            if (option->count() > 0) options->Given.push_back(option->get_name());
+        RunCompose(*options);
+    });
 }
 
-void RunCompose(const ComposeOptions& options) {
+void RunCompose(ComposeOptions options) {
     const Stopwatch wall;
-    CheckComposeOptions(options);
+    CompleteComposeOptions(options);
     const std::vector<fs::path> outputPaths = OutputPaths(options);
     Summary summary;
     summary.Frames = ListFrames(options.Frames, options.KeepOrder, outputPaths);
@@ -182,16 +168,7 @@ void RunCompose(const ComposeOptions& options) {
     omp_set_num_threads(summary.Threads);
     std::fprintf(stderr, "%s\n", DescribeFrames(summary.Frames, options.KeepOrder).c_str());
 
-    {
-        ProgressDisplay display(options.Progress, static_cast<int>(summary.Frames.size()), stderr);
-        FocusSession session(SettingsOf(options), outputs.TemporaryFolder());
-        AddFrames(session, options, heights, display, summary);
-        const Stopwatch make;
-        session.Make([&](int percent) { display.ShowFinish(percent / 2); });
-        summary.Seconds.Make = make.Seconds();
-        SaveResults(session, options, outputs, summary);
-        display.ShowFinish(100);
-    }
+    Compose(options, heights, outputs, summary);
     summary.Seconds.Wall = wall.Seconds();
     const std::string json = FormatSummaryJson(summary, options);
     if (!options.JsonOutput.empty() && options.JsonOutput != "-")

@@ -12,7 +12,7 @@ namespace app {
 void AddComposeCommand(CLI::App& program);
 
 /// Composes and writes all outputs, or none. Throws UsageError and Failure.
-void RunCompose(const ComposeOptions& options);
+void RunCompose(ComposeOptions options);
 
 } // namespace app
 

@@ -9,33 +9,47 @@
 
 #include <CLI/CLI.hpp>
 
+#include <kyfocus/settings.h>
+
+#include "mesh_file.h"
 #include "progress_display.h"
 
 namespace app {
+
+/// The library's defaults, but for 2d and full speed.
+KyfFocusCompositionParameter DefaultSettings();
 
 struct ComposeOptions {
     std::vector<std::string> Frames; // files, folders, patterns as given
     bool KeepOrder = false;
     std::filesystem::path Output;
-    std::filesystem::path HeightMapOutput;   // empty: none
-    std::filesystem::path HeightImageOutput; // empty: none
-    std::string JsonOutput;                  // empty: none; "-": stdout
+    std::filesystem::path HeightMapOutput; // empty: none, here and in the next ones
+    std::filesystem::path HeightImageOutput;
+    std::filesystem::path HeightPictureOutput;
+    std::filesystem::path MeshOutput;
+    std::string JsonOutput; // "-": stdout
 
-    int Speed = 0;     // 0 full, 1 half, 2 quarter
-    int CompSize = 8;  // percent
-    int Smoothing = 6; // percent
-    int Scope = 0;
+    KyfFocusCompositionParameter Settings = DefaultSettings();
+    std::filesystem::path TemporaryParent; // empty: the system's temporary folder
 
     std::filesystem::path HeightsFile; // empty: none
     std::optional<double> Start;       // Unit
     std::optional<double> Step;        // Unit a frame
     std::string Unit = "um";
+    MeshForm Mesh;
+    std::optional<double> PixelSize; // Unit
 
     int Threads = 0; // 0: as many as there are processors
     bool NoParallel = false;
     ProgressStyle Progress = ProgressStyle::Auto;
 
-    bool WantsHeights() const { return !HeightMapOutput.empty() || !HeightImageOutput.empty(); }
+    std::vector<std::string> Given; // names of the options on the command line
+
+    bool IsGiven(const std::string& name) const;
+    bool WantsHeights() const {
+        return !HeightMapOutput.empty() || !HeightImageOutput.empty() || !HeightPictureOutput.empty() ||
+               !MeshOutput.empty();
+    }
     bool HasHeights() const { return !HeightsFile.empty() || Step.has_value(); }
 };
 
@@ -45,8 +59,9 @@ inline constexpr const char* kSpeedNames[] = {"full", "half", "quarter"};
 /// Adds the options to a sub-command. `options` must outlive the parsing.
 void AddComposeOptions(CLI::App& command, ComposeOptions& options);
 
-/// Throws UsageError for options that do not go together or outputs whose names fit no format.
-void CheckComposeOptions(const ComposeOptions& options);
+/// Chooses what was left open. Throws UsageError for options that do not go together or outputs whose names fit no
+/// format.
+void CompleteComposeOptions(ComposeOptions& options);
 
 } // namespace app
 

@@ -3,6 +3,8 @@
 #include <array>
 #include <cstdio>
 
+#include "compose_mode.h"
+
 namespace app {
 namespace {
 
@@ -10,7 +12,7 @@ constexpr double kShortestCutoff = 2.0; // pixels; below it the smoothing grows 
 constexpr int kPercent = 100;
 
 /// Width at which sharpness is judged, in pixels.
-int WorkingWidth(const ComposeOptions& options, int width) { return width >> options.Speed; }
+int WorkingWidth(const ComposeOptions& options, int width) { return width >> options.Settings.Speed; }
 
 /// The least percentage of a width that is kShortestCutoff.
 std::string LeastSetting(int width) {
@@ -33,11 +35,17 @@ void WarnOfCutoff(const char* option, int percent, int width, std::vector<std::s
 
 void WarnOfCutSamples(const ComposeOptions& options, const KyiImageData& frame, int processors,
                       std::vector<std::string>& warnings) {
-    if (options.Speed == 0 || KyiGetMaxVal(frame.Format) <= UINT8_MAX) return;
-    const std::string speed = std::string("--speed ") + kSpeedNames[options.Speed];
+    constexpr int kWidthOf3d = 512; // wider frames are reduced to it
+    const KyfAlgorithmType mode = options.Settings.AlgType;
+    const bool isReduced3d = mode != KyfAlgorithmType2DSelection && frame.Width > kWidthOf3d;
+    const bool isReduced2d = mode != KyfAlgorithmType3DSafe && options.Settings.Speed != 0;
+    if ((!isReduced2d && !isReduced3d) || KyiGetMaxVal(frame.Format) <= UINT8_MAX) return;
+    const std::string speed = isReduced3d ? std::string("--mode ") + ModeName(mode)
+                                          : std::string("--speed ") + kSpeedNames[options.Settings.Speed];
+    const std::string other = isReduced3d ? "--mode 2d --speed full" : "--speed full";
     const std::string tail = " judges 16-bit frames by samples cut at 255, which spoils the result, expected ";
     if (processors < 2)
-        warnings.push_back(speed + " on one processor" + tail + "--speed full");
+        warnings.push_back(speed + " on one processor" + tail + other);
     else if (options.NoParallel)
         warnings.push_back(speed + " with --no-parallel" + tail + "--threads 1 in the place of --no-parallel");
 }
@@ -47,8 +55,11 @@ void WarnOfCutSamples(const ComposeOptions& options, const KyiImageData& frame, 
 std::vector<std::string> SettingWarnings(const ComposeOptions& options, const KyiImageData& frame, int processors) {
     std::vector<std::string> warnings;
     WarnOfCutSamples(options, frame, processors, warnings);
-    WarnOfCutoff("--comp-size", options.CompSize, WorkingWidth(options, frame.Width), warnings);
-    if (options.WantsHeights()) WarnOfCutoff("--smoothing", options.Smoothing, frame.Width, warnings);
+    const KyfAlgorithmType mode = options.Settings.AlgType;
+    if (mode != KyfAlgorithmType3DSafe)
+        WarnOfCutoff("--comp-size", options.Settings.CompSize, WorkingWidth(options, frame.Width), warnings);
+    if (mode == KyfAlgorithmType2DSelection && options.WantsHeights())
+        WarnOfCutoff("--smoothing", options.Settings.Smoothing, frame.Width, warnings);
     return warnings;
 }
 

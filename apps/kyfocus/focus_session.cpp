@@ -28,33 +28,30 @@ void Require(KyfResult result, const char* step) {
     if (result != KyfResultOk) throw Failure(std::string(step) + ": " + DescribeResult(result));
 }
 
-KyfFocusComposition2DSelectionParameter SelectionParameter(const SessionSettings& settings) {
-    KyfFocusComposition2DSelectionParameter parameter{};
-    parameter.Speed = settings.Speed;
-    parameter.CompSize = settings.CompSize;
-    parameter.Smoothing = settings.Smoothing;
-    return parameter;
-}
-
 } // namespace
 
-FocusSession::FocusSession(const SessionSettings& settings, const std::filesystem::path& temporaryFolder)
-    : m_session(KyfAllocFocusComposition()), m_isParallel(settings.Parallel) {
+FocusSession::FocusSession(const KyfFocusCompositionParameter& settings, bool parallel,
+                           const std::filesystem::path& temporaryFolder)
+    : m_session(KyfAllocFocusComposition()), m_isParallel(parallel), m_temporaryFolder(temporaryFolder) {
     const std::wstring folder = WidePath(temporaryFolder);
     KyfFocusInitializeParameter initialize{};
     initialize.TempFolder = folder.c_str();
     initialize.ScopeType = settings.ScopeType;
+    initialize.DisableGPU = settings.DisableGPU;
     Require(KyfFocusInitialize(m_session.get(), &initialize), "session");
-    const auto parameter = SelectionParameter(settings);
-    Require(KyfFocusStart2DSelection(m_session.get(), &parameter), "session");
+    Require(KyfFocusStart(m_session.get(), &settings), "session");
 }
 
 void FocusSession::Add(KyiImageData& frame, std::optional<double> height, const PercentCallback& onPercent) {
     const Progress progress = NewProgress(onPercent);
     KyfFocusComposition* const session = m_session.get();
-    Require(height ? KyfFocusAddImageWithHeight(session, &frame, *height, m_isParallel, progress.get())
-                   : KyfFocusAddImage(session, &frame, m_isParallel, progress.get()),
-            "frame not added");
+    const KyfResult result = height ? KyfFocusAddImageWithHeight(session, &frame, *height, m_isParallel, progress.get())
+                                    : KyfFocusAddImage(session, &frame, m_isParallel, progress.get());
+    if (result == KyfResultFailFile)
+        throw Failure("frame not added: it cannot be kept in " + DisplayPath(m_temporaryFolder.parent_path()) +
+                      (*KyiGetLastFileError() != '\0' ? std::string(": ") + KyiGetLastFileError() : "") +
+                      ", expected --temp with a folder that has room");
+    Require(result, "frame not added");
 }
 
 void FocusSession::Make(const PercentCallback& onPercent) {

@@ -15,23 +15,15 @@
 
 namespace app {
 
-/// What a composition is started with.
-struct SessionSettings {
-    int ScopeType = 0;
-    int Speed = 0;     // 0 full, 1 half, 2 quarter of the frame's width
-    int CompSize = 8;  // percent of the frame's width
-    int Smoothing = 6; // percent of the result's width
-    bool Parallel = true;
-};
-
 /// Called with the percent of the running step, 0 to 101.
 using PercentCallback = std::function<void(int)>;
 
-/// A stack being composed by 2D selection. All calls throw Failure when the library refuses.
+/// A stack being composed. All calls throw Failure when the library refuses.
 class FocusSession {
   public:
-    /// @param temporaryFolder  For the library's temporary files. It sweeps those that it finds there.
-    FocusSession(const SessionSettings& settings, const std::filesystem::path& temporaryFolder);
+    /// @param temporaryFolder  For the bitmaps of the 3D modes, for this session alone; empty in mode 2d.
+    FocusSession(const KyfFocusCompositionParameter& settings, bool parallel,
+                 const std::filesystem::path& temporaryFolder);
 
     /// @param height  In the host's unit; give one with every frame or with none.
     void Add(KyiImageData& frame, std::optional<double> height, const PercentCallback& onPercent);
@@ -50,6 +42,7 @@ class FocusSession {
     };
     std::unique_ptr<KyfFocusComposition, FreeSession> m_session;
     bool m_isParallel;
+    std::filesystem::path m_temporaryFolder;
 };
 
 /// The meaning of a result that is not KyfResultOk.

@@ -58,6 +58,8 @@ void RemoveBusyFolder(const fs::path& folder) {
         fs::remove(*folder, error);
     constexpr char kMessage[] = "\nkyfocus: interrupted\n";
     [[maybe_unused]] const auto written = write(STDERR_FILENO, kMessage, sizeof kMessage - 1);
+    // Again: the library makes a folder anew that it finds gone.
+    for (const fs::path& folder : state.Folders) RemoveBusyFolder(folder);
     _exit(128 + signal);
 }
 

@@ -67,16 +67,18 @@ double PeakSignalToNoise(double meanSquare, double peak) {
     return 10.0 * std::log10(peak * peak / meanSquare);
 }
 
-HeightDifferences CompareHeights(std::span<const double> first, std::span<const double> second) {
+HeightDifferences CompareHeights(std::span<const double> first, std::span<const double> second, double offset,
+                                 double limit) {
     HeightDifferences result;
     double square = 0.0;
     double sum = 0.0;
     for (std::size_t i = 0; i < first.size(); ++i) {
         if (!std::isfinite(first[i]) || !std::isfinite(second[i])) continue;
-        const double difference = second[i] - first[i];
+        const double difference = second[i] - offset - first[i];
         square += difference * difference;
         sum += difference;
         result.Largest = std::max(result.Largest, std::abs(difference));
+        result.Near += std::abs(difference) <= limit;
         ++result.Measured;
     }
     if (result.Measured == 0) return result;

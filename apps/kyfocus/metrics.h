@@ -42,10 +42,13 @@ struct HeightDifferences {
     double Mean = 0.0;
     double Largest = 0.0;     ///< largest magnitude
     std::size_t Measured = 0; ///< pixels that are a number in both; 0 leaves the rest at 0
+    std::size_t Near = 0;     ///< of these, pixels whose magnitude is at most the limit
 };
 
 /// The maps have one length. Values that are not finite are holes.
-HeightDifferences CompareHeights(std::span<const double> first, std::span<const double> second);
+/// @param offset  Taken from every value of the second map. @param limit  What counts as near.
+HeightDifferences CompareHeights(std::span<const double> first, std::span<const double> second, double offset = 0.0,
+                                 double limit = 0.0);
 
 } // namespace app
 

@@ -32,7 +32,6 @@ fs::path PlaceOf(const fs::path& target) {
 } // namespace
 
 OutputFiles::~OutputFiles() {
-    if (!m_folder.empty()) RemoveTemporaryFolder(m_folder);
     for (const auto& [targetFolder, temporaryFolder] : m_folders) RemoveTemporaryFolder(temporaryFolder);
 }
 
@@ -57,12 +56,6 @@ void OutputFiles::Add(const fs::path& target) {
     for (const Output& output : m_outputs)
         if (output.Temporary == temporary) throw UsageError(target.native() + ": named for two outputs");
     m_outputs.push_back({target, std::move(place), std::move(temporary)});
-}
-
-const fs::path& OutputFiles::TemporaryFolder() {
-    assert(!m_outputs.empty());
-    if (m_folder.empty()) m_folder = MakeTemporaryFolder(m_outputs.front().Temporary.parent_path() += "-XXXXXX");
-    return m_folder;
 }
 
 void OutputFiles::Write(const fs::path& target, const std::function<void(const fs::path&)>& write) {

@@ -27,10 +27,6 @@ class OutputFiles {
     /// out naming the target.
     void Write(const std::filesystem::path& target, const std::function<void(const std::filesystem::path&)>& write);
 
-    /// An empty folder beside the first target, for whatever else the run writes for a while. No output is in it,
-    /// however it is named, so that others may sweep it.
-    const std::filesystem::path& TemporaryFolder();
-
     /// Moves the outputs to their targets; all must have been written. Throws Failure.
     void Commit();
 
@@ -45,7 +41,6 @@ class OutputFiles {
 
     std::vector<Output> m_outputs;
     std::map<std::filesystem::path, std::filesystem::path> m_folders; // temporary folder by the targets' folder
-    std::filesystem::path m_folder;                                   // TemporaryFolder; empty until it is asked for
 };
 
 } // namespace app

@@ -6,6 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "compose_mode.h"
 #include "images.h"
 
 namespace app {
@@ -27,11 +28,29 @@ Json FramesJson(const Summary& summary) {
             {"files", FrameNames(summary)}};
 }
 
+const char* PlaneName(KyfPlaneType plane) {
+    return plane == KyfPlaneTypeBottom ? "bottom" : plane == KyfPlaneTypeTop ? "top" : "other";
+}
+
+/// What the mode reads, and nothing else.
 Json SettingsJson(const Summary& summary, const ComposeOptions& options) {
-    return {{"speed", kSpeedNames[options.Speed]},    {"comp_size_percent", options.CompSize},
-            {"smoothing_percent", options.Smoothing}, {"scope", options.Scope},
-            {"parallel", !options.NoParallel},        {"threads", summary.Threads},
-            {"decode_threads", summary.DecodeThreads}};
+    const KyfFocusCompositionParameter& settings = options.Settings;
+    const KyfAlgorithmType mode = settings.AlgType;
+    Json json = {{"speed", kSpeedNames[settings.Speed]}, {"scope", settings.ScopeType}};
+    if (mode != KyfAlgorithmType3DSafe) json["comp_size_percent"] = settings.CompSize;
+    if (mode == KyfAlgorithmType2DSelection) json["smoothing_percent"] = settings.Smoothing;
+    if (mode != KyfAlgorithmType2DSelection) {
+        json["plane"] = PlaneName(settings.PlaneType);
+        json["halation"] = settings.HalationMeasures != 0;
+        json["adopt_top"] = settings.AdoptionPeakPosition != 0;
+        json["sensitivity"] = settings.FocusingValueDetectionSensitivity;
+        json["noise_remove"] = settings.ProjectionNoiseRemove;
+        json["shape_smoothing"] = settings.D3ShapeSmoothing;
+    }
+    json["parallel"] = !options.NoParallel;
+    json["threads"] = summary.Threads;
+    json["decode_threads"] = summary.DecodeThreads;
+    return json;
 }
 
 Json ResultJson(const Summary& summary, const ComposeOptions& options) {
@@ -42,7 +61,12 @@ Json ResultJson(const Summary& summary, const ComposeOptions& options) {
     if (summary.Heights)
         result["heights"] = {
             {"unit", options.Unit}, {"least", summary.Heights->Least}, {"greatest", summary.Heights->Greatest}};
-    if (!options.HeightMapOutput.empty()) result["height_map"] = {{"file", DisplayPath(options.HeightMapOutput)}};
+    const auto addFile = [&result](const char* name, const std::filesystem::path& file) {
+        if (!file.empty()) result[name] = {{"file", DisplayPath(file)}};
+    };
+    addFile("height_map", options.HeightMapOutput);
+    addFile("height_picture", options.HeightPictureOutput);
+    addFile("mesh", options.MeshOutput);
     if (summary.ImageScale)
         result["height_image"] = {{"file", DisplayPath(options.HeightImageOutput)},
                                   {"unit", options.Unit},
@@ -70,6 +94,7 @@ std::string FormatSummaryJson(const Summary& summary, const ComposeOptions& opti
     const Json json = {{"program", "kyfocus"},
                        {"version", KYFOCUS_VERSION},
                        {"frames", FramesJson(summary)},
+                       {"mode", ModeName(options.Settings.AlgType)},
                        {"settings", SettingsJson(summary, options)},
                        {"result", ResultJson(summary, options)},
                        {"seconds", SecondsJson(summary)},
@@ -77,7 +102,8 @@ std::string FormatSummaryJson(const Summary& summary, const ComposeOptions& opti
                        {"memory",
                         {{"peak_bytes", PeakMemoryBytes()},
                          {"decoded_ahead_peak_bytes", summary.Loader.PeakBytes},
-                         {"decoded_ahead_peak_frames", summary.Loader.PeakFrames}}}};
+                         {"decoded_ahead_peak_frames", summary.Loader.PeakFrames}}},
+                       {"temporary_bytes", summary.TemporaryBytes}};
     return json.dump(2, ' ', /*ensure_ascii=*/false, Json::error_handler_t::replace) + "\n";
 }
 

@@ -36,9 +36,10 @@ struct Summary {
     int ResultHeight = 0;
     int Threads = 0;
     int DecodeThreads = 0;
+    std::size_t TemporaryBytes = 0; // of the frames that the 3D pipeline kept on disk
     LoaderStatistics Loader;
     StageSeconds Seconds;
-    std::optional<HeightRange> Heights; // of the height map, when one was made
+    std::optional<HeightRange> Heights; // of the heights, when an output needed them
     std::optional<HeightScale> ImageScale;
 };
 

@@ -109,8 +109,10 @@ TEST_F(ComposeOddRuns, LeavesNothingWhenAFileWouldBecomeTooLarge) {
     const FileSizeLimit limit(1000);
     for (const char* const name : {"out.png", "out.tif", "out.bmp", "out.jpg"})
         ExpectRefusal({"-o", Out(name)}, 1, std::string(name).append(": cannot be written: File too large\n"));
-    for (const auto& [option, name] : {std::pair("--height-map", "z.tif"), std::pair("--height-image", "z.png")}) {
-        const ProgramResult result = Compose({"-o", Out("o.jpg"), "--step", "1", option, Out(name)});
+    for (const auto& [option, name] :
+         {std::pair("--height-map", "z.tif"), std::pair("--height-map", "z.npy"), std::pair("--height-image", "z.png"),
+          std::pair("--height-picture", "z.png"), std::pair("--mesh", "z.ply"), std::pair("--mesh", "z.stl")}) {
+        const ProgramResult result = Compose({"-o", Out("o.jpg"), "--mode", "2d", "--step", "1", option, Out(name)});
         EXPECT_EQ(result.Status, 1);
         EXPECT_NE(result.Errors.find(std::string(name).append(": cannot be written: ")), std::string::npos)
             << result.Errors;
@@ -158,7 +160,8 @@ TEST_F(ComposeOddRuns, WritesTheFileThatALinkLeadsTo) {
 }
 
 TEST_F(ComposeOddRuns, RefusesNamesThatAreEmpty) {
-    for (const std::string option : {"--output", "--height-map", "--height-image", "--json", "--heights"}) {
+    for (const std::string option : {"--output", "--height-map", "--height-image", "--height-picture", "--mesh",
+                                     "--json", "--heights", "--temp"}) {
         const ProgramResult result =
             test::RunProgram({"compose", Path("stack"), "-o", Path("out/o.png"), "--step", "1", option, ""});
         EXPECT_EQ(result.Status, 2) << option << ": " << result.Errors;

@@ -147,9 +147,9 @@ TEST_F(ComposeProgram, GivesTheSameImageWithAnyNumberOfThreads) {
 
 TEST_F(ComposeProgram, WritesHeightsInTheGivenUnit) {
     MakeStack(2);
-    const ProgramResult result =
-        Compose({"-o", Output("out.png"), "--start", "-5", "--step", "10", "--unit", "nm", "--smoothing", "0",
-                 "--height-map", Output("z.tif"), "--height-image", Output("z.png"), "--json", Output("run.json")});
+    const ProgramResult result = Compose({"-o", Output("out.png"), "--mode", "2d", "--start", "-5", "--step", "10",
+                                          "--unit", "nm", "--smoothing", "0", "--height-map", Output("z.tif"),
+                                          "--height-image", Output("z.png"), "--json", Output("run.json")});
     ASSERT_EQ(result.Status, 0) << result.Errors;
     const app::HeightMap map = app::LoadHeightMap(Output("z.tif"));
     ASSERT_EQ(map.Width, kWidth);
@@ -173,8 +173,8 @@ TEST_F(ComposeProgram, WritesHeightsInTheGivenUnit) {
 TEST_F(ComposeProgram, ReadsHeightsFromAFile) {
     MakeStack(2);
     std::ofstream(Output("z.csv")) << "# frame, um\nf2.png, 7\nf1.png, 3\n";
-    const ProgramResult result = Compose(
-        {"-o", Output("out.png"), "--heights", Output("z.csv"), "--smoothing", "0", "--height-map", Output("z.tif")});
+    const ProgramResult result = Compose({"-o", Output("out.png"), "--mode", "2d", "--heights", Output("z.csv"),
+                                          "--smoothing", "0", "--height-map", Output("z.tif")});
     ASSERT_EQ(result.Status, 0) << result.Errors;
     const app::HeightMap map = app::LoadHeightMap(Output("z.tif"));
     EXPECT_EQ(map.Values[kHeight / 2 * kWidth + 14], 3.0F);
@@ -339,9 +339,14 @@ TEST_F(ComposeProgram, TellsEveryOptionItsUnitAndDefault) {
     const ProgramResult result = test::RunProgram({"compose", "--help"});
     EXPECT_EQ(result.Status, 0);
     EXPECT_EQ(result.Errors, "");
-    for (const char* const option : {"--output", "--speed", "--preset", "--comp-size", "--smoothing", "--scope",
-                                     "--heights", "--start", "--step", "--unit", "--height-map", "--height-image",
-                                     "--threads", "--no-parallel", "--json", "--progress", "--keep-order"})
+    for (const char* const option :
+         {"--output",          "--speed",        "--preset",         "--comp-size",   "--smoothing",
+          "--scope",           "--heights",      "--start",          "--step",        "--unit",
+          "--height-map",      "--height-image", "--threads",        "--no-parallel", "--json",
+          "--progress",        "--keep-order",   "--mode",           "--plane",       "--halation",
+          "--no-halation",     "--adopt-top",    "--no-adopt-top",   "--sensitivity", "--noise-remove",
+          "--shape-smoothing", "--temp",         "--height-picture", "--mesh",        "--mesh-step",
+          "--pixel-size"})
         EXPECT_NE(result.Output.find(std::string(option).append(1, ' ')), std::string::npos) << option;
     std::istringstream lines(result.Output);
     for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 100U) << line;

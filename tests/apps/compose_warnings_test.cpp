@@ -22,7 +22,7 @@ TEST(SettingWarnings, AreNoneForTheDefaults) {
 
 TEST(SettingWarnings, TellThatReduced16BitFramesAreCutInTheSequentialForm) {
     app::ComposeOptions options;
-    options.Speed = 2;
+    options.Settings.Speed = 2;
     EXPECT_EQ(Warnings(options, 1000, KyiFormatBgr48), Lines{});
     EXPECT_EQ(Warnings(options, 1000, KyiFormatBgr48, 1),
               Lines{"--speed quarter on one processor judges 16-bit frames by samples cut at 255, which spoils the "
@@ -32,28 +32,58 @@ TEST(SettingWarnings, TellThatReduced16BitFramesAreCutInTheSequentialForm) {
               Lines{"--speed quarter with --no-parallel judges 16-bit frames by samples cut at 255, which spoils the "
                     "result, expected --threads 1 in the place of --no-parallel"});
     EXPECT_EQ(Warnings(options, 1000, KyiFormatBgr24), Lines{});
-    options.Speed = 0;
+    options.Settings.Speed = 0;
     EXPECT_EQ(Warnings(options, 1000, KyiFormatGray16), Lines{});
+}
+
+TEST(SettingWarnings, TellThatThe3dModesReduceWide16BitFrames) {
+    app::ComposeOptions options;
+    options.NoParallel = true;
+    for (const int mode : {KyfAlgorithmType3DSafe, KyfAlgorithmTypeComplexProcessing}) {
+        options.Settings.AlgType = mode;
+        EXPECT_EQ(Warnings(options, 512, KyiFormatGray16), Lines{});
+        EXPECT_EQ(Warnings(options, 513, KyiFormatGray8), Lines{});
+        EXPECT_EQ(Warnings(options, 513, KyiFormatGray16).size(), 1U);
+    }
+    EXPECT_EQ(Warnings(options, 513, KyiFormatGray16, 1),
+              Lines{"--mode complex on one processor judges 16-bit frames by samples cut at 255, which spoils the "
+                    "result, expected --mode 2d --speed full"});
+    options.Settings.AlgType = KyfAlgorithmType3DSafe;
+    options.Settings.Speed = 1;
+    EXPECT_EQ(Warnings(options, 512, KyiFormatGray16), Lines{});
+    options.Settings.AlgType = KyfAlgorithmTypeComplexProcessing;
+    EXPECT_EQ(Warnings(options, 512, KyiFormatGray16).size(), 1U);
+}
+
+TEST(SettingWarnings, LeaveOutWhatTheModeDoesNotRead) {
+    app::ComposeOptions options;
+    options.Settings.CompSize = options.Settings.Smoothing = 1;
+    options.HeightMapOutput = "z.tif";
+    EXPECT_EQ(Warnings(options, 100, KyiFormatGray8).size(), 2U);
+    options.Settings.AlgType = KyfAlgorithmTypeComplexProcessing;
+    EXPECT_EQ(Warnings(options, 100, KyiFormatGray8).size(), 1U);
+    options.Settings.AlgType = KyfAlgorithmType3DSafe;
+    EXPECT_EQ(Warnings(options, 100, KyiFormatGray8), Lines{});
 }
 
 TEST(SettingWarnings, TellOfACutoffBelowTwoPixels) {
     app::ComposeOptions options;
-    options.CompSize = 1;
+    options.Settings.CompSize = 1;
     EXPECT_EQ(Warnings(options, 200, KyiFormatGray8), Lines{});
     EXPECT_EQ(Warnings(options, 100, KyiFormatGray8),
               Lines{"--comp-size 1 is a cutoff of 1.00 pixels here; below 2 pixels it smooths more, not less, and may "
                     "take all detail away, expected 0 or at least 2"});
-    options.Speed = 1;
+    options.Settings.Speed = 1;
     EXPECT_EQ(Warnings(options, 200, KyiFormatGray8).size(), 1U);
-    options.CompSize = 2;
+    options.Settings.CompSize = 2;
     EXPECT_EQ(Warnings(options, 200, KyiFormatGray8), Lines{});
-    options.CompSize = 0;
+    options.Settings.CompSize = 0;
     EXPECT_EQ(Warnings(options, 1, KyiFormatGray8), Lines{});
 }
 
 TEST(SettingWarnings, ExpectNoSmoothingWhereNoCutoffIsLongEnough) {
     app::ComposeOptions options;
-    options.CompSize = 100;
+    options.Settings.CompSize = 100;
     const Lines lines = Warnings(options, 1, KyiFormatGray8);
     ASSERT_EQ(lines.size(), 1U);
     EXPECT_TRUE(lines[0].ends_with("expected 0")) << lines[0];
@@ -61,9 +91,9 @@ TEST(SettingWarnings, ExpectNoSmoothingWhereNoCutoffIsLongEnough) {
 
 TEST(SettingWarnings, SpeakOfTheHeightsOnlyWhereThereAreAny) {
     app::ComposeOptions options;
-    options.CompSize = 0;
-    options.Smoothing = 1;
-    options.Speed = 2; // the heights have the frames' size all the same
+    options.Settings.CompSize = 0;
+    options.Settings.Smoothing = 1;
+    options.Settings.Speed = 2; // the heights have the frames' size all the same
     EXPECT_EQ(Warnings(options, 100, KyiFormatGray8), Lines{});
     options.HeightMapOutput = "z.tif";
     ASSERT_EQ(Warnings(options, 100, KyiFormatGray8).size(), 1U);
