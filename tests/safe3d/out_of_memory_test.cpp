@@ -1,0 +1,183 @@
+// Every allocation of an add and of a make fails once. A binary of its own: it takes the place of the allocators.
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <new>
+#include <utility>
+#include <vector>
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+
+#include "safe3d/safe3d.h"
+#include "safe3d/stack_session.h"
+#include "safe3d/threads.h"
+
+namespace {
+
+std::atomic<int> g_allocationsLeft{-1}; // negative: no allocation fails
+
+bool MayAllocate() {
+    int left = g_allocationsLeft.load();
+    while (left > 0 && !g_allocationsLeft.compare_exchange_weak(left, left - 1)) continue;
+    return left != 0;
+}
+
+template <typename Function> Function* Original(const char* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+} // namespace
+
+// The sanitizers bring operators of their own: there only images and page blocks run out.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define KY_OWN_OPERATORS 0
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define KY_OWN_OPERATORS 0
+#endif
+#endif
+#ifndef KY_OWN_OPERATORS
+#define KY_OWN_OPERATORS 1
+#endif
+
+#if KY_OWN_OPERATORS
+// Not inlined: the compiler would see a block of malloc go to operator delete.
+[[gnu::noinline]] void* operator new(std::size_t bytes) {
+    void* const block = MayAllocate() ? std::malloc(bytes ? bytes : 1) : nullptr;
+    if (!block) throw std::bad_alloc();
+    return block;
+}
+[[gnu::noinline]] void* operator new[](std::size_t bytes) { return operator new(bytes); }
+[[gnu::noinline]] void* operator new(std::size_t bytes, std::align_val_t alignment) {
+    const auto step = static_cast<std::size_t>(alignment);
+    void* const block = MayAllocate() ? std::aligned_alloc(step, (bytes + step) / step * step) : nullptr;
+    if (!block) throw std::bad_alloc();
+    return block;
+}
+[[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete[](void* block) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete(void* block, std::align_val_t) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete(void* block, std::size_t, std::align_val_t) noexcept { std::free(block); }
+#endif
+
+// Row tables and the samples of maps.
+void* mmap(void* address, std::size_t bytes, int protection, int flags, int file, off_t offset) noexcept {
+    static auto* const original = Original<void*(void*, std::size_t, int, int, int, off_t)>("mmap");
+    return MayAllocate() ? original(address, bytes, protection, flags, file, offset) : MAP_FAILED;
+}
+
+KyiImageData* KyiAllocMaskImageData(int32_t width, int32_t height) {
+    static auto* const original = Original<KyiImageData*(int32_t, int32_t)>("KyiAllocMaskImageData");
+    return MayAllocate() ? original(width, height) : nullptr;
+}
+
+KyiImageData* KyiAllocImageDataEx(int32_t width, int32_t height, int32_t format, int32_t origin, int32_t reserved) {
+    static auto* const original =
+        Original<KyiImageData*(int32_t, int32_t, int32_t, int32_t, int32_t)>("KyiAllocImageDataEx");
+    return MayAllocate() ? original(width, height, format, origin, reserved) : nullptr;
+}
+
+KyiImageData* KyiDuplicateImageData(const KyiImageData* image, KyiBool parallel) {
+    static auto* const original = Original<KyiImageData*(const KyiImageData*, KyiBool)>("KyiDuplicateImageData");
+    return MayAllocate() ? original(image, parallel) : nullptr;
+}
+
+namespace {
+
+constexpr std::int32_t kWidth = 64;
+constexpr std::int32_t kHeight = 16;
+constexpr int kFrames = 3;
+constexpr int kMostAllocations = 2000;
+
+/// Runs `work` with the n-th allocation and all later ones failing.
+template <typename Work> KyfResult RunWithAllocations(int n, Work work) {
+    g_allocationsLeft.store(n);
+    const KyfResult result = work();
+    g_allocationsLeft.store(-1);
+    return result;
+}
+
+/// A stack that can be added to over and over.
+struct Stack {
+    test::TemporaryFolder Folder;
+    test::Session Session;
+
+    explicit Stack(std::int32_t planeType) : Session(Start(planeType, Folder)) {}
+    static test::Session Start(std::int32_t planeType, const test::TemporaryFolder& folder) {
+        test::StackSettings settings;
+        settings.PlaneType = planeType;
+        return test::StartStack(settings, folder.Path());
+    }
+    static test::Image Frame(int i) { return test::ReliefFrame(kWidth, kHeight, KyiFormatBgr24, i, kFrames, 3); }
+    KyfResult Add(KyiImageData& frame, KyiBool parallel) {
+        KyiBool owned = 0;
+        return kyf::Kyf3DSafeAddImage(Session.get(), &frame, 0, owned, parallel, nullptr);
+    }
+    void SetHeights() {
+        Session->HeightList = new double[kFrames];
+        for (int i = 0; i < kFrames; ++i) Session->HeightList[i] = 10.0 * i;
+    }
+    KyfResult Make(KyiBool parallel) {
+        return kyf::Kyf3DSafeMakeCompImage(Session.get(), {0, 0, kWidth, kHeight}, parallel, nullptr);
+    }
+    std::vector<double> Heights() const {
+        return test::Flatten(Session->State3D.HeightDataMap, Session->State3D.MapWidth, Session->State3D.MapHeight);
+    }
+};
+
+TEST(OutOfMemory, FailsAnAddThatSucceedsWhenItIsGivenAgain) {
+    Stack whole(0);
+    for (int i = 0; i < kFrames; ++i) ASSERT_EQ(whole.Add(*Stack::Frame(i), 0), KyfResultOk);
+    whole.SetHeights();
+    ASSERT_EQ(whole.Make(0), KyfResultOk);
+    for (const KyiBool parallel : {0, 1}) {
+        const test::ThreadScope threads(2);
+        Stack stack(0);
+        int failures = 0;
+        for (int i = 0; i < kFrames; ++i) {
+            const test::Image frame = Stack::Frame(i);
+            int n = 0;
+            for (; n < kMostAllocations; ++n) {
+                const KyfResult result = RunWithAllocations(n, [&] { return stack.Add(*frame, parallel); });
+                if (result == KyfResultOk) break;
+                ++failures;
+                ASSERT_TRUE(result == KyfResultFailAlloc || result == KyfResultFailFile) << n << ": " << result;
+                ASSERT_EQ(stack.Session->State3D.FrameCount, i) << n;
+            }
+            ASSERT_LT(n, kMostAllocations);
+        }
+        EXPECT_GT(failures, 20) << "too few allocations were seen";
+        stack.SetHeights();
+        ASSERT_EQ(stack.Make(parallel), KyfResultOk);
+        EXPECT_TRUE(test::SameImage(*whole.Session->State3D.CompImage, *stack.Session->State3D.CompImage));
+        EXPECT_TRUE(test::SameValues(whole.Heights(), stack.Heights()));
+    }
+}
+
+// What has failed inside the height data leaves a map of zeros, cut like any other; the session then ends as always.
+TEST(OutOfMemory, EndsAMakeWithoutACrash) {
+    const test::ThreadScope threads(2);
+    for (const auto& [planeType, parallel] : {std::pair{0, 1}, std::pair{2, 0}}) {
+        int failures = 0;
+        int n = 0;
+        for (bool isWhole = false; !isWhole && n < kMostAllocations; ++n) {
+            Stack stack(planeType);
+            for (int i = 0; i < kFrames; ++i) ASSERT_EQ(stack.Add(*Stack::Frame(i), 0), KyfResultOk);
+            stack.SetHeights();
+            const KyfResult result = RunWithAllocations(n, [&] { return stack.Make(parallel); });
+            ASSERT_TRUE(result == KyfResultOk || result == KyfResultFailAlloc) << n << ": " << result;
+            const std::vector<double> heights = stack.Heights();
+            isWhole = result == KyfResultOk &&
+                      std::any_of(heights.begin(), heights.end(), [](double height) { return height != 0.0; });
+            if (!isWhole) ++failures;
+        }
+        EXPECT_LT(n, kMostAllocations);
+        EXPECT_GT(failures, 20) << "too few allocations were seen";
+    }
+}
+
+} // namespace
