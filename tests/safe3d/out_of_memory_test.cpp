@@ -161,7 +161,9 @@ TEST(OutOfMemory, FailsAnAddThatSucceedsWhenItIsGivenAgain) {
 // What has failed inside the height data leaves a map of zeros, cut like any other; the session then ends as always.
 TEST(OutOfMemory, EndsAMakeWithoutACrash) {
     const test::ThreadScope threads(2);
-    for (const auto& [planeType, parallel] : {std::pair{0, 1}, std::pair{2, 0}}) {
+    for (const std::pair<int, int>& run : {std::pair{0, 1}, std::pair{2, 0}}) {
+        const auto [planeType, flag] = run;
+        const KyiBool parallel = flag; // clang 14 lets no lambda take a name of a binding
         int failures = 0;
         int n = 0;
         for (bool isWhole = false; !isWhole && n < kMostAllocations; ++n) {
