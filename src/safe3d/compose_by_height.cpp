@@ -100,7 +100,8 @@ template <typename T> class Composer {
         return frame;
     }
 
-    // Blends the step from frame i - 1 to frame i while another thread, if there is one, reads the frame after it.
+    // Blends the step from frame i - 1 to frame i while the calling thread, if there are others, reads the frame after
+    // it: frames then come and go in one thread, so that each takes the memory of one before it.
     ImagePtr BlendAndReadAhead(std::int32_t i, const KyiImageData& previous, const KyiImageData& next) {
         const std::int32_t count = m_session.State3D.FrameCount;
         const BlendStep step = MakeBlendStep(i, count, m_full.Scale, m_full.Offset);
@@ -108,7 +109,7 @@ template <typename T> class Composer {
         ImagePtr following;
 #pragma omp parallel if (m_parallel)
         {
-#pragma omp single nowait
+#pragma omp master
             if (m_readsAhead && i + 1 < count) following = Load(i + 1);
 #pragma omp for schedule(dynamic, kRowsAtATime)
             for (std::int32_t y = 0; y < m_composite.Height; ++y) BlendPieces(step, frames, y);

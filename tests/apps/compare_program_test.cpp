@@ -1,3 +1,4 @@
+#include <cmath>
 #include <filesystem>
 #include <limits>
 
@@ -6,6 +7,7 @@
 
 #include "height_map_file.h"
 #include "images.h"
+#include "npy_file.h"
 #include "run_program.h"
 #include "support/case_files.h"
 #include "support/images.h"
@@ -121,6 +123,44 @@ TEST_F(CompareProgram, ComparesHeightMaps) {
     EXPECT_NE(std::string::npos, RunProgram({"compare", first, second}).Output.find("1.73205"));
 }
 
+TEST_F(CompareProgram, TellsTheShareOfHeightsWithinOneStep) {
+    const std::string first = SaveHeights("a.tif", 5, 1, {0.0, 1.0, 2.0, 3.0, 4.0});
+    const std::string second = SaveHeights("b.tif", 5, 1, {0.5, 0.5, 2.5, 4.5, 6.0}); // off by 0.5, -0.5, 0.5, 1.5, 2
+    const ProgramResult result = RunProgram({"compare", first, second, "--step", "0.5", "--json"});
+    ASSERT_EQ(0, result.Status) << result.Errors;
+    const auto summary = nlohmann::json::parse(result.Output);
+    EXPECT_DOUBLE_EQ(0.6, summary.at("within_step").get<double>());
+    EXPECT_DOUBLE_EQ(std::sqrt(7.0 / 5.0), summary.at("rmse").get<double>());
+    EXPECT_DOUBLE_EQ(2.0 * std::sqrt(7.0 / 5.0), summary.at("rmse_steps").get<double>());
+    EXPECT_NE(std::string::npos, RunProgram({"compare", first, second, "--step", "0.5"}).Output.find("60.00 percent"));
+    EXPECT_FALSE(
+        nlohmann::json::parse(RunProgram({"compare", first, second, "--json"}).Output).contains("within_step"));
+}
+
+TEST_F(CompareProgram, TakesTheMeanDifferenceAwayBeforeItComparesShapes) {
+    const std::string first = SaveHeights("a.tif", 4, 1, {0.0, 1.0, 2.0, 3.0});
+    const std::string second = SaveHeights("b.tif", 4, 1, {10.0, 11.0, 14.0, 13.0}); // off by 10, 10, 12, 10
+    const ProgramResult result = RunProgram({"compare", first, second, "--fit", "--step", "1", "--json"});
+    ASSERT_EQ(0, result.Status) << result.Errors;
+    const auto summary = nlohmann::json::parse(result.Output);
+    EXPECT_EQ(10.5, summary.at("offset"));
+    EXPECT_DOUBLE_EQ(std::sqrt(3.0) / 2.0, summary.at("rmse").get<double>()); // -0.5, -0.5, 1.5, -0.5
+    EXPECT_EQ(0.0, summary.at("mean_difference"));
+    EXPECT_EQ(1.5, summary.at("largest_difference"));
+    EXPECT_EQ(0.75, summary.at("within_step"));
+    EXPECT_NE(std::string::npos, RunProgram({"compare", first, second, "--fit"}).Output.find("+10.5, taken from B"));
+}
+
+TEST_F(CompareProgram, ReadsHeightMapsInEitherFormat) {
+    const std::string tiff = SaveHeights("a.tif", 2, 1, {1.0, 2.0});
+    app::SaveNpy(Path("b.npy"), {2, 1, {1.0, 4.0}});
+    const auto summary = nlohmann::json::parse(RunProgram({"compare", tiff, Path("b.npy"), "--json"}).Output);
+    EXPECT_EQ(2.0, summary.at("largest_difference"));
+    const std::string image = SaveRandom("a.png", 2, 1, KyiFormatGray8);
+    ExpectFailure(1, "b.npy is a height map", RunProgram({"compare", image, Path("b.npy")}));
+    ExpectFailure(2, "--step and --fit are for height maps", RunProgram({"compare", image, image, "--fit"}));
+}
+
 TEST_F(CompareProgram, RefusesHeightMapsWithNothingInCommon) {
     constexpr double kHole = std::numeric_limits<double>::quiet_NaN();
     const std::string first = SaveHeights("a.tif", 2, 1, {kHole, 1.0F});
@@ -136,6 +176,8 @@ TEST_F(CompareProgram, RefusesWrongUsage) {
     ExpectFailure(2, "not expected", RunProgram({"compare", file, file, file}));
     ExpectFailure(2, "--crop", RunProgram({"compare", file, file, "--crop", "-1"}));
     ExpectFailure(2, "--crop", RunProgram({"compare", file, file, "--crop", "2.5"}));
+    for (const char* const step : {"0", "-1", "nan", "x"})
+        ExpectFailure(2, "--step", RunProgram({"compare", file, file, "--step", step}));
     ExpectFailure(2, "--nothing", RunProgram({"compare", file, file, "--nothing"}));
 }
 
