@@ -30,7 +30,7 @@ struct ModeOption {
 
 constexpr std::array<ModeOption, 12> kModeOptions = {{{"--comp-size", true, false, true},
                                                       {"--preset", true, false, true},
-                                                      {"--smoothing", true, false, false},
+                                                      {"--smoothing", true, false, true},
                                                       {"--plane", false, true, true},
                                                       {"--halation", false, true, true},
                                                       {"--no-halation", false, true, true},

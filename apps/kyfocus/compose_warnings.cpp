@@ -60,6 +60,9 @@ std::vector<std::string> SettingWarnings(const ComposeOptions& options, const Ky
         WarnOfCutoff("--comp-size", options.Settings.CompSize, WorkingWidth(options, frame.Width), warnings);
     if (mode == KyfAlgorithmType2DSelection && options.WantsHeights())
         WarnOfCutoff("--smoothing", options.Settings.Smoothing, frame.Width, warnings);
+    if (mode == KyfAlgorithmTypeComplexProcessing && options.IsGiven("--smoothing"))
+        warnings.emplace_back("--smoothing does nothing in --mode complex, whose heights are those of 3d, expected "
+                              "--shape-smoothing");
     return warnings;
 }
 

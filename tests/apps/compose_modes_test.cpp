@@ -207,7 +207,6 @@ TEST_F(ComposeModes, WriteAllHeightOutputsTogether) {
 
 TEST_F(ComposeModes, RefuseOptionsThatMeanNothingToThem) {
     const auto with = [&](const Names& options) { return Compose(options); };
-    const std::string map = Out("z.tif");
     ExpectRefusal(2, "--mode: '4d' is not one of 2d, 3d, complex", with({"--mode", "4d"}));
     ExpectRefusal(2, "--mode 3d needs the frames' heights", with({"--mode", "3d"}));
     ExpectRefusal(2, "--mode complex needs the frames' heights", with({"--mode", "complex"}));
@@ -223,9 +222,19 @@ TEST_F(ComposeModes, RefuseOptionsThatMeanNothingToThem) {
     ExpectRefusal(2, "--temp is for --mode 3d and complex", with({"--temp", Path("temp")}));
     ExpectRefusal(2, "--comp-size is for --mode 2d and complex, the mode is 3d\n",
                   with({"--mode", "3d", "--step", "1", "--comp-size", "5"}));
-    ExpectRefusal(2, "--smoothing is for --mode 2d, the mode is complex (heights are given)",
-                  with({"--step", "1", "--smoothing", "5", "--height-map", map}));
+    ExpectRefusal(2, "--smoothing is for --mode 2d and complex, the mode is 3d\n",
+                  with({"--mode", "3d", "--step", "1", "--smoothing", "5"}));
     ExpectRefusal(2, "--plane: 'middle' is not one of bottom, other, top", with({"--plane", "middle"}));
+}
+
+TEST_F(ComposeModes, WarnOfASmoothingThatTheModeDoesNotUse) {
+    const auto run = Compose({"--step", "1", "--smoothing", "5", "--height-map", Out("z.tif")});
+    EXPECT_EQ(run.Status, 0) << run.Errors;
+    EXPECT_NE(run.Errors.find("\nkyfocus: warning: --smoothing does nothing in --mode complex"), std::string::npos)
+        << run.Errors;
+    const auto quiet = Compose({"--mode", "2d", "--step", "1", "--smoothing", "5", "--height-map", Out("z.tif")});
+    EXPECT_EQ(quiet.Status, 0) << quiet.Errors;
+    EXPECT_EQ(quiet.Errors.find("does nothing"), std::string::npos) << quiet.Errors;
 }
 
 TEST_F(ComposeModes, RefuseOutputsThatCannotBe) {
