@@ -1,0 +1,196 @@
+#include "alignment/line_matching.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+#include "alignment/line_matching_score.h"
+#include "filters/numbers.h"
+
+namespace kyf {
+
+namespace {
+
+constexpr std::int32_t kFewestBandRows = 5;
+constexpr double kMiddle = 0.5;
+constexpr std::array<double, kMatchingBands> kBandPlaces{0.2, 0.35, 0.5, 0.65, 0.8}; // parts of the height
+
+using ProfilePtr = std::unique_ptr<std::int32_t[]>;
+using Profiles = std::array<ProfilePtr, kMatchingBands>;
+using Order = std::array<std::int32_t, kMatchingBands>;
+
+ProfilePtr ReadProfile(BandReader& reader, Band band, std::int32_t width) {
+    ProfilePtr profile(new std::int32_t[static_cast<std::size_t>(width)]);
+    reader.Read(band, profile.get());
+    return profile;
+}
+
+Profiles ReadProfiles(BandReader& reader, const Order& rows, std::int32_t height, std::int32_t width) {
+    Profiles profiles;
+    for (std::size_t band = 0; band < profiles.size(); ++band)
+        profiles[band] = ReadProfile(reader, {rows[band], height}, width);
+    return profiles;
+}
+
+// Bands by their variance, the greatest first; equal ones keep their places.
+Order OrderOf(const Profiles& profiles, std::int32_t width) noexcept {
+    std::array<double, kMatchingBands> variances;
+    Order order;
+    for (std::size_t band = 0; band < profiles.size(); ++band) {
+        variances[band] = VarianceOf(profiles[band].get(), width);
+        order[band] = static_cast<std::int32_t>(band);
+    }
+    for (std::size_t pass = 0; pass < order.size(); ++pass)
+        for (std::size_t i = 0; i + 1 < order.size(); ++i) {
+            if (!(variances[i] < variances[i + 1])) continue;
+            std::swap(variances[i], variances[i + 1]);
+            std::swap(order[i], order[i + 1]);
+        }
+    return order;
+}
+
+Order RowsOfBands(std::int32_t height) noexcept {
+    Order rows;
+    for (std::size_t band = 0; band < rows.size(); ++band) rows[band] = TruncateToInt32(height * kBandPlaces[band]);
+    return rows;
+}
+
+std::int32_t BandHeightOf(double ratio, std::int32_t height) noexcept {
+    return std::max(TruncateToInt32(height * ratio) / 2 * 2 + 1, kFewestBandRows);
+}
+
+// The tables of several bands, owned until the record has them all.
+struct BandTables {
+    ProfilePtr Rows = std::make_unique<std::int32_t[]>(kMatchingBands);
+    ProfilePtr Order = std::make_unique<std::int32_t[]>(kMatchingBands);
+    std::unique_ptr<std::int32_t*[]> Profiles = std::make_unique<std::int32_t*[]>(kMatchingBands);
+};
+
+void PrepareSingleBand(KyfLineMatching& matching, BandReader& reader, const KyfCompositionState& state) {
+    matching.CentreRow = TruncateToInt32(state.SourceHeight * kMiddle);
+    matching.Profile = ReadProfile(reader, {matching.CentreRow, matching.BandHeight}, state.SourceWidth).release();
+}
+
+void PrepareBands(KyfLineMatching& matching, BandReader& reader, const KyfCompositionState& state) {
+    BandTables tables;
+    const Order rows = RowsOfBands(state.SourceHeight);
+    Profiles profiles = ReadProfiles(reader, rows, matching.BandHeight, state.SourceWidth);
+    const Order order = OrderOf(profiles, state.SourceWidth);
+    std::copy(rows.begin(), rows.end(), tables.Rows.get());
+    std::copy(order.begin(), order.end(), tables.Order.get());
+    for (std::size_t band = 0; band < profiles.size(); ++band) tables.Profiles[band] = profiles[band].release();
+    matching.LineCount = kMatchingBands;
+    matching.LineRows = tables.Rows.release();
+    matching.LineOrder = tables.Order.release();
+    matching.LineProfiles = tables.Profiles.release();
+}
+
+// The displacement of the first band, in the order of variance, that has one run of high scores; else of the first.
+std::int32_t ChooseShift(const KyfLineMatching& matching, const Profiles& profiles, std::int32_t width) {
+    const SearchRange range = SearchRange::Of(matching.SearchRatio, width);
+    std::int32_t ofFirst = 0;
+    for (std::int32_t place = 0; place < kMatchingBands; ++place) {
+        const std::int32_t band = matching.LineOrder[place];
+        const std::int32_t* const now = profiles[static_cast<std::size_t>(band)].get();
+        const BandMatch match = JudgeScores(ScoreDisplacements(matching.LineProfiles[band], now, width, range), range);
+        if (match.Runs == 1) return match.Shift;
+        if (place == 0) ofFirst = match.Shift;
+    }
+    return ofFirst;
+}
+
+void MatchSingleBand(const KyfLineMatching& matching, BandReader& reader, std::int32_t width, LineMatch& match) {
+    const SearchRange range = SearchRange::Of(matching.SearchRatio, width);
+    match.Profile = ReadProfile(reader, {matching.CentreRow, matching.BandHeight}, width);
+    match.Shift = JudgeScores(ScoreDisplacements(matching.Profile, match.Profile.get(), width, range), range).Shift;
+}
+
+void MatchBands(const KyfLineMatching& matching, BandReader& reader, std::int32_t width, LineMatch& match) {
+    Order rows;
+    std::copy_n(matching.LineRows, rows.size(), rows.begin());
+    match.LineProfiles = ReadProfiles(reader, rows, matching.BandHeight, width);
+    match.Shift = ChooseShift(matching, match.LineProfiles, width);
+    match.LineOrder = OrderOf(match.LineProfiles, width);
+}
+
+void AddShift(LineMatch& match, std::int32_t width) noexcept {
+    const std::int32_t most = width / 4;
+    match.TotalShift = std::clamp(match.TotalShift + match.Shift, -most, most);
+    match.MinShift = std::min(match.MinShift, match.TotalShift);
+    match.MaxShift = std::max(match.MaxShift, match.TotalShift);
+}
+
+} // namespace
+
+void SetUpLineMatching(KyfLineMatching& matching, std::int32_t detectType, const KyfCompositionState& state,
+                       const KyiImageData& first, ProfileSource source, KyiBool parallel) {
+    KyfLineMatching fresh{};
+    fresh.BandRatio = matching.BandRatio;
+    fresh.SearchRatio = matching.SearchRatio;
+    fresh.Margin = matching.Margin;
+    fresh.CentreRow = matching.CentreRow;
+    fresh.BandHeight = BandHeightOf(matching.BandRatio, state.SourceHeight);
+    BandReader reader(first, source, parallel);
+    switch (detectType) {
+    case 0: PrepareBands(fresh, reader, state); break;
+    case 1: PrepareSingleBand(fresh, reader, state); break;
+    default: KyiPutTraceLog(__FILE__, __LINE__, L"The MatchingDetectType is unknown: the frames are not moved.", 0);
+    }
+    FreeLineMatching(matching);
+    matching = fresh;
+}
+
+LineMatch MatchLines(const KyfLineMatching& matching, const KyfCompositionState& state, const KyiImageData& frame,
+                     KyiBool parallel) {
+    LineMatch match;
+    match.TotalShift = matching.TotalShift;
+    match.MinShift = matching.MinShift;
+    match.MaxShift = matching.MaxShift;
+    if (!matching.Profile && !matching.LineProfiles) return match;
+    BandReader reader(frame, ProfileSource::Gray, parallel);
+    if (matching.Profile)
+        MatchSingleBand(matching, reader, state.SourceWidth, match);
+    else
+        MatchBands(matching, reader, state.SourceWidth, match);
+    AddShift(match, state.SourceWidth);
+    return match;
+}
+
+void AcceptLineMatch(KyfLineMatching& matching, LineMatch& match) noexcept {
+    matching.TotalShift = match.TotalShift;
+    matching.MinShift = match.MinShift;
+    matching.MaxShift = match.MaxShift;
+    if (match.Profile) delete[] std::exchange(matching.Profile, match.Profile.release());
+    if (!match.LineProfiles.front()) return;
+    for (std::size_t band = 0; band < match.LineProfiles.size(); ++band)
+        delete[] std::exchange(matching.LineProfiles[band], match.LineProfiles[band].release());
+    std::copy(match.LineOrder.begin(), match.LineOrder.end(), matching.LineOrder);
+}
+
+void FreeLineMatching(KyfLineMatching& matching) noexcept {
+    for (std::int32_t band = 0; matching.LineProfiles && band < matching.LineCount; ++band)
+        delete[] matching.LineProfiles[band];
+    delete[] std::exchange(matching.LineProfiles, nullptr);
+    delete[] std::exchange(matching.LineRows, nullptr);
+    delete[] std::exchange(matching.LineOrder, nullptr);
+    delete[] std::exchange(matching.Profile, nullptr);
+}
+
+void MoveRows(KyiImageData& frame, std::int32_t shift, KyiBool parallel) noexcept {
+    if (shift == 0) return;
+    const auto gap = static_cast<std::size_t>(std::abs(shift)) * static_cast<std::size_t>(frame.PixelBytes);
+    const auto line = static_cast<std::size_t>(frame.Width) * static_cast<std::size_t>(frame.PixelBytes);
+    if (gap >= line) return;
+#pragma omp parallel for schedule(static) if (parallel != 0)
+    for (std::int32_t y = 0; y < frame.Height; ++y) {
+        auto* const row = static_cast<std::uint8_t*>(KyiGetPixelAddress(&frame, 0, y));
+        if (shift > 0)
+            std::memmove(row + gap, row, line - gap);
+        else
+            std::memmove(row, row + gap, line - gap);
+    }
+}
+
+} // namespace kyf
