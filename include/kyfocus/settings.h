@@ -91,6 +91,16 @@ typedef struct KyfFocusComposition3DSelectionParameter {
 KYF_API void KyfSet3DSelectionParameter(const KyfFocusCompositionParameter* parameter,
                                         KyfFocusComposition3DSelectionParameter* parameter3D);
 
+/** Reads a parameter file: an INI file whose section "FocusCompositionSetting" holds 25 keys with decimal numbers.
+ *  The record becomes the defaults, overlaid with every key that is there and holds a number; what it held before does
+ *  not count. Numbers are cut to 32 bits and not tested; HalationMeasures and DisableGPU are 0 or 1 afterwards. A null
+ *  path is a missing file; a null record does nothing. */
+KYF_API void KyfLoadFocusCompositionParameter(KyfFocusCompositionParameter* parameter, const wchar_t* path);
+/** Writes the 25 keys; other keys, sections and comments of the file stay as they are. The file changes in one step, so
+ *  that no reader sees a part of it; permissions are kept. No folder is made. Failure leaves the file as it was and is
+ *  not told. Null does nothing. */
+KYF_API void KyfSaveFocusCompositionParameter(const KyfFocusCompositionParameter* parameter, const wchar_t* path);
+
 #ifdef __cplusplus
 }
 #endif

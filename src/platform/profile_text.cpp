@@ -26,7 +26,22 @@ std::string_view WithoutQuotes(std::string_view text) {
 
 char LowerCase(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
-// Half a pair of surrogates becomes a replacement character on the way to UTF-8.
+/// Leaves `text` behind the head of the first section of that name. False when there is none.
+bool SkipToSection(std::string_view& text, std::string_view section) {
+    while (const std::optional<std::string_view> line = TakeLine(text)) {
+        const ProfileLine content = ReadProfileLine(*line);
+        if (content.Is == ProfileLine::Kind::Section && IsSameName(content.Name, section)) return true;
+    }
+    return false;
+}
+
+} // namespace
+
+ProfileEncoding FindProfileEncoding(std::string_view bytes) {
+    if (bytes.starts_with("\xEF\xBB\xBF")) return ProfileEncoding::Utf8Marked;
+    return bytes.starts_with("\xFF\xFE") ? ProfileEncoding::Utf16Marked : ProfileEncoding::Utf8;
+}
+
 std::string FromUtf16(std::string_view bytes) {
     const auto unit = [&](std::size_t i) {
         return static_cast<std::uint32_t>(static_cast<std::uint8_t>(bytes[i]) | static_cast<std::uint8_t>(bytes[i + 1])
@@ -46,13 +61,6 @@ std::string FromUtf16(std::string_view bytes) {
         wide += static_cast<wchar_t>(code);
     }
     return ToUtf8(wide);
-}
-
-} // namespace
-
-ProfileEncoding FindProfileEncoding(std::string_view bytes) {
-    if (bytes.starts_with("\xEF\xBB\xBF")) return ProfileEncoding::Utf8Marked;
-    return bytes.starts_with("\xFF\xFE") ? ProfileEncoding::Utf16Marked : ProfileEncoding::Utf8;
 }
 
 std::string DecodeProfile(std::string bytes) {
@@ -86,6 +94,19 @@ std::optional<std::string_view> TakeLine(std::string_view& text) {
 bool IsSameName(std::string_view first, std::string_view second) {
     return std::equal(first.begin(), first.end(), second.begin(), second.end(),
                       [](char a, char b) { return LowerCase(a) == LowerCase(b); });
+}
+
+bool IsBlankLine(std::string_view line) { return Trim(line).empty(); }
+
+std::optional<std::string_view> FindProfileValue(std::string_view text, std::string_view section,
+                                                 std::string_view key) {
+    if (!SkipToSection(text, section)) return std::nullopt;
+    while (const std::optional<std::string_view> line = TakeLine(text)) {
+        const ProfileLine content = ReadProfileLine(*line);
+        if (content.Is == ProfileLine::Kind::Section) break;
+        if (content.Is == ProfileLine::Kind::Key && IsSameName(content.Name, key)) return content.Value;
+    }
+    return std::nullopt;
 }
 
 } // namespace platform

@@ -16,6 +16,9 @@ ProfileEncoding FindProfileEncoding(std::string_view bytes);
 /// The text without its mark, in UTF-8. Bytes that are no UTF-8 stay as they are.
 std::string DecodeProfile(std::string bytes);
 
+/// UTF-8 of UTF-16 units, low byte first. Half a pair of surrogates becomes U+FFFD, half a unit at the end is dropped.
+std::string FromUtf16(std::string_view bytes);
+
 /// One line: a section's head, a key with its value, or anything else (comments, blank lines, junk).
 struct ProfileLine {
     enum class Kind { Other, Section, Key } Is;
@@ -31,6 +34,12 @@ std::optional<std::string_view> TakeLine(std::string_view& text);
 
 /// Whether two names are one: letters A to Z count without case.
 bool IsSameName(std::string_view first, std::string_view second);
+
+/// Whether nothing but blanks stands in a line.
+bool IsBlankLine(std::string_view line);
+
+/// The value of a key in a text without mark; empty when section or key is missing. Of several the first counts.
+std::optional<std::string_view> FindProfileValue(std::string_view text, std::string_view section, std::string_view key);
 
 } // namespace platform
 

@@ -13,14 +13,6 @@ namespace {
 
 constexpr std::size_t kProfileCapacity = 1024; // characters of a value, with the terminator
 
-/// A number in base 10 that fills the whole text; anything else counts as 0.
-long ParseNumber(const std::wstring& text) {
-    if (text.empty()) return 0;
-    wchar_t* end = nullptr;
-    const long value = std::wcstol(text.c_str(), &end, 10);
-    return *end == L'\0' ? value : 0;
-}
-
 /// The trace setting of the user. Without a per-user folder there is none: a file that happens to lie in the working
 /// folder is not the user's.
 std::wstring ReadTraceSetting(const std::wstring& folder) {
@@ -50,7 +42,7 @@ const wchar_t* kyf::IntermediateCodePath() { return TheIntermediateCodePath().Te
 void KyfDllInitialize(const wchar_t* /*path*/) {
     try {
         const std::wstring folder = platform::PerUserFolder();
-        KyiSetPuttingTraceLog(ParseNumber(ReadTraceSetting(folder)) != 0 ? 1 : 0);
+        KyiSetPuttingTraceLog(platform::ParseProfileNumber(ReadTraceSetting(folder)).value_or(0) != 0 ? 1 : 0);
         KyiSetTraceLogFolder(folder.c_str());
     } catch (const std::exception&) {
         KyiSetPuttingTraceLog(0); // out of memory: as without a file

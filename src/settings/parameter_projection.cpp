@@ -1,6 +1,4 @@
 // What a 3D composition takes of the full record.
-//
-// settings/ holds the parameter record as a class and its projections. Uses no other folder.
 #include <algorithm>
 #include <iterator>
 
