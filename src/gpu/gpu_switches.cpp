@@ -12,5 +12,6 @@ void SetIsDisableGpu(std::int32_t disable) noexcept {
 
 bool IsCudaInitialized() noexcept { return false; }
 bool IsOpenClInitialized() noexcept { return false; }
+bool HasOpenClProgram() noexcept { return false; }
 
 } // namespace kyf

@@ -21,6 +21,9 @@ void SetIsDisableGpu(std::int32_t disable) noexcept;
 bool IsCudaInitialized() noexcept;
 bool IsOpenClInitialized() noexcept;
 
+/// Whether the kernels that the stages of a frame share have been built for OpenCL.
+bool HasOpenClProgram() noexcept;
+
 } // namespace kyf
 
 #endif

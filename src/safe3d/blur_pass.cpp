@@ -90,7 +90,7 @@ void BlurRow(const KyfImageData& source, const BlurMatrix& matrix, std::int32_t 
 
 void BlurPass(const KyfImageData& source, KyfImageData& destination, std::int32_t margin, const double* weightsX,
               const double* weightsY, std::int32_t size, KyiBool parallel) {
-    if (size % 2 == 0 || size < 1 || size > kMaxBlurSize) return;
+    if (!IsBlurSize(size)) return;
     const BlurMatrix matrix = MakeMatrix(weightsX, weightsY, size);
 #pragma omp parallel for schedule(static) if (parallel)
     for (std::int32_t y = margin; y < source.Height - margin; ++y)

@@ -14,9 +14,12 @@ namespace kyf {
 /// Largest side of a blur.
 constexpr std::int32_t kMaxBlurSize = 10;
 
+/// Whether a blur of this many weights a side has a middle and is not too large. Any other does nothing.
+constexpr bool IsBlurSize(std::int32_t size) { return size % 2 == 1 && size <= kMaxBlurSize; }
+
 /// One pass of a separable blur, summed row by row of the weights. Past the left or upper edge sample k is read at
 /// x + k + 1, past the right or lower edge at x - k - 1, which is no mirror. `margin` pixels on all sides are not
-/// written; an even size does nothing.
+/// written; a size that is none does nothing.
 /// @param weightsX, weightsY  `size` weights, at most kMaxBlurSize; divided by their sum.
 void BlurPass(const KyfImageData& source, KyfImageData& destination, std::int32_t margin, const double* weightsX,
               const double* weightsY, std::int32_t size, KyiBool parallel);

@@ -9,7 +9,6 @@
 #include "filters/numbers.h"
 #include "progress/progress_proc_manager.h"
 #include "safe3d/frame_process.h"
-#include "safe3d/processing_path.h"
 #include "safe3d/safe3d.h"
 #include "safe3d/temp_frames.h"
 
@@ -91,29 +90,13 @@ bool FitsStack(const KyfCompositionState& state, const KyiImageData& frame) {
                                      frame.Format == state.SourceFormat);
 }
 
-KyfResult ProcessOnCpu(KyfFocusComposition& session, const AddCall& call, CProgressProcManager& steps,
-                       const CFuncTraceLog& log) {
-    FrameBuffers buffers(session.State3D);
-    if (!buffers.HasAll()) return KyfResultFailAlloc;
-    log.Trace(__FILE__, __LINE__, L"Begin 1st process.");
-    RunFirstProcess(*call.Frame, buffers, call.Parallel, log);
-    steps.Next();
-    RunSecondProcess(session, buffers, call.Parallel, steps, log);
-    return KyfResultOk;
-}
-
 KyfResult AddFrame(KyfFocusComposition& session, const AddCall& call, KyfProgress* progress, const CFuncTraceLog& log) {
     KyfCompositionState& state = session.State3D;
     CProgressProcManager steps(progress, kAddSteps);
     KyfResult result =
         state.FrameCount == 0 ? SetUpFirstFrame(session, call) : SetUpLaterFrame(session, call, steps.GetCurrent());
     if (result != KyfResultOk) return result;
-    steps.Next();
-    switch (ChooseProcessingPath(session.DisableGPU, log)) {
-    case ProcessingPath::Cuda:
-    case ProcessingPath::OpenCl: // neither is ever chosen in a build without them
-    case ProcessingPath::Cpu: result = ProcessOnCpu(session, call, steps, log);
-    }
+    result = ProcessFrame(session, *call.Frame, call.Parallel, steps, log);
     if (result != KyfResultOk) return result;
     state.FrameCount += 1;
     KyfProgressCompleteProc(progress);

@@ -10,21 +10,33 @@ void TraceSwitch(const CFuncTraceLog& log, const wchar_t* name, bool value) {
     log.Trace(__FILE__, __LINE__, name, value ? L" = true" : L" = false");
 }
 
+bool IsCudaEnabled() noexcept { return g_isDisableGpuCuda == 0 && IsCudaInitialized(); }
+bool IsOpenClEnabled() noexcept { return g_isDisableGpuOpenCl == 0 && IsOpenClInitialized(); }
+
+bool FindOpenCl(const CFuncTraceLog& log) {
+    const bool isEnabled = IsOpenClEnabled();
+    log.Trace(__FILE__, __LINE__, isEnabled ? L"OpenCL is initialized." : L"OpenCL is not initialized.");
+    if (!isEnabled || HasOpenClProgram()) return isEnabled;
+    log.Trace(__FILE__, __LINE__, L"OpenCL: program == nullptr");
+    return false;
+}
+
 } // namespace
 
 ProcessingPath ChooseProcessingPath(std::int32_t disableGpu, const CFuncTraceLog& log) {
     TraceSwitch(log, L"IsDisableGPU", disableGpu != 0);
     SetIsDisableGpu(disableGpu);
-    const bool isEnableCuda = g_isDisableGpuCuda == 0 && IsCudaInitialized();
+    const bool isEnableCuda = IsCudaEnabled();
     TraceSwitch(log, L"isEnableCuda", isEnableCuda);
-    bool isEnableOpenCl = false;
-    if (!isEnableCuda) {
-        isEnableOpenCl = g_isDisableGpuOpenCl == 0 && IsOpenClInitialized();
-        log.Trace(__FILE__, __LINE__, isEnableOpenCl ? L"OpenCL is initialized." : L"OpenCL is not initialized.");
-    }
+    const bool isEnableOpenCl = !isEnableCuda && FindOpenCl(log);
     TraceSwitch(log, L"isEnableOpenCl", isEnableOpenCl);
     if (isEnableCuda) return ProcessingPath::Cuda;
     return isEnableOpenCl ? ProcessingPath::OpenCl : ProcessingPath::Cpu;
+}
+
+ProcessingPath ChooseMedianPath() noexcept {
+    if (IsCudaEnabled()) return ProcessingPath::Cuda;
+    return IsOpenClEnabled() ? ProcessingPath::OpenCl : ProcessingPath::Cpu;
 }
 
 } // namespace kyf
