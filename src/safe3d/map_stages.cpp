@@ -52,7 +52,7 @@ double HighestHeight(const KyfFocusComposition& session) {
 }
 
 void TakeMedians(KyfImageDataUint16& image, const KyiImageData& mask, std::int32_t times, KyiBool parallel) {
-    for (std::int32_t i = 0; i < times; ++i) Require(MiddleFilter(image, mask, kMedianSize, parallel) != 0);
+    Require(RepeatMiddleFilter(image, mask, kMedianSize, times, parallel) != 0);
 }
 
 void TraceNoiseRemove(std::int32_t times) {
@@ -143,7 +143,8 @@ void MakeFullMap(GridMaps& maps, KyfImageDataUint16& full, KyiBool parallel, CPr
 void MakeHeights(const KyfFocusComposition& session, GridMaps& maps, KyfImageData& frameMap, KyfImageData& full,
                  KyiBool parallel, CProgressProcManager& steps) {
     ReadBack(maps.OfHeights(), frameMap);
-    const std::int32_t percent = session.Speed == 0 ? session.D3ShapeSmoothing : session.D3ShapeSmoothing + 2;
+    const std::int32_t percent =
+        session.Speed == 0 ? session.D3ShapeSmoothing : WrappingSum(session.D3ShapeSmoothing, 2);
     const double cutoff = percent / 100.0 * session.EdgeDataWidth;
     const HeldImage<KyfImageData> smooth(AllocDoubleImage(frameMap.Width, frameMap.Height));
     Require(static_cast<bool>(smooth));

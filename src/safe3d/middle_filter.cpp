@@ -4,12 +4,14 @@
 #include <cstddef>
 #include <memory>
 #include <new>
+#include <optional>
 
 #include <kyimaging/functracelog.h>
 
 #include "filters/sample_rows.h"
 #include "safe3d/custom_deleter.h"
 #include "safe3d/median_row.h"
+#include "safe3d/processing_path.h"
 
 namespace kyf {
 
@@ -64,26 +66,64 @@ class PaddedPlanes {
     std::unique_ptr<std::uint8_t[]> m_good;
 };
 
-void FilterRow(const PaddedPlanes& planes, std::int32_t side, const std::uint8_t* mask, std::int32_t y,
+/// Working memory of a pass, had before its first trace line.
+class MedianMemory {
+  public:
+    MedianMemory(const KyfImageDataUint16& image, std::int32_t size) : m_half(std::max(size, 0) / 2) {
+        if (IsSideBySide()) {
+            m_planes.emplace(image.Width, image.Height, m_half);
+            return;
+        }
+        m_before.Reset(AllocUint16Image(image.Width, image.Height));
+        const auto columns = static_cast<std::size_t>(std::min(Side(), std::int64_t{image.Width}));
+        const auto rows = static_cast<std::size_t>(std::min(Side(), std::int64_t{image.Height}));
+        m_values.reset(new (std::nothrow) std::uint16_t[columns * rows]);
+    }
+
+    bool IsAllocated() const { return IsSideBySide() ? m_planes->IsAllocated() : m_before && m_values; }
+    bool IsSideBySide() const { return Side() * Side() <= kMostCounted; }
+    std::int32_t Half() const { return m_half; }
+    PaddedPlanes& Planes() { return *m_planes; }
+    KyfImageDataUint16& Before() { return *m_before; }
+    std::uint16_t* Values() { return m_values.get(); }
+
+  private:
+    std::int64_t Side() const { return 2 * std::int64_t{m_half} + 1; }
+
+    std::int32_t m_half;
+    std::optional<PaddedPlanes> m_planes;
+    HeldImage<KyfImageDataUint16> m_before{nullptr};
+    std::unique_ptr<std::uint16_t[]> m_values;
+};
+
+// Whether a sample of the row has changed.
+bool FilterRow(const PaddedPlanes& planes, std::int32_t side, const std::uint8_t* mask, std::int32_t y,
                std::uint16_t* row, std::int32_t width) {
     std::uint16_t medians[kMedianLanes];
+    std::uint32_t changes = 0;
     for (std::int32_t x = 0; x < width; x += kMedianLanes) {
         const std::int32_t count = std::min(kMedianLanes, width - x);
         if (std::all_of(mask + x, mask + x + count, [](std::uint8_t value) { return value != 0; })) continue;
         MedianOfWindows(planes.WindowsAt(x, y), side, medians);
-        for (std::int32_t i = 0; i < count; ++i)
-            if (mask[x + i] == 0) row[x + i] = medians[i];
+        for (std::int32_t i = 0; i < count; ++i) {
+            if (mask[x + i] != 0) continue;
+            changes |= static_cast<std::uint32_t>(row[x + i] ^ medians[i]);
+            row[x + i] = medians[i];
+        }
     }
+    return changes != 0;
 }
 
-bool FilterSideBySide(KyfImageDataUint16& image, const SampleRows<const std::uint8_t>& mask, std::int32_t side,
+bool FilterSideBySide(KyfImageDataUint16& image, const SampleRows<const std::uint8_t>& mask, MedianMemory& memory,
                       KyiBool parallel) {
-    PaddedPlanes planes(image.Width, image.Height, side / 2);
-    if (!planes.IsAllocated()) return false;
+    PaddedPlanes& planes = memory.Planes();
+    const std::int32_t side = 2 * memory.Half() + 1;
     planes.Load(image, mask);
-#pragma omp parallel for schedule(static) if (parallel)
-    for (std::int32_t y = 0; y < image.Height; ++y) FilterRow(planes, side, mask[y], y, image.Rows[y], image.Width);
-    return true;
+    bool hasChanged = false;
+#pragma omp parallel for schedule(static) reduction(|| : hasChanged) if (parallel)
+    for (std::int32_t y = 0; y < image.Height; ++y)
+        hasChanged = FilterRow(planes, side, mask[y], y, image.Rows[y], image.Width) || hasChanged;
+    return hasChanged;
 }
 
 // The window's good samples, column by column; their number.
@@ -97,50 +137,74 @@ std::size_t Gather(const KyfImageDataUint16& image, const SampleRows<const std::
 }
 
 // Windows of more samples than bytes count, one after the other.
-bool FilterOneByOne(KyfImageDataUint16& image, const SampleRows<const std::uint8_t>& mask, std::int32_t half) {
-    const HeldImage<KyfImageDataUint16> before(AllocUint16Image(image.Width, image.Height));
-    const std::size_t columns = static_cast<std::size_t>(std::min(2 * half + 1, image.Width));
-    const std::size_t rows = static_cast<std::size_t>(std::min(2 * half + 1, image.Height));
-    const std::unique_ptr<std::uint16_t[]> values(new (std::nothrow) std::uint16_t[columns * rows]);
-    if (!before || !values) return false;
-    CopyUint16Image(image, *before, /*parallel=*/0);
+bool FilterOneByOne(KyfImageDataUint16& image, const SampleRows<const std::uint8_t>& mask, MedianMemory& memory) {
+    std::uint16_t* const values = memory.Values();
+    CopyUint16Image(image, memory.Before(), /*parallel=*/0);
+    bool hasChanged = false;
     for (std::int32_t y = 0; y < image.Height; ++y) {
         for (std::int32_t x = 0; x < image.Width; ++x) {
             if (mask[y][x] != 0) continue;
-            const std::size_t count = Gather(*before, mask, half, x, y, values.get());
-            std::nth_element(values.get(), values.get() + count / 2, values.get() + count);
+            const std::size_t count = Gather(memory.Before(), mask, memory.Half(), x, y, values);
+            std::nth_element(values, values + count / 2, values + count);
+            hasChanged = hasChanged || image.Rows[y][x] != values[count / 2];
             image.Rows[y][x] = values[count / 2];
         }
     }
-    return true;
+    return hasChanged;
 }
 
-bool FilterOnCpu(KyfImageDataUint16& image, const KyiImageData& mask, std::int32_t size, KyiBool parallel,
-                 const CFuncTraceLog& log) {
-    log.Trace(__FILE__, __LINE__, L"Begin processing by CPU.");
+enum class PassResult { Failed, Unchanged, Changed };
+
+void TraceBegin(const CFuncTraceLog& log) { log.Trace(__FILE__, __LINE__, L"Begin processing by CPU."); }
+void TraceEnd(const CFuncTraceLog& log) { log.Trace(__FILE__, __LINE__, L"End processing by CPU."); }
+
+PassResult FilterOnCpu(KyfImageDataUint16& image, const KyiImageData& mask, std::int32_t size, KyiBool parallel,
+                       const CFuncTraceLog& log) {
+    MedianMemory memory(image, size);
+    if (!memory.IsAllocated()) return PassResult::Failed;
+    TraceBegin(log);
     const SampleRows<const std::uint8_t> rows(mask);
-    const std::int32_t half = std::max(size, 0) / 2;
-    const std::int64_t side = 2 * std::int64_t{half} + 1;
-    const bool isFiltered = side * side > kMostCounted
-                                ? FilterOneByOne(image, rows, half)
-                                : FilterSideBySide(image, rows, static_cast<std::int32_t>(side), parallel);
-    if (isFiltered) log.Trace(__FILE__, __LINE__, L"End processing by CPU.");
-    return isFiltered;
+    const bool hasChanged =
+        memory.IsSideBySide() ? FilterSideBySide(image, rows, memory, parallel) : FilterOneByOne(image, rows, memory);
+    TraceEnd(log);
+    return hasChanged ? PassResult::Changed : PassResult::Unchanged;
 }
 
-enum class Path { Cpu };
+constexpr const wchar_t* kTitle = L"MiddleFilter( KyfImageDataUint16*, KyiImageData*, int, BOOL )";
 
-// Back ends are chosen here, anew in each call. This build has one.
-Path ChoosePath() { return Path::Cpu; }
+// The path is chosen anew in each pass. A back end puts its pass in here, and calls what it does a change: it cannot
+// know better. None is ever chosen in a build without it.
+PassResult RunPass(KyfImageDataUint16& image, const KyiImageData& mask, std::int32_t size, KyiBool parallel) {
+    const CFuncTraceLog log(__FILE__, __LINE__, kTitle, 0);
+    switch (ChooseMedianPath()) {
+    case ProcessingPath::Cuda:
+    case ProcessingPath::OpenCl:
+    case ProcessingPath::Cpu: break;
+    }
+    return FilterOnCpu(image, mask, size, parallel, log);
+}
+
+// The lines of a pass on the CPU that would give the image back as it is.
+void TracePass() {
+    const CFuncTraceLog log(__FILE__, __LINE__, kTitle, 0);
+    TraceBegin(log);
+    TraceEnd(log);
+}
 
 } // namespace
 
 std::int32_t MiddleFilter(KyfImageDataUint16& image, const KyiImageData& mask, std::int32_t size, KyiBool parallel) {
-    const CFuncTraceLog log(__FILE__, __LINE__, L"MiddleFilter( KyfImageDataUint16*, KyiImageData*, int, BOOL )", 0);
-    switch (ChoosePath()) {
-    case Path::Cpu: return FilterOnCpu(image, mask, size, parallel, log) ? 1 : 0;
-    }
-    return 0;
+    return RunPass(image, mask, size, parallel) == PassResult::Failed ? 0 : 1;
+}
+
+std::int32_t RepeatMiddleFilter(KyfImageDataUint16& image, const KyiImageData& mask, std::int32_t size,
+                                std::int32_t times, KyiBool parallel) {
+    std::int32_t done = 0;
+    PassResult result = PassResult::Changed;
+    for (; done < times && result == PassResult::Changed; ++done) result = RunPass(image, mask, size, parallel);
+    if (result == PassResult::Failed) return 0;
+    for (; done < times && KyiIsPuttingTraceLog(); ++done) TracePass();
+    return 1;
 }
 
 } // namespace kyf
