@@ -111,8 +111,9 @@ void AcceptProjection(KyfProjectionShift& shift, const KyiImageData& frame, cons
 void MoveFrame(const KyiImageData& frame, KyiImageData& moved, std::int32_t offsetX, std::int32_t offsetY,
                KyiBool parallel) noexcept {
     const auto pixelBytes = static_cast<std::size_t>(frame.PixelBytes);
-    const std::int32_t left = std::clamp(-offsetX, 0, frame.Width);                  // first column with a source
-    const std::int32_t right = std::clamp(frame.Width - offsetX, left, frame.Width); // behind the last one
+    const auto left = static_cast<std::int32_t>(std::clamp<std::int64_t>(-std::int64_t{offsetX}, 0, frame.Width));
+    const auto right =
+        static_cast<std::int32_t>(std::clamp<std::int64_t>(std::int64_t{frame.Width} - offsetX, left, frame.Width));
     const auto lineBytes = static_cast<std::size_t>(frame.Width) * pixelBytes;
     const auto leftBytes = static_cast<std::size_t>(left) * pixelBytes;
     const auto rightBytes = static_cast<std::size_t>(right) * pixelBytes;
