@@ -1,0 +1,212 @@
+#include "alignment/frame_warp.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numbers>
+#include <vector>
+
+#include "alignment/frame_warp_plan.h"
+#include "alignment/frame_warp_rows.h"
+#include "filters/image_layout.h"
+#include "filters/numbers.h"
+#include "filters/sample_rows.h"
+#include "filters/scratch.h"
+
+namespace kyf {
+
+namespace {
+
+// Tables and rows of a tile stay in the nearest cache.
+constexpr std::int32_t kTileSamples = 768;
+constexpr std::int32_t kTileRows = 64;
+constexpr std::int32_t kNoRow = -1;
+
+std::int32_t Difference(std::int32_t a, std::int32_t b) noexcept { return WrappingSum(a, WrappingProduct(b, -1)); }
+
+double RadiansOf(const KyfFrameShift& shift) noexcept { return shift.Angle * std::numbers::pi / 180.0; }
+
+// A frame of S samples a pixel that is scaled and shifted: columns and rows are planned once.
+template <typename T> class StraightWarp {
+  public:
+    StraightWarp(const KyiImageData& source, const KyiImageData& destination, const KyfFrameShift& shift)
+        : m_source(source), m_destination(destination), m_width(source.Width), m_height(source.Height),
+          m_stride(SampleStride(source.PixelBytes)), m_columns(PlanAxis(source.Width, shift.ShiftX, shift.ScaleX)),
+          m_rows(PlanAxis(source.Height, shift.ShiftY, shift.ScaleY)),
+          m_fractions(static_cast<std::size_t>(m_width) * static_cast<std::size_t>(m_stride)) {
+        for (std::size_t i = 0; i < m_fractions.size(); ++i)
+            m_fractions[i] = m_columns[i / static_cast<std::size_t>(m_stride)].Fraction;
+        const std::int32_t tileColumns = kTileSamples / m_stride;
+        for (std::int32_t x = 0; x < m_width; x += tileColumns)
+            m_tiles.push_back({x, std::min(tileColumns, m_width - x),
+                               FindRuns(m_columns, x, x + std::min(tileColumns, m_width - x))});
+    }
+
+    void Run(KyiBool parallel) const {
+        const WorkShare share(BlockCount(m_height, kTileRows), parallel != 0);
+        const Scratch<double> lines(static_cast<std::size_t>(share.Chunks) * 2 * kTileSamples);
+#pragma omp parallel for schedule(static) if (parallel != 0)
+        for (std::int32_t chunk = 0; chunk < share.Chunks; ++chunk)
+            for (std::int32_t block = share.First(chunk); block < share.Last(chunk); ++block)
+                for (const Tile& tile : m_tiles)
+                    WarpTile(tile, block * kTileRows, lines.Get() + std::ptrdiff_t{2 * kTileSamples} * chunk);
+    }
+
+  private:
+    struct Tile {
+        std::int32_t Column;
+        std::int32_t Count;
+        std::vector<WarpRun> Runs;
+    };
+
+    // The two rows of samples under a row of the destination, interpolated along the row. The lower one of a row mostly
+    // is the upper one of the next.
+    class LinePair {
+      public:
+        explicit LinePair(double* lines) : m_lines{lines, lines + kTileSamples} {}
+
+        template <typename Fill> void Hold(std::int32_t above, std::int32_t below, Fill fill) {
+            if (m_held[1] == above) {
+                std::swap(m_lines[0], m_lines[1]);
+                std::swap(m_held[0], m_held[1]);
+            }
+            const std::int32_t wanted[2] = {above, below};
+            for (int i = 0; i < 2; ++i) {
+                if (m_held[i] == wanted[i]) continue;
+                fill(wanted[i], m_lines[i]);
+                m_held[i] = wanted[i];
+            }
+        }
+        const double* Above() const noexcept { return m_lines[0]; }
+        const double* Below() const noexcept { return m_lines[1]; }
+
+      private:
+        double* m_lines[2];
+        std::int32_t m_held[2] = {kNoRow, kNoRow};
+    };
+
+    void WarpTile(const Tile& tile, std::int32_t firstRow, double* lines) const noexcept {
+        LinePair pair(lines);
+        const std::int32_t count = tile.Count * m_stride;
+        for (std::int32_t y = firstRow; y < std::min(firstRow + kTileRows, m_height); ++y) {
+            T* const out = m_destination[y] + std::ptrdiff_t{tile.Column} * m_stride;
+            const WarpCell& cell = m_rows[static_cast<std::size_t>(y)];
+            if (cell.First < 0) {
+                std::fill_n(out, count, T{0});
+                continue;
+            }
+            pair.Hold(cell.First, cell.Second,
+                      [&](std::int32_t row, double* line) { InterpolateLine(tile, m_source[row], line); });
+            InterpolateRows(pair.Above(), pair.Below(), cell.Fraction, out, count);
+        }
+    }
+
+    void InterpolateLine(const Tile& tile, const T* row, double* line) const noexcept {
+        for (const WarpRun& run : tile.Runs) {
+            double* const out = line + std::ptrdiff_t{run.Column - tile.Column} * m_stride;
+            if (run.First < 0)
+                std::fill_n(out, run.Count * m_stride, 0.0);
+            else
+                InterpolateRun(row + std::ptrdiff_t{run.First} * m_stride, row + std::ptrdiff_t{run.Second} * m_stride,
+                               &m_fractions[static_cast<std::size_t>(run.Column) * static_cast<std::size_t>(m_stride)],
+                               out, run.Count * m_stride);
+        }
+    }
+
+    SampleRows<const T> m_source;
+    SampleRows<T> m_destination;
+    std::int32_t m_width;
+    std::int32_t m_height;
+    std::int32_t m_stride;
+    std::vector<WarpCell> m_columns;
+    std::vector<WarpCell> m_rows;
+    std::vector<double> m_fractions; // of each sample's column
+    std::vector<Tile> m_tiles;
+};
+
+// A frame that is turned too: every pixel has a cell of its own.
+template <typename T> class TurningWarp {
+  public:
+    TurningWarp(const KyiImageData& source, const KyiImageData& destination, const KyfFrameShift& shift) noexcept
+        : m_source(source), m_destination(destination), m_width(source.Width), m_height(source.Height),
+          m_stride(SampleStride(source.PixelBytes)), m_shift(shift), m_cos(std::cos(RadiansOf(shift))),
+          m_sin(std::sin(RadiansOf(shift))) {}
+
+    void Run(KyiBool parallel) const noexcept {
+#pragma omp parallel for schedule(static) if (parallel != 0)
+        for (std::int32_t y = 0; y < m_height; ++y) WarpRow(y);
+    }
+
+  private:
+    void WarpRow(std::int32_t y) const noexcept {
+        T* out = m_destination[y];
+        const std::int32_t dy = Difference(y - m_height / 2, m_shift.ShiftY);
+        for (std::int32_t x = 0; x < m_width; ++x, out += m_stride) {
+            const std::int32_t dx = Difference(x - m_width / 2, m_shift.ShiftX);
+            const WarpCell row = FindCell((m_cos * dy + m_sin * dx) / m_shift.ScaleY, m_height / 2, m_height);
+            const WarpCell column = FindCell((m_cos * dx - m_sin * dy) / m_shift.ScaleX, m_width / 2, m_width);
+            if (row.First < 0 || column.First < 0)
+                std::fill_n(out, m_stride, T{0});
+            else
+                WarpPixel(row, column, out);
+        }
+    }
+
+    void WarpPixel(const WarpCell& row, const WarpCell& column, T* out) const noexcept {
+        const T* const above = m_source[row.First];
+        const T* const below = m_source[row.Second];
+        constexpr double top = std::numeric_limits<T>::max() - 1;
+        const double fx = column.Fraction;
+        const double fy = row.Fraction;
+        for (std::int32_t s = 0; s < m_stride; ++s) {
+            const std::ptrdiff_t first = std::ptrdiff_t{column.First} * m_stride + s;
+            const std::ptrdiff_t second = std::ptrdiff_t{column.Second} * m_stride + s;
+            const double value = (below[second] * fx + below[first] * (1.0 - fx)) * fy +
+                                 (above[first] * (1.0 - fx) + above[second] * fx) * (1.0 - fy);
+            out[s] = static_cast<T>(TruncateToInt32(std::min(std::max(value, 0.0), top)));
+        }
+    }
+
+    SampleRows<const T> m_source;
+    SampleRows<T> m_destination;
+    std::int32_t m_width;
+    std::int32_t m_height;
+    std::int32_t m_stride;
+    KyfFrameShift m_shift;
+    double m_cos;
+    double m_sin;
+};
+
+// Without rotation sine and cosine are 0 and 1, and what they multiply leaves no trace in a sum.
+template <typename T>
+void Warp(const KyiImageData& source, const KyiImageData& destination, const KyfFrameShift& shift, KyiBool parallel) {
+    if (std::sin(RadiansOf(shift)) == 0.0 && std::cos(RadiansOf(shift)) == 1.0)
+        StraightWarp<T>(source, destination, shift).Run(parallel);
+    else
+        TurningWarp<T>(source, destination, shift).Run(parallel);
+}
+
+} // namespace
+
+KyPoint MapForward(KyPoint point, std::int32_t width, std::int32_t height, const KyfFrameShift& shift) noexcept {
+    const std::int32_t cx = width / 2;
+    const std::int32_t cy = height / 2;
+    const double angle = -RadiansOf(shift);
+    const double c = std::cos(angle);
+    const double n = std::sin(angle);
+    const std::int32_t dx = Difference(point.x, cx);
+    const std::int32_t dy = Difference(point.y, cy);
+    return {TruncateToInt32(((dx * c + dy * n + cx) - cx) * shift.ScaleY + cx + shift.ShiftX),
+            TruncateToInt32(((dy * c - dx * n + cy) - cy) * shift.ScaleY + cy + shift.ShiftY)};
+}
+
+void WarpFrame(const KyiImageData& source, KyiImageData& destination, const KyfFrameShift& shift, KyiBool parallel) {
+    if (!IsSameLayout(source, destination) || source.Pixels == destination.Pixels) return;
+    switch (SampleBytes(source.PixelBytes)) {
+    case 1: return Warp<std::uint8_t>(source, destination, shift, parallel);
+    case 2: return Warp<std::uint16_t>(source, destination, shift, parallel);
+    default: return;
+    }
+}
+
+} // namespace kyf

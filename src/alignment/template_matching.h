@@ -1,0 +1,49 @@
+/// Template matching: small areas of each frame are found again in the frame before it, and one scale and one shift
+/// that carry them there warp the frame. For 2D stacks whose field moves or breathes.
+#ifndef KYFOCUS_ALIGNMENT_TEMPLATE_MATCHING_H
+#define KYFOCUS_ALIGNMENT_TEMPLATE_MATCHING_H
+
+#include <array>
+#include <cstdint>
+
+#include <kyfocus/session.h>
+
+#include "filters/image_layout.h"
+
+namespace kyf {
+
+/// Entries of AreaTemplates, whatever AreaNo says: the areas of a stack are those of its first frame.
+inline constexpr std::int32_t kMostAreas = 4;
+
+/// What a frame changes in the session when it is taken. Held back until nothing can fail any more.
+struct TemplateUpdate {
+    std::array<ImagePtr, kMostAreas> AreaTemplates; ///< cut from the warped frame; null beyond the areas in use
+    KyfRect CommonRect;
+};
+
+/// Prepares a stack on its first frame: places AreaNo + 2 areas, but at least 2 and at most 4, cuts out what they are
+/// searched in, makes the matcher, and sets CommonRect. Throws std::bad_alloc with the areas of before still there.
+void SetUpTemplateMatching(KyfFocusComposition& session, const KyiImageData& frame);
+
+/// Whether the stack's first frame has been set up.
+bool IsTemplateMatchingSetUp(const KyfFocusComposition& session) noexcept;
+
+/// Warps a later frame onto the stack.
+/// @param aligned  Receives the warped frame; an image of the frame's size and format. @param shift  Receives its
+/// transform. @param progress  Gets four steps, all completed; the node itself is left to the caller.
+/// Throws std::bad_alloc.
+TemplateUpdate AlignByTemplates(KyfFocusComposition& session, const KyiImageData& frame, KyiImageData& aligned,
+                                KyfFrameShift& shift, KyiBool parallel, KyfProgress* progress);
+
+/// Makes the update the session's: the next frame is matched against this one.
+void ApplyTemplateUpdate(KyfFocusComposition& session, TemplateUpdate&& update) noexcept;
+
+/// The entry of a frame in FrameShifts, which grows by 256 entries at a time, new ones cleared. Throws std::bad_alloc.
+KyfFrameShift& FrameShiftOf(KyfFocusComposition& session, std::int32_t frameIndex);
+
+/// Frees AreaTemplates and Matcher.
+void FreeTemplateMatching(KyfFocusComposition& session) noexcept;
+
+} // namespace kyf
+
+#endif
