@@ -3,7 +3,9 @@
 #define KYFOCUS_KYFOCUS_H
 
 #include <kyfocus/alignment.h>
+#include <kyfocus/halation.h>
 #include <kyfocus/height.h>
+#include <kyfocus/noise_cut.h>
 #include <kyfocus/progress.h>
 #include <kyfocus/session.h>
 #include <kyfocus/settings.h>
