@@ -78,7 +78,7 @@ typedef struct KyfFocusComposition {
     int32_t BestFocusHeight;
     KyfFrameShift* FrameShifts;
     int32_t FrameShiftCapacity;
-    KyiImageData** AreaTemplates; /**< AreaNo + 2 images */
+    KyiImageData** AreaTemplates; /**< 4 entries, null beyond the areas in use: what each area is searched in */
     KyfRect AreaSearchRects[4];
     KyfRect AreaTemplateRects[4];
     KyfRect CommonRect;

@@ -36,7 +36,9 @@ AlignmentMethod Choose3DAlignment(const KyfFocusComposition& session) noexcept {
     return ChooseAlignment(session, AlignmentMethod::ProjectionShift);
 }
 
-bool IsAlignmentAvailable(AlignmentMethod method) noexcept { return method == AlignmentMethod::None; }
+bool IsAlignmentAvailable(AlignmentMethod method) noexcept {
+    return method == AlignmentMethod::None || method == AlignmentMethod::TemplateMatching;
+}
 
 KyfRect ResultRectangle(const KyfFocusComposition& session, const KyfCompositionState& state,
                         KyfLineMatching& matching) noexcept {

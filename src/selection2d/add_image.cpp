@@ -1,7 +1,10 @@
 #include <new>
+#include <optional>
 #include <utility>
 
 #include "alignment/alignment.h"
+#include "alignment/line_matching.h"
+#include "alignment/template_matching.h"
 #include "filters/image_layout.h"
 #include "progress/progress_proc_manager.h"
 #include "selection2d/aligned_frame.h"
@@ -83,10 +86,14 @@ void AddFirstFrame(KyfFocusComposition& session, const KyiImageData& frame, KyiB
     steps.Next();
     SetUpTables(session, frame);
     steps.Next();
-    steps.Next(); // set-up of template matching
+    if (Choose2DAlignment(session) == AlignmentMethod::TemplateMatching) SetUpTemplateMatching(session, frame);
+    steps.Next();
     ImagePtr working = FirstWorkingImage(session, frame);
     steps.Next();
-    steps.Next(); // set-up of line matching
+    if (Choose2DAlignment(session) == AlignmentMethod::LineMatching)
+        SetUpLineMatching(session.Matching2D, session.MatchingDetectType, state, frame, ProfileSource::FirstChannel,
+                          parallel);
+    steps.Next();
     working = RunFocusChain(session, std::move(working), parallel, steps);
     if (working) StoreFirstFocus(session, *working, parallel);
     working.reset();
@@ -97,20 +104,30 @@ void AddFirstFrame(KyfFocusComposition& session, const KyiImageData& frame, KyiB
 }
 
 // All that can fail comes before the selection, which is the first to change the session.
-void AddLaterFrame(KyfFocusComposition& session, const AlignedFrame& frame, KyiBool parallel,
+void AddLaterFrame(KyfFocusComposition& session, const KyiImageData& original, AlignedFrame& frame, KyiBool parallel,
                    CProgressProcManager& steps) {
-    steps.Next(); // template matching
-    steps.Next(); // line matching
+    std::optional<TemplateUpdate> update = WarpOntoStack(session, original, frame, parallel, steps.GetCurrent());
+    steps.Next();
+    std::optional<LineMatch> match;
+    if (Choose2DAlignment(session) == AlignmentMethod::LineMatching) match = AlignByLines(session, frame, parallel);
+    steps.Next();
     BlendScratch scratch = MakeBlendScratch(session);
     ImagePtr working = LaterWorkingImage(session, *frame.Image);
     steps.Next();
     working = RunFocusChain(session, std::move(working), parallel, steps);
+    if (update) ApplyTemplateUpdate(session, std::move(*update));
+    if (match) AcceptLineMatch(session.Matching2D, *match);
     if (working) SelectWinners(session, *working, parallel);
     steps.Next();
     BlendFrame(session, working.get(), *frame.Image, scratch, parallel);
     steps.Next();
     steps.Next();
     session.State2D.FrameCount += 1;
+}
+
+// The settings of a stack may have changed since its first frame.
+bool IsAlignmentReady(const KyfFocusComposition& session) {
+    return Choose2DAlignment(session) != AlignmentMethod::TemplateMatching || IsTemplateMatchingSetUp(session);
 }
 
 } // namespace
@@ -131,13 +148,18 @@ KyfResult Kyf2DSelectionAddImage(KyfFocusComposition* session, KyiImageData* fra
         KyiPutTraceLog(__FILE__, __LINE__, L"The frame's alignment method is not available in this build.", 0);
         return KyfResultInvalidParameter;
     }
+    if (!isFirst && !IsAlignmentReady(*session)) {
+        KyiPutTraceLog(__FILE__, __LINE__, L"Automatic positioning was off when the stack began: it cannot begin now.",
+                       0);
+        return KyfResultInvalidParameter;
+    }
     CProgressProcManager steps(progress, kAddSteps);
     if (isFirst) {
         AddFirstFrame(*session, *frame, parallel, steps);
         return KyfResultOk;
     }
-    const AlignedFrame aligned = ChooseAlignedFrame(*session, *frame, takeOwnership);
-    AddLaterFrame(*session, aligned, parallel, steps);
+    AlignedFrame aligned = ChooseAlignedFrame(*session, *frame, takeOwnership);
+    AddLaterFrame(*session, *frame, aligned, parallel, steps);
     if (aligned.IsTakenOver) {
         KyiFreeImageData(frame);
         ownershipTaken = 1;

@@ -1,6 +1,5 @@
 #include "selection2d/aligned_frame.h"
 
-#include <new>
 #include <utility>
 
 #include "alignment/alignment.h"
@@ -10,14 +9,8 @@ namespace kyf {
 namespace {
 
 AlignedFrame Owning(ImagePtr image) {
-    const KyiImageData* const pixels = image.get();
+    KyiImageData* const pixels = image.get();
     return {pixels, std::move(image), false};
-}
-
-ImagePtr Duplicate(const KyiImageData& image) {
-    ImagePtr copy(KyiDuplicateImageData(&image, 0));
-    if (!copy) throw std::bad_alloc();
-    return copy;
 }
 
 bool IsReduced(const KyfCompositionState& state) noexcept {
@@ -26,17 +19,35 @@ bool IsReduced(const KyfCompositionState& state) noexcept {
 
 } // namespace
 
-AlignedFrame ChooseAlignedFrame(const KyfFocusComposition& session, const KyiImageData& frame, KyiBool takeOwnership) {
+AlignedFrame ChooseAlignedFrame(const KyfFocusComposition& session, KyiImageData& frame, KyiBool takeOwnership) {
     const bool isTakenOver = takeOwnership != 0 && IsReduced(session.State2D);
     switch (Choose2DAlignment(session)) {
     case AlignmentMethod::TemplateMatching: return Owning(CloneImageLayout(frame));
     case AlignmentMethod::LineMatching:
-        if (!isTakenOver) return Owning(Duplicate(frame));
-        break;
     case AlignmentMethod::ProjectionShift: // of the 3D pipeline
     case AlignmentMethod::None: break;
     }
     return {&frame, nullptr, isTakenOver};
+}
+
+std::optional<TemplateUpdate> WarpOntoStack(KyfFocusComposition& session, const KyiImageData& frame,
+                                            const AlignedFrame& aligned, KyiBool parallel, KyfProgress* progress) {
+    if (Choose2DAlignment(session) != AlignmentMethod::TemplateMatching) return std::nullopt;
+    KyfFrameShift& shift = FrameShiftOf(session, session.State2D.FrameCount);
+    return AlignByTemplates(session, frame, *aligned.Own, shift, parallel, progress);
+}
+
+LineMatch AlignByLines(const KyfFocusComposition& session, AlignedFrame& frame, KyiBool parallel) {
+    LineMatch match = MatchLines(session.Matching2D, session.State2D, *frame.Image, parallel);
+    if (match.TotalShift == 0) return match;
+    if (frame.IsTakenOver) {
+        MoveRows(*frame.Image, match.TotalShift, parallel);
+        return match;
+    }
+    ImagePtr moved = CloneImageLayout(*frame.Image);
+    CopyMovedRows(*frame.Image, *moved, match.TotalShift, parallel);
+    frame = Owning(std::move(moved));
+    return match;
 }
 
 } // namespace kyf

@@ -1,5 +1,7 @@
 // The end of everything that a session owns, in the order of its fields' makers.
-#include "alignment/alignment.h"
+#include "alignment/line_matching.h"
+#include "alignment/projection_shift.h"
+#include "alignment/template_matching.h"
 #include "filters/double_image.h"
 #include "selection2d/selection2d.h"
 #include "session/session_insides.h"
@@ -34,15 +36,6 @@ void FreeHeightDataMap(KyfCompositionState& state) noexcept {
     state.MapHeight = 0;
 }
 
-void FreeMatching(KyfLineMatching& matching) noexcept {
-    if (matching.LineProfiles != nullptr)
-        for (std::int32_t i = 0; i < matching.LineCount; ++i) delete[] matching.LineProfiles[i];
-    FreeArray(matching.LineProfiles);
-    FreeArray(matching.LineRows);
-    FreeArray(matching.LineOrder);
-    FreeArray(matching.Profile);
-}
-
 void FreeTempFileMap(wchar_t**& paths) noexcept {
     if (paths != nullptr)
         for (wchar_t** path = paths; *path != nullptr; ++path) delete[] * path;
@@ -53,12 +46,6 @@ void FreeFrames(KyfImageData**& frames, std::int32_t capacity) noexcept {
     if (frames != nullptr)
         for (std::int32_t i = 0; i < capacity; ++i) FreeDoubleImage(frames[i]);
     FreeArray(frames);
-}
-
-void FreeAreaTemplates(KyfFocusComposition& session) noexcept {
-    if (session.AreaTemplates != nullptr)
-        for (std::int32_t i = 0; i < session.AreaNo + 2; ++i) KyiFreeImageData(session.AreaTemplates[i]);
-    FreeArray(session.AreaTemplates);
 }
 
 void FreeCutTables(KyfCompositionState& state) noexcept {
@@ -77,13 +64,14 @@ void ReleaseOwnedFields(KyfFocusComposition& session) noexcept {
     FreeIntTable(session.BestFrameMap, session.State2D.WorkHeight);
     FreeArray(session.BlendMask);
     FreeArray(session.TempFolder);
-    FreeMatching(session.Matching2D);
-    FreeMatching(session.Matching3D);
+    FreeLineMatching(session.Matching2D);
+    FreeLineMatching(session.Matching3D);
     FreeArray(session.HeightList);
     FreeTempFileMap(session.TempFileMap);
     FreeFrames(session.EdgeFrames, session.FrameCapacity);
     FreeFrames(session.KidoFrames, session.FrameCapacity);
-    FreeAreaTemplates(session);
+    DestroyProjectionShift(&session.ProjectionShift);
+    FreeTemplateMatching(session);
     FreeArray(session.FrameShifts);
     FreeDoubleTable(session.State2D.AntNoiseHeightDataMap);
     FreeDoubleTable(session.State3D.AntNoiseHeightDataMap);

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "alignment/pattern_matching.h"
 #include "filters/double_image.h"
 #include "selection2d/selection2d.h"
 #include "session/session_insides.h"
@@ -66,7 +67,8 @@ void FillAll(KyfFocusComposition& session) {
     session.BlendMask = One<double>();
     session.FrameShifts = One<KyfFrameShift>();
     session.AreaNo = 1;
-    session.AreaTemplates = new KyiImageData* [3] { KyiAllocImageData(1, 1, 3), KyiAllocImageData(1, 1, 3), nullptr };
+    session.AreaTemplates = new KyiImageData* [4] { KyiAllocImageData(1, 1, 3), KyiAllocImageData(1, 1, 3) };
+    session.Matcher = new KyfPatternMatching;
     FillMatching(session.Matching2D);
     FillMatching(session.Matching3D);
     session.FrameCapacity = 3;
