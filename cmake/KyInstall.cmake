@@ -8,6 +8,11 @@ if(TARGET kyfocus_program)
     install(TARGETS kyfocus_program RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()
 
+if(TARGET ky_cuda_kernels)
+    get_target_property(kernel_file ky_cuda_kernels KERNEL_FILE)
+    install(FILES ${kernel_file} DESTINATION ${CMAKE_INSTALL_BINDIR} OPTIONAL)
+endif()
+
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/kyfocus)
 install(EXPORT kyfocusTargets NAMESPACE kyfocus:: DESTINATION ${package_folder})
 configure_package_config_file(cmake/kyfocusConfig.cmake.in ${PROJECT_BINARY_DIR}/kyfocusConfig.cmake

@@ -1,5 +1,7 @@
 #include "gpu/gpu_switches.h"
 
+#include "gpu/cuda_api.h"
+
 namespace kyf {
 
 std::atomic<std::int32_t> g_isDisableGpuCuda{0};
@@ -10,7 +12,7 @@ void SetIsDisableGpu(std::int32_t disable) noexcept {
     g_isDisableGpuOpenCl = disable;
 }
 
-bool IsCudaInitialized() noexcept { return false; }
+bool IsCudaInitialized() { return CCudaAPI::GetInstance().IsInitialized(); }
 bool IsOpenClInitialized() noexcept { return false; }
 bool HasOpenClProgram() noexcept { return false; }
 

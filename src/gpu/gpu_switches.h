@@ -1,6 +1,6 @@
 /// What the process knows of its GPU back ends: whether a host has switched them off and whether they are there.
 ///
-/// gpu/ uses no other folder.
+/// gpu/ uses filters (addressing of samples), imaging (public calls) and platform.
 #ifndef KYFOCUS_GPU_GPU_SWITCHES_H
 #define KYFOCUS_GPU_GPU_SWITCHES_H
 
@@ -17,8 +17,9 @@ extern std::atomic<std::int32_t> g_isDisableGpuOpenCl;
 /// Writes both flags.
 void SetIsDisableGpu(std::int32_t disable) noexcept;
 
-/// Whether a back end has found its driver. This build has none of them.
-bool IsCudaInitialized() noexcept;
+/// Whether a back end has found its driver and is ready. Looks for it where that has not been done, unless it is
+/// switched off. Throws std::bad_alloc.
+bool IsCudaInitialized();
 bool IsOpenClInitialized() noexcept;
 
 /// Whether the kernels that the stages of a frame share have been built for OpenCL.

@@ -10,7 +10,8 @@ void TraceSwitch(const CFuncTraceLog& log, const wchar_t* name, bool value) {
     log.Trace(__FILE__, __LINE__, name, value ? L" = true" : L" = false");
 }
 
-bool IsCudaEnabled() noexcept { return g_isDisableGpuCuda == 0 && IsCudaInitialized(); }
+// A back end is asked first and its switch looked at then: what it does when switched off is in the trace.
+bool IsCudaEnabled() { return IsCudaInitialized() && g_isDisableGpuCuda == 0; }
 bool IsOpenClEnabled() noexcept { return g_isDisableGpuOpenCl == 0 && IsOpenClInitialized(); }
 
 bool FindOpenCl(const CFuncTraceLog& log) {
@@ -34,7 +35,7 @@ ProcessingPath ChooseProcessingPath(std::int32_t disableGpu, const CFuncTraceLog
     return isEnableOpenCl ? ProcessingPath::OpenCl : ProcessingPath::Cpu;
 }
 
-ProcessingPath ChooseMedianPath() noexcept {
+ProcessingPath ChooseMedianPath() {
     if (IsCudaEnabled()) return ProcessingPath::Cuda;
     return IsOpenClEnabled() ? ProcessingPath::OpenCl : ProcessingPath::Cpu;
 }

@@ -16,7 +16,7 @@ ProcessingPath ChooseProcessingPath(std::int32_t disableGpu, const CFuncTraceLog
 
 /// Path of one pass of the median, by the switches as they stand. Nothing is traced, and the program that the stages of
 /// a frame share plays no part: the median builds one of its own.
-ProcessingPath ChooseMedianPath() noexcept;
+ProcessingPath ChooseMedianPath();
 
 } // namespace kyf
 

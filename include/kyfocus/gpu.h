@@ -1,0 +1,28 @@
+/*
+ * Whether graphics processors can be used. The 3D modes choose by themselves, anew for each frame, and fall back: CUDA,
+ * then OpenCL, then the processor. KyfFocusInitializeParameter.DisableGPU keeps a session on the processor.
+ *
+ * Call these before work starts: they must not overlap with calls on sessions.
+ */
+#ifndef KYFOCUS_GPU_H
+#define KYFOCUS_GPU_H
+
+#include <stdbool.h>
+
+#include <kyfocus/types.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** Whether the 3D modes can use CUDA: the driver opens, device 0 gives a context, and "CUDAKernels.cu.fatbin" lies beside
+ *  the running program and fits the device. An attempt that fails past the opening of the driver is the last of the
+ *  process; the reason goes to the trace log. Switches CUDA on for the process until a session's next add or make
+ *  writes its own DisableGPU. */
+KYF_API bool KyfGetEnableGpuCuda(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,80 @@
+/// Memory, kernels and launches on the CUDA device. No result of the driver is looked at: a call that fails leaves what
+/// the device holds, and the work goes on.
+#ifndef KYFOCUS_GPU_CUDA_LAUNCH_H
+#define KYFOCUS_GPU_CUDA_LAUNCH_H
+
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+
+#include "gpu/cuda_api.h"
+
+namespace kyf {
+
+/// A block of device memory, freed with its holder. Address 0 where there is none.
+class CudaMemory {
+  public:
+    CudaMemory() = default;
+    CudaMemory(const CCudaAPI& api, std::size_t bytes) : m_api(&api) { api.AllocMemory(&m_address, bytes); }
+    /// Holds a copy of host memory.
+    CudaMemory(const CCudaAPI& api, const void* from, std::size_t bytes) : CudaMemory(api, bytes) {
+        api.CopyToDevice(m_address, from, bytes);
+    }
+    CudaMemory(CudaMemory&& other) noexcept
+        : m_api(std::exchange(other.m_api, nullptr)), m_address(std::exchange(other.m_address, 0)) {}
+    CudaMemory& operator=(CudaMemory&& other) noexcept {
+        std::swap(m_api, other.m_api);
+        std::swap(m_address, other.m_address);
+        return *this;
+    }
+    ~CudaMemory() {
+        if (m_api && m_address != 0) m_api->FreeMemory(m_address);
+    }
+
+    CUdeviceptr Address() const { return m_address; }
+
+  private:
+    const CCudaAPI* m_api = nullptr;
+    CUdeviceptr m_address = 0;
+};
+
+/// A kernel with the types of its arguments, so that a launch hands over what the kernel takes.
+template <typename Signature> class CudaKernel;
+template <typename... Arguments> class CudaKernel<void(Arguments...)> {
+  public:
+    CudaKernel(const CCudaAPI& api, const char* name) : m_api(api) { api.GetKernel(&m_kernel, name); }
+
+    /// One thread for each of width x height results, in blocks of 16 x 16, on the default stream.
+    void Run(std::int32_t width, std::int32_t height, Arguments... arguments) const {
+        void* parameters[] = {&arguments...};
+        m_api.Launch(m_kernel, Blocks(width), Blocks(height), 1, kBlock, kBlock, 1, 0, nullptr, parameters, nullptr);
+    }
+
+  private:
+    static constexpr unsigned int kBlock = 16;
+    static constexpr unsigned int Blocks(std::int32_t length) {
+        return (static_cast<unsigned int>(length) + kBlock - 1) / kBlock;
+    }
+
+    const CCudaAPI& m_api;
+    CUfunction m_kernel = nullptr;
+};
+
+/// The arguments of the kernels in CUDAKernels.cu, device memory by its address. Their names there are the functions'.
+using ReductionDownAve =
+    CudaKernel<void(CUdeviceptr dest_data, CUdeviceptr src_data, int dest_height, int dest_width, int src_height,
+                    int src_width, double x_ratio, double y_ratio, double dx, double dy)>;
+using CopyGreen = CudaKernel<void(CUdeviceptr dest_data, CUdeviceptr src_data, int dest_height, int dest_width)>;
+using MultiFilter = CudaKernel<void(CUdeviceptr dest_data, CUdeviceptr src_data, int src_height, int src_width,
+                                    int edge_area, CUdeviceptr matrix, int m_size)>;
+using HighPassFilter = CudaKernel<void(CUdeviceptr dest_data, CUdeviceptr src_data, int src_height, int src_width)>;
+using TotalData = CudaKernel<void(CUdeviceptr current_image_data, CUdeviceptr current_kido_data,
+                                  int current_image_height, int current_image_width, CUdeviceptr n_bibun_data,
+                                  CUdeviceptr n_bokashi_bibun_data, CUdeviceptr kido_src_data, int n_src_height,
+                                  int n_src_width, double h_ratio, double w_ratio, int harf_area_size)>;
+using MedianOnCuda = CudaKernel<void(CUdeviceptr pDestImage, CUdeviceptr pHeightImage, CUdeviceptr pMaskImage,
+                                     int height, int width, int filter_size)>;
+
+} // namespace kyf
+
+#endif
