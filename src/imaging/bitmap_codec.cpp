@@ -69,14 +69,19 @@ void CheckHoldsPixels(const platform::InputFile& file, const BitmapHeader& heade
                         std::to_string(bytes) + " expected");
 }
 
-/// Lines that lie in the file as in memory.
+// Whether the lines lie in the file as in an image with lines of `lineBytes` bytes. From an odd place, pieces that go
+// through the cache are the faster way.
+bool LiesAsInMemory(const BitmapHeader& header, std::int32_t lineBytes) {
+    return header.PixelOffset % kPixelAlignment == 0 && !header.TopDown &&
+           header.LineBytes() == static_cast<std::size_t>(lineBytes);
+}
+
+/// Samples that the file holds as they are.
 OwnedImage LoadBlock(platform::InputFile& file, const BitmapHeader& header, std::int32_t format) {
     CheckHoldsPixels(file, header);
     OwnedImage image = NewImage(header.Width, header.Height, format);
     const std::size_t lineBytes = header.LineBytes();
-    // From an odd place, pieces that go through the cache are the faster way.
-    const bool aligned = header.PixelOffset % kPixelAlignment == 0;
-    if (aligned && !header.TopDown && lineBytes == static_cast<std::size_t>(image->LineBytes)) {
+    if (LiesAsInMemory(header, image->LineBytes)) {
         ReadExactly(file, header.PixelOffset, image->Pixels, PixelBlockBytes(*image));
         return image;
     }
@@ -171,6 +176,15 @@ OwnedImage LoadMasked(platform::InputFile& file, const BitmapHeader& header) {
     return image;
 }
 
+// Format of the samples that the file holds as they are; 0 where they are to be converted.
+std::int32_t StoredFormat(platform::InputFile& file, const BitmapHeader& header) {
+    if (header.Compression == BitmapCompression::Block) return header.BlockFormat;
+    if (header.Bits == 24) return KyiFormatBgr24;
+    if (header.Bits != 8 || header.Compression != BitmapCompression::None) return 0;
+    const Palette palette = ReadPalette(file, header);
+    return palette.IsGray && palette.IsIdentity ? KyiFormatGray8 : 0;
+}
+
 } // namespace
 
 bool IsBitmap(std::span<const std::uint8_t> start) noexcept {
@@ -185,6 +199,15 @@ OwnedImage LoadBitmap(platform::InputFile& file) {
     const Palette palette = ReadPalette(file, header);
     if (header.Compression != BitmapCompression::None) return LoadRunLengths(file, header, palette);
     return palette.IsGray ? LoadGrayPalette(file, header, palette) : LoadColourPalette(file, header, palette);
+}
+
+bool ReloadBitmap(platform::InputFile& file, KyiImageData& image) {
+    const BitmapHeader header = ReadBitmapHeader(file);
+    if (header.Width != image.Width || header.Height != image.Height) return false;
+    if (!LiesAsInMemory(header, image.LineBytes) || StoredFormat(file, header) != image.Format) return false;
+    CheckHoldsPixels(file, header);
+    ReadExactly(file, header.PixelOffset, image.Pixels, PixelBlockBytes(image));
+    return true;
 }
 
 void SaveBitmap(platform::FileReplacement& file, const KyiImageData& image) {

@@ -34,6 +34,10 @@ bool IsBitmap(std::span<const std::uint8_t> start) noexcept;
 /// Throws FileError.
 OwnedImage LoadBitmap(platform::InputFile& file);
 
+/// Reads the pixels of a file whose lines lie in it as in `image`, which has its size and format. False for any other
+/// file, with the image as it was. Throws FileError, with the pixels overwritten in part.
+bool ReloadBitmap(platform::InputFile& file, KyiImageData& image);
+
 /// A failure to write is kept by `file`.
 void SaveBitmap(platform::FileReplacement& file, const KyiImageData& image);
 

@@ -67,10 +67,14 @@ OwnedImage LoadAnyKind(platform::InputFile& file) {
     throw FileError("the file is not a bitmap, TIFF, PNG or JPEG image");
 }
 
-OwnedImage LoadOnlyBitmap(platform::InputFile& file) {
+bool StartsAsBitmap(platform::InputFile& file) {
     std::array<std::uint8_t, 2> bytes{};
     ReadExactly(file, 0, bytes.data(), bytes.size());
-    if (!IsBitmap(bytes)) throw FileError("the file is not a bitmap");
+    return IsBitmap(bytes);
+}
+
+OwnedImage LoadOnlyBitmap(platform::InputFile& file) {
+    if (!StartsAsBitmap(file)) throw FileError("the file is not a bitmap");
     return LoadBitmap(file);
 }
 
@@ -133,6 +137,16 @@ KyiBool KyiLoadImageData(const wchar_t* path, KyiImageData** image) {
 
 KyiBool KyiLoadBitmap32(const wchar_t* path, KyiImageData** image) {
     return kyi::Load("KyiLoadBitmap32", path, image, kyi::LoadOnlyBitmap);
+}
+
+KyiBool KyiReloadBitmap32(const wchar_t* path, KyiImageData* image) {
+    if (!image || !image->Pixels) return 0;
+    try {
+        platform::InputFile file(path);
+        return kyi::StartsAsBitmap(file) && kyi::ReloadBitmap(file, *image) ? 1 : 0;
+    } catch (const std::exception&) { // told by a plain load
+        return 0;
+    }
 }
 
 int32_t KyiGetFileTypeFromFileName(const wchar_t* path) {

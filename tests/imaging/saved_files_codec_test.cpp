@@ -43,6 +43,64 @@ TEST(SavedBitmap, LoadsThroughTheBitmapCallToo) {
     EXPECT_TRUE(test::SameImage(*image, *Image(loaded)));
 }
 
+bool Reload(const std::filesystem::path& file, KyiImageData& image) {
+    return KyiReloadBitmap32(file.wstring().c_str(), &image) != 0;
+}
+
+TEST(ReloadBitmap32, OverwritesAnImageWithWhatALoadWouldGive) {
+    const test::TemporaryFolder folder;
+    const std::filesystem::path file = folder.Path() / "a.bmp";
+    for (const std::int32_t format : test::AllFormats()) {
+        for (const test::Shape& shape : test::kAwkwardShapes) {
+            SCOPED_TRACE(test::Describe(shape, format));
+            const Image image = test::RandomImage(shape.Width, shape.Height, format, 3);
+            const Image kept = test::RandomImage(shape.Width, shape.Height, format, 4);
+            ASSERT_TRUE(test::SaveFile(file, *image));
+            const void* const pixels = kept->Pixels;
+            ASSERT_TRUE(Reload(file, *kept));
+            EXPECT_EQ(pixels, kept->Pixels);
+            EXPECT_TRUE(test::SameImage(*image, *kept));
+        }
+    }
+}
+
+TEST(ReloadBitmap32, RefusesFilesOfAnotherKindAndSaysNothing) {
+    const test::TemporaryFolder folder;
+    const std::filesystem::path file = folder.Path() / "a.bmp";
+    const Image kept = test::RandomImage(8, 5, KyiFormatBgr24, 1);
+    const Image before = test::RandomImage(8, 5, KyiFormatBgr24, 1);
+    const auto refused = [&] { return !Reload(file, *kept) && test::SameImage(*before, *kept); };
+    const std::string reason = test::LastReason();
+    EXPECT_TRUE(refused()) << "no file";
+    for (const Image& other :
+         {test::RandomImage(7, 5, KyiFormatBgr24, 2), test::RandomImage(8, 6, KyiFormatBgr24, 2),
+          test::RandomImage(8, 5, KyiFormatGray8, 2), test::RandomImage(8, 5, KyiFormatBgr24Other, 2),
+          test::RandomImage(8, 5, KyiFormatBgr48, 2)}) {
+        ASSERT_TRUE(test::SaveFile(file, *other));
+        EXPECT_TRUE(refused()) << other->Width << " x " << other->Height << ", format " << other->Format;
+    }
+    test::WriteFile(file, {});
+    EXPECT_TRUE(refused()) << "empty";
+    ASSERT_TRUE(test::SaveFile(file, *test::RandomImage(8, 5, KyiFormatBgr24, 2)));
+    std::filesystem::resize_file(file, std::filesystem::file_size(file) - 1);
+    EXPECT_TRUE(refused()) << "truncated";
+    EXPECT_EQ(0, KyiReloadBitmap32(nullptr, kept.get()));
+    EXPECT_EQ(0, KyiReloadBitmap32(file.wstring().c_str(), nullptr));
+    EXPECT_EQ(reason, test::LastReason());
+}
+
+// A palette of grays in another order is turned into samples, which the file does not hold.
+TEST(ReloadBitmap32, RefusesAPaletteThatIsNoGrayRamp) {
+    const test::TemporaryFolder folder;
+    const std::filesystem::path file = folder.Path() / "a.bmp";
+    const Image gray = test::RandomImage(8, 5, KyiFormatGray8, 1);
+    ASSERT_TRUE(test::SaveFile(file, *gray));
+    test::Bytes bytes = test::ReadFile(file);
+    test::PutAt(bytes, 54 + 4 * 10, 0x171717); // the headers have 54 bytes
+    test::WriteFile(file, bytes);
+    EXPECT_FALSE(Reload(file, *gray));
+}
+
 class SavedLossless : public testing::TestWithParam<const char*> {};
 
 TEST_P(SavedLossless, LoadsWithTheSameSamples) {
