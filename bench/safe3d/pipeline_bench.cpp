@@ -149,13 +149,15 @@ void LoadAndBlend(KyfFocusComposition& session, const kyf::KyfImageDataUint16& m
     const KyiImageData& composite = *session.State3D.CompImage;
     const kyf::SampleRows<std::uint8_t> out(composite);
     kyf::ImagePtr previous = kyf::LoadTempFrame(session, 0);
+    kyf::ImagePtr spare; // as the composite does it: frames read into memory that is there
     for (std::int32_t i = 1; i < session.State3D.FrameCount; ++i) {
-        kyf::ImagePtr next = kyf::LoadTempFrame(session, i);
+        kyf::ImagePtr next = kyf::LoadTempFrame(session, i, std::move(spare));
         const kyf::BlendStep step = kyf::MakeBlendStep(i, session.State3D.FrameCount, map.Scale, map.Offset);
         const kyf::SampleRows<const std::uint8_t> from(*previous);
         const kyf::SampleRows<const std::uint8_t> to(*next);
         for (std::int32_t y = 0; y < composite.Height; ++y)
             kyf::BlendRow(step, map.Rows[y], from[y], to[y], out[y], {3, 3, 3}, 3, composite.Width);
+        spare = std::move(previous);
         previous = std::move(next);
     }
 }

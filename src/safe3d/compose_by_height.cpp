@@ -18,8 +18,7 @@ namespace kyf {
 
 namespace {
 
-// Rows that a thread takes at a time: the one that reads a frame takes none until it has done so.
-constexpr std::int32_t kRowsAtATime = 16;
+constexpr std::int32_t kRowsOfBlock = 16; // that threads take in turn: a surface's rows in focus lie side by side
 
 constexpr int BlendedChannels(bool isColour) noexcept { return isColour ? 3 : 1; }
 
@@ -76,16 +75,18 @@ template <typename T> class Composer {
           m_isColour(KyiIsFormatBgr(m_composite.Format) != 0) {}
 
     KyfResult Run(KyfProgress* progress) {
-        ImagePtr previous = Load(0);
+        ImagePtr previous = Load(0, nullptr);
         if (!previous) return KyfResultInvalidParameter;
         const std::int32_t count = m_session.State3D.FrameCount;
         CProgressProcManager steps(progress, count - 1);
-        ImagePtr next = count > 1 ? Load(1) : nullptr;
+        ImagePtr next = count > 1 ? Load(1, nullptr) : nullptr;
+        ImagePtr spare;
         KyfResult result = KyfResultInvalidParameter;
         for (std::int32_t i = 1; i < count && next; ++i) {
-            ImagePtr following = BlendAndReadAhead(i, *previous, *next);
+            ImagePtr following = BlendAndReadAhead(i, *previous, *next, spare);
+            spare = std::move(previous);
             previous = std::move(next);
-            next = m_readsAhead || i + 1 == count ? std::move(following) : Load(i + 1);
+            next = m_readsAhead || i + 1 == count ? std::move(following) : Load(i + 1, std::move(spare));
             if (i == count - 1) result = KyfResultOk;
             steps.Next();
         }
@@ -94,27 +95,41 @@ template <typename T> class Composer {
     }
 
   private:
-    ImagePtr Load(std::int32_t index) const noexcept {
-        ImagePtr frame = LoadTempFrame(m_session, index);
+    ImagePtr Load(std::int32_t index, ImagePtr spare) const noexcept {
+        ImagePtr frame = LoadTempFrame(m_session, index, std::move(spare));
         if (frame && !FitsComposite(*frame, m_composite, m_isColour)) frame.reset();
         return frame;
     }
 
-    // Blends the step from frame i - 1 to frame i while the calling thread, if there are others, reads the frame after
-    // it: frames then come and go in one thread, so that each takes the memory of one before it.
-    ImagePtr BlendAndReadAhead(std::int32_t i, const KyiImageData& previous, const KyiImageData& next) {
+    // Blends the step from frame i - 1 to frame i. The calling thread, which gets the reason of a file that cannot be
+    // read, reads the frame after it into `spare` meanwhile; the other threads share the rows, or it takes them itself
+    // when it has come alone.
+    ImagePtr BlendAndReadAhead(std::int32_t i, const KyiImageData& previous, const KyiImageData& next,
+                               ImagePtr& spare) {
         const std::int32_t count = m_session.State3D.FrameCount;
         const BlendStep step = MakeBlendStep(i, count, m_full.Scale, m_full.Offset);
         const FramePair<T> frames(previous, next, m_composite);
+        const bool reads = m_readsAhead && i + 1 < count;
         ImagePtr following;
 #pragma omp parallel if (m_parallel)
         {
-#pragma omp master
-            if (m_readsAhead && i + 1 < count) following = Load(i + 1);
-#pragma omp for schedule(dynamic, kRowsAtATime)
-            for (std::int32_t y = 0; y < m_composite.Height; ++y) BlendPieces(step, frames, y);
+            const std::int32_t team = omp_get_num_threads();
+            const std::int32_t reader = reads && team > 1 ? 1 : 0; // threads that blend nothing
+            const std::int32_t place = omp_get_thread_num() - reader;
+            if (reads && omp_get_thread_num() == 0) following = Load(i + 1, std::move(spare));
+            if (place >= 0) BlendShare(step, frames, place, team - reader);
         }
         return following;
+    }
+
+    // Every `shares`-th block of rows, from block `share` on.
+    void BlendShare(const BlendStep& step, const FramePair<T>& frames, std::int32_t share, std::int32_t shares) const {
+        const std::int32_t blocks = BlockCount(m_composite.Height, kRowsOfBlock);
+        for (std::int32_t block = share; block < blocks; block += shares) {
+            const std::int32_t first = block * kRowsOfBlock;
+            const std::int32_t count = std::min(kRowsOfBlock, m_composite.Height - first);
+            for (std::int32_t y = first; y < first + count; ++y) BlendPieces(step, frames, y);
+        }
     }
 
     void BlendPieces(const BlendStep& step, const FramePair<T>& frames, std::int32_t y) const {
@@ -134,7 +149,7 @@ template <typename T> class Composer {
     SampleRows<T> m_rows;
     MapRanges m_ranges;
     bool m_parallel;
-    bool m_readsAhead; // else a frame is freed before the next one is read, which takes its memory
+    bool m_readsAhead; // else a frame takes the memory of the one before the last
     bool m_isColour;
 };
 

@@ -61,11 +61,13 @@ KyfResult SaveTempFrame(KyfFocusComposition& session, const KyiImageData& frame)
     return KyfResultOk;
 }
 
-ImagePtr LoadTempFrame(const KyfFocusComposition& session, std::int32_t index) noexcept {
+ImagePtr LoadTempFrame(const KyfFocusComposition& session, std::int32_t index, ImagePtr spare) noexcept {
     const wchar_t* const path = session.TempFileMap[index];
+    const bool isBitmap = KyiGetFileTypeFromFileName(path) == KyiFileTypeBitmap;
+    if (isBitmap && spare && KyiReloadBitmap32(path, spare.get())) return spare;
+    spare.reset();
     KyiImageData* image = nullptr;
-    const KyiBool isLoaded = KyiGetFileTypeFromFileName(path) == KyiFileTypeBitmap ? KyiLoadBitmap32(path, &image)
-                                                                                   : KyiLoadImageData(path, &image);
+    const KyiBool isLoaded = isBitmap ? KyiLoadBitmap32(path, &image) : KyiLoadImageData(path, &image);
     return ImagePtr(isLoaded ? image : nullptr);
 }
 
