@@ -1,4 +1,5 @@
 /* The headers in C: what a host in C sees of the library. */
+#include <kyfocus/file_composition.h>
 #include <kyfocus/kyfocus.h>
 
 static int g_calls;
@@ -19,4 +20,16 @@ int RunSessionInC(void) {
     KyfFreeProgress(progress);
     KyfFreeFocusComposition(session);
     return started == KyfResultOk && isGyre ? g_calls : -1;
+}
+
+/* A call on files that has none, and a parameter file that is missing: 1 when both give what they should. */
+int ComposeNoFilesInC(void) {
+    KyfFocusCompositionParameter record = {0};
+    KyfLoadFocusCompositionParameter(&record, L"");
+    KyfFileFocusCompositionParameter parameter = {.Init = {.TempFolder = L""}, .AlgType = record.AlgType};
+    KyfSet3DSelectionParameter(&record, &parameter.Param3D);
+    KyfFileFocusCompositionResult result = {0};
+    const KyfResult composed = KyfExecuteFileFocusComposition(&parameter, &result, 0, NULL);
+    KyfFreeFileFocusCompositionResult(&result);
+    return composed == KyfResultInvalidParameter && parameter.Param3D.D3ShapeSmoothing == 5;
 }

@@ -4,9 +4,11 @@
 #include <type_traits>
 
 #include <gtest/gtest.h>
+#include <kyfocus/file_composition.h>
 #include <kyfocus/kyfocus.h>
 
 extern "C" int RunSessionInC(void);
+extern "C" int ComposeNoFilesInC(void);
 
 namespace {
 
@@ -214,6 +216,30 @@ FIELD(KyfFocusComposition3DSelectionParameter, FocusingValueDetectionSensitivity
 FIELD(KyfFocusComposition3DSelectionParameter, D3ShapeSmoothing, ProjectionNoiseRemove);
 LAST(KyfFocusComposition3DSelectionParameter, ProjectionNoiseRemove);
 
+FIRST(KyfFocusCompositionFile, Path);
+FIELD(KyfFocusCompositionFile, Path, Height);
+LAST(KyfFocusCompositionFile, Height);
+
+FIRST(KyfFileFocusCompositionParameter, Init);
+FIELD(KyfFileFocusCompositionParameter, Init, AlgType);
+FIELD(KyfFileFocusCompositionParameter, AlgType, Param2D);
+FIELD(KyfFileFocusCompositionParameter, Param2D, Param3D);
+FIELD(KyfFileFocusCompositionParameter, Param3D, Files);
+FIELD(KyfFileFocusCompositionParameter, Files, FileCount);
+FIELD(KyfFileFocusCompositionParameter, FileCount, WantHeightData);
+FIELD(KyfFileFocusCompositionParameter, WantHeightData, WantDifferentiationMap);
+LAST(KyfFileFocusCompositionParameter, WantDifferentiationMap);
+
+FIRST(KyfFileFocusCompositionResult, Image);
+FIELD(KyfFileFocusCompositionResult, Image, CuttedHeightData);
+FIELD(KyfFileFocusCompositionResult, CuttedHeightData, CuttedHeightWidth);
+FIELD(KyfFileFocusCompositionResult, CuttedHeightWidth, CuttedHeightHeight);
+FIELD(KyfFileFocusCompositionResult, CuttedHeightHeight, CuttedAntNoiseHeightData);
+FIELD(KyfFileFocusCompositionResult, CuttedAntNoiseHeightData, CuttedAntNoiseWidth);
+FIELD(KyfFileFocusCompositionResult, CuttedAntNoiseWidth, CuttedAntNoiseHeight);
+FIELD(KyfFileFocusCompositionResult, CuttedAntNoiseHeight, DifferentiationMap);
+LAST(KyfFileFocusCompositionResult, DifferentiationMap);
+
 #undef FIRST
 #undef FIELD
 #undef LAST
@@ -227,6 +253,9 @@ static_assert(sizeof(KyfFocusComposition3DSelectionParameter) == 4 * 17);
 static_assert(std::is_standard_layout_v<KyfFocusComposition> && std::is_trivially_copyable_v<KyfFocusComposition>);
 static_assert(sizeof(KyfFocusComposition::Signature) == 12);
 
-TEST(Interface, IsUsableFromC) { EXPECT_EQ(RunSessionInC(), 1); }
+TEST(Interface, IsUsableFromC) {
+    EXPECT_EQ(RunSessionInC(), 1);
+    EXPECT_EQ(ComposeNoFilesInC(), 1);
+}
 
 } // namespace

@@ -1,12 +1,15 @@
 // Recorded sessions: which result each call gives, scenario by scenario.
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <map>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <kyfocus/file_composition.h>
 
 #include "session/result_calls.h"
 
@@ -91,10 +94,79 @@ TEST(ResultCaseSelection, KeepsTheScenariosOf2DSelection) {
         EXPECT_TRUE(std::binary_search(names.begin(), names.end(), name)) << name;
 }
 
+/// Everything that one call on files is told, from a recorded case.
+class RecordedFiles {
+  public:
+    explicit RecordedFiles(const Json& json) : m_tempFolder(m_owner.TempFolder(json)) {
+        for (const Json& file : json.at("files")) m_paths.push_back(m_owner.FrameFile(file.at("frame")));
+        for (std::size_t i = 0; i < m_paths.size(); ++i) {
+            const Json& height = json.at("files").at(i).at("height");
+            m_files.push_back({m_paths[i].c_str(), height.is_number() ? height.get<double>() : std::nan("")});
+        }
+        const KyfSpeed speed = json.at("Speed");
+        m_parameter.Init.TempFolder = m_tempFolder.c_str();
+        m_parameter.AlgType = json.at("AlgType");
+        m_parameter.Param2D = test::Defaults<KyfFocusComposition2DSelectionParameter>(speed);
+        m_parameter.Param3D = test::Defaults<KyfFocusComposition3DSelectionParameter>(speed);
+        m_parameter.Files = m_files.data();
+        m_parameter.FileCount = json.at("FileCount");
+        m_parameter.WantHeightData = json.at("WantHeightData");
+        m_parameter.WantDifferentiationMap = json.at("WantDifferentiationMap");
+    }
+    const KyfFileFocusCompositionParameter& Parameter() const { return m_parameter; }
+
+  private:
+    test::RecordedSession m_owner;
+    std::wstring m_tempFolder;
+    std::vector<std::wstring> m_paths;
+    std::vector<KyfFocusCompositionFile> m_files;
+    KyfFileFocusCompositionParameter m_parameter{};
+};
+
+Json Sizes(const void* rows, std::initializer_list<std::int32_t> sizes) { return rows ? Json(sizes) : Json(); }
+
+/// What a result record holds, as the cases tell it.
+Json Describe(const KyfFileFocusCompositionResult& result) {
+    const KyiImageData* const image = result.Image;
+    const KyfDifferentiationMap& map = result.DifferentiationMap;
+    Json json;
+    json["image"] = image != nullptr ? Json{image->Width, image->Height, image->Format} : Json();
+    json["cutted_height_data"] = Sizes(result.CuttedHeightData, {result.CuttedHeightWidth, result.CuttedHeightHeight});
+    json["cutted_ant_noise_height_data"] =
+        Sizes(result.CuttedAntNoiseHeightData, {result.CuttedAntNoiseWidth, result.CuttedAntNoiseHeight});
+    json["differentiation_map"] = Sizes(map.Rows, {map.Width, map.Height, map.Depth});
+    return json;
+}
+
+class FileCases : public testing::TestWithParam<std::string> {};
+
+TEST_P(FileCases, GiveTheRecordedResults) {
+    const Json json = test::LoadCase("results", GetParam()).Json;
+    ASSERT_EQ(json.at("kind"), "file_composition");
+    const RecordedFiles files(json.at("parameter"));
+    for (const KyiBool parallel : {0, 1}) {
+        KyfFileFocusCompositionResult result{};
+        const test::Progress progress = test::MakeProgress();
+        EXPECT_EQ(KyfExecuteFileFocusComposition(&files.Parameter(), &result, parallel, progress.get()),
+                  json.at("result").get<KyfResult>());
+        Json outputs = Describe(result);
+        if (json.at("result") != KyfResultOk) {
+            EXPECT_EQ(outputs, Describe(KyfFileFocusCompositionResult{}));
+            outputs = Json::object();
+        }
+        outputs["progress_completed"] = progress->Completed != 0;
+        EXPECT_EQ(outputs, json.at("outputs"));
+        KyfFreeFileFocusCompositionResult(&result);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Recorded, FileCases, testing::ValuesIn(test::CaseNames("results", "file_")), Name);
+
 /// Calls without a result by name; those that a build lacks are not in the table.
 const std::map<std::string, std::function<void()>> kNullCalls = {
     {"KyfFreeFocusComposition", [] { KyfFreeFocusComposition(nullptr); }},
     {"KyfFocusTerminate", [] { KyfFocusTerminate(nullptr); }},
+    {"KyfFreeFileFocusCompositionResult", [] { KyfFreeFileFocusCompositionResult(nullptr); }},
     {"KyfFreeDifferentiationMap8Bit", [] { KyfFreeDifferentiationMap8Bit(nullptr); }},
     {"KyfFreeProgress", [] { KyfFreeProgress(nullptr); }},
 };
@@ -108,6 +180,11 @@ const std::map<std::string, std::function<void()>> kEmptyRecordCalls = {
      [] {
          KyfDifferentiationMap empty{};
          KyfFreeDifferentiationMap(&empty);
+     }},
+    {"KyfFreeFileFocusCompositionResult",
+     [] {
+         KyfFileFocusCompositionResult empty{};
+         KyfFreeFileFocusCompositionResult(&empty);
      }},
 };
 
