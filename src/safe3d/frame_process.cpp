@@ -1,6 +1,7 @@
 #include "safe3d/frame_process.h"
 
 #include "filters/numbers.h"
+#include "safe3d/cuda_stages.h"
 #include "safe3d/frame_stages.h"
 #include "safe3d/processing_path.h"
 
@@ -14,7 +15,7 @@ constexpr std::int32_t kFilterStages = 3;
 std::unique_ptr<FrameStages> MakeStages(ProcessingPath path, const KyfFocusComposition& session,
                                         const KyiImageData& frame, KyiBool parallel) {
     switch (path) {
-    case ProcessingPath::Cuda:
+    case ProcessingPath::Cuda: return MakeCudaStages(session, frame, parallel);
     case ProcessingPath::OpenCl:
     case ProcessingPath::Cpu: break;
     }

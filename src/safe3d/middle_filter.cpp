@@ -9,6 +9,7 @@
 #include <kyimaging/functracelog.h>
 
 #include "filters/sample_rows.h"
+#include "safe3d/cuda_stages.h"
 #include "safe3d/custom_deleter.h"
 #include "safe3d/median_row.h"
 #include "safe3d/processing_path.h"
@@ -177,7 +178,7 @@ constexpr const wchar_t* kTitle = L"MiddleFilter( KyfImageDataUint16*, KyiImageD
 PassResult RunPass(KyfImageDataUint16& image, const KyiImageData& mask, std::int32_t size, KyiBool parallel) {
     const CFuncTraceLog log(__FILE__, __LINE__, kTitle, 0);
     switch (ChooseMedianPath()) {
-    case ProcessingPath::Cuda:
+    case ProcessingPath::Cuda: FilterMedianOnCuda(image, mask, size, log); return PassResult::Changed;
     case ProcessingPath::OpenCl:
     case ProcessingPath::Cpu: break;
     }
