@@ -1,10 +1,10 @@
 #include "session/start_up.h"
 
-#include <array>
 #include <cwchar>
 #include <exception>
 
 #include "filters/filters.h"
+#include "gpu/intermediate_code_path.h"
 #include "platform/folders.h"
 #include "platform/profile.h"
 #include "session/session_insides.h"
@@ -20,24 +20,7 @@ std::wstring ReadTraceSetting(const std::wstring& folder) {
     return platform::ReadProfileText((folder + L"/KYFocus.ini").c_str(), L"Debug", L"Log", L"", kProfileCapacity);
 }
 
-struct Path {
-    std::array<wchar_t, KyfMaxPath> Text{};
-    void Set(const wchar_t* path) { std::wcsncpy(Text.data(), path, Text.size() - 1); }
-};
-
-/// The path in force. Starts as the user's cache folder when it is first asked for or set.
-Path& TheIntermediateCodePath() {
-    static Path path = [] {
-        Path initial;
-        initial.Set(platform::IntermediateCodeFolder().c_str());
-        return initial;
-    }();
-    return path;
-}
-
 } // namespace
-
-const wchar_t* kyf::IntermediateCodePath() { return TheIntermediateCodePath().Text.data(); }
 
 void KyfDllInitialize(const wchar_t* /*path*/) {
     try {
@@ -54,9 +37,7 @@ void KyfSetParallelProcImageSize(uint32_t pixels) { kyf::g_parallelProcImageSize
 void KyfSetIntermediateCodePath(const wchar_t* path) {
     if (path == nullptr) return;
     try {
-        Path copy;
-        copy.Set(path);
-        TheIntermediateCodePath() = copy;
+        kyf::SetIntermediateCodePath(path);
     } catch (const std::exception&) {
         // Out of memory for the default that would have been replaced: there is no path yet, and the next call tries
         // again.

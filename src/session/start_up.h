@@ -1,4 +1,4 @@
-/// State of the process: the language module's name and how it is loaded, the folder of compiled GPU programs.
+/// State of the process: the language module's name and how it is loaded.
 ///
 /// Plain variables: a host sets them before work starts.
 #ifndef KYFOCUS_SESSION_START_UP_H
@@ -23,9 +23,6 @@ void SetResourceLoader(const ResourceLoader& loader) noexcept;
 
 /// The module that dialogs take texts and pictures from; null stands for the library's own.
 void* CurrentResource() noexcept;
-
-/// Folder of the compiled GPU programs, at most KyfMaxPath characters with the terminator.
-const wchar_t* IntermediateCodePath();
 
 } // namespace kyf
 

@@ -10,6 +10,7 @@
 #include <kyfocus/resource.h>
 
 #include "filters/filters.h"
+#include "gpu/intermediate_code_path.h"
 #include "platform/folders.h"
 #include "session/sessions.h"
 #include "session/start_up.h"

@@ -1,0 +1,139 @@
+#include "gpu/opencl_program.h"
+
+#include <algorithm>
+#include <memory>
+#include <new>
+#include <string>
+
+#include "gpu/intermediate_code_path.h"
+#include "gpu/opencl_source.h"
+#include "platform/folders.h"
+#include "platform/own_file.h"
+#include "platform/text.h"
+
+namespace kyf {
+
+namespace {
+
+constexpr const wchar_t* kClass = L"COpenCLProgram";
+constexpr std::size_t kMostFolderBytes = 260;                  // a longer folder is not made
+constexpr std::size_t kMostBinaryBytes = std::size_t{1} << 28; // what is larger is no program of a few kernels
+
+/// The binary's file; its folder is made. Empty where the user has no folder for it.
+std::wstring PrepareBinaryFile() {
+    const std::wstring folder = IntermediateCodePath();
+    if (folder.empty()) return {};
+    if (platform::ToUtf8(folder).size() < kMostFolderBytes) platform::MakeFolders(folder.c_str());
+    return folder + (folder.back() == L'/' ? L"" : L"/") + L"OpenCLFile.bin";
+}
+
+std::unique_ptr<unsigned char[]> AllocBytes(std::size_t bytes) {
+    return std::unique_ptr<unsigned char[]>(new (std::nothrow) unsigned char[bytes]());
+}
+
+cl_int Build(const COpenCLAPI& api, cl_program program) {
+    const cl_device_id device = api.FirstDevice();
+    return api.Table().clBuildProgram(program, 1, &device, nullptr, nullptr, nullptr);
+}
+
+/// The binary as the driver gives it, for a context of one device.
+struct Binary {
+    std::size_t Size = 0;
+    std::unique_ptr<unsigned char[]> Bytes;
+};
+
+bool FetchBinary(const COpenCLAPI& api, cl_program program, Binary& binary, const CFuncTraceLog& log) {
+    const auto getInfo = api.Table().clGetProgramInfo;
+    log.Trace(__FILE__, __LINE__, L"OpenCL: Get program binary sizes.");
+    if (!CheckOpenCl(getInfo(program, CL_PROGRAM_BINARY_SIZES, sizeof binary.Size, &binary.Size, nullptr)))
+        return false;
+    log.Trace(__FILE__, __LINE__, L"OpenCL: Get program binaries.");
+    binary.Bytes = AllocBytes(binary.Size);
+    if (!binary.Bytes) return false;
+    unsigned char* to = binary.Bytes.get();
+    return CheckOpenCl(getInfo(program, CL_PROGRAM_BINARIES, sizeof to, static_cast<void*>(&to), nullptr));
+}
+
+} // namespace
+
+COpenCLProgram& COpenCLProgram::GetInstance() {
+    static COpenCLProgram instance;
+    return instance;
+}
+
+cl_program COpenCLProgram::GetProgram(const COpenCLAPI& api) {
+    const CFuncTraceLog log(__FILE__, __LINE__, kClass, L"GetProgram()", 0);
+    if (m_is_failed || m_program) return m_program;
+    const std::wstring file = PrepareBinaryFile();
+    if (!LoadBinary(api, file.c_str(), log) && !BuildSource(api, file.c_str(), log)) {
+        log.Trace(__FILE__, __LINE__, L"OpenCL: m_program = nullptr");
+        m_program = nullptr;
+        m_is_failed = true;
+    }
+    return m_program;
+}
+
+// A file of another device or driver is told by the driver alone.
+bool COpenCLProgram::LoadBinary(const COpenCLAPI& api, const wchar_t* file, const CFuncTraceLog& log) {
+    const auto content = platform::ReadOwnFile(file, kMostBinaryBytes);
+    if (!content) {
+        log.Trace(__FILE__, __LINE__, file);
+        return false;
+    }
+    const cl_device_id device = api.FirstDevice();
+    const std::size_t size = content->size();
+    const unsigned char* bytes = content->data();
+    cl_int status = CL_SUCCESS;
+    cl_int error = CL_SUCCESS;
+    const cl_program program =
+        api.Table().clCreateProgramWithBinary(*api.Context(), 1, &device, &size, &bytes, &status, &error);
+    if (error != CL_SUCCESS || status != CL_SUCCESS) {
+        const std::wstring codes = L"status = " + std::to_wstring(status) + L" err = " + std::to_wstring(error);
+        log.Trace(__FILE__, __LINE__, codes.c_str(), L" ", file);
+        return false;
+    }
+    if (!CheckOpenCl(Build(api, program))) {
+        PutBuildInfoLog(api, &program, device);
+        return false;
+    }
+    m_program = program;
+    return true;
+}
+
+bool COpenCLProgram::BuildSource(const COpenCLAPI& api, const wchar_t* file, const CFuncTraceLog& log) {
+    log.Trace(__FILE__, __LINE__, L"OpenCL: Create Program Width Source.");
+    const char* text = g_frameKernelText;
+    const std::size_t length = sizeof g_frameKernelText; // with the terminator
+    cl_int error = CL_SUCCESS;
+    m_program = api.Table().clCreateProgramWithSource(*api.Context(), 1, &text, &length, &error);
+    if (!CheckOpenCl(error)) return false;
+    log.Trace(__FILE__, __LINE__, L"OpenCL: Build Program.");
+    if (!CheckOpenCl(Build(api, m_program))) {
+        PutBuildInfoLog(api, &m_program, api.FirstDevice());
+        return false;
+    }
+    Binary binary;
+    if (!FetchBinary(api, m_program, binary, log)) return false;
+    if (platform::WriteOwnFile(file, binary.Bytes.get(), binary.Size))
+        log.Trace(__FILE__, __LINE__, L"OpenCL: Output program binaries.");
+    log.Trace(__FILE__, __LINE__, L"OpenCL: Created program binaries.");
+    return true;
+}
+
+void PutBuildInfoLog(const COpenCLAPI& api, const cl_program* program, cl_device_id device) {
+    const CFuncTraceLog log(__FILE__, __LINE__, kClass, L"PutBuildInfoLog()", 0);
+    const auto getInfo = api.Table().clGetProgramBuildInfo;
+    std::size_t size = 0;
+    if (!CheckOpenCl(getInfo(*program, device, CL_PROGRAM_BUILD_LOG, 0, nullptr, &size))) return;
+    const std::unique_ptr<unsigned char[]> bytes = AllocBytes(size);
+    if (!bytes) {
+        log.Trace(__FILE__, __LINE__, L"Error: Failed to allocate memory for build log");
+        return;
+    }
+    if (!CheckOpenCl(getInfo(*program, device, CL_PROGRAM_BUILD_LOG, size, bytes.get(), nullptr))) return;
+    std::string text(reinterpret_cast<const char*>(bytes.get()), size);
+    text.resize(std::min(text.find('\0'), text.size()));
+    log.Trace(__FILE__, __LINE__, platform::ToWide(text).c_str());
+}
+
+} // namespace kyf
