@@ -117,6 +117,7 @@ void KyfPreviewFilterHeightNoiseCut(const KyiImageData* reference, KyiImageData*
                                     const KyfHeightNoiseCutData* data) {
     if (!FitTogether(reference, destination, data) || destination->PixelBytes != reference->PixelBytes) return;
     const HostCut cut(*data);
+    if (IsEmpty(cut.Judged.Heights)) return;
     try {
         kyf::PreviewHeights(cut.Judged, cut.Parameter.CutRatio, cut.Sampling, KyiGetMaxVal(reference->Format),
                             *destination);

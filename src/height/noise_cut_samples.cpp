@@ -31,7 +31,7 @@ void Preview(const JudgedHeights& judged, std::int32_t threshold, const HeightSa
              KyiImageData& image) {
     const Overlap overlap = OverlapOf(judged.Heights, image);
     const SampleRows<T> samples(image);
-    std::vector<double> row(static_cast<std::size_t>(std::max(judged.Heights.Width, 0)));
+    std::vector<double> row(static_cast<std::size_t>(judged.Heights.Width));
     for (std::int32_t y = 0; y < overlap.Height; ++y) {
         MarkHeights(judged, y, threshold, row.data());
         PreviewRow(row.data(), sampling, top, samples[y], overlap.Width);
