@@ -36,10 +36,6 @@ AlignmentMethod Choose3DAlignment(const KyfFocusComposition& session) noexcept {
     return ChooseAlignment(session, AlignmentMethod::ProjectionShift);
 }
 
-bool IsAlignmentAvailable(AlignmentMethod method) noexcept {
-    return method == AlignmentMethod::None || method == AlignmentMethod::TemplateMatching;
-}
-
 KyfRect ResultRectangle(const KyfFocusComposition& session, const KyfCompositionState& state,
                         KyfLineMatching& matching) noexcept {
     matching.Margin = 0;

@@ -16,9 +16,6 @@ AlignmentMethod Choose2DAlignment(const KyfFocusComposition& session) noexcept;
 /// Method of the 3D pipeline: projection shift for ScopeType 0 with AutoPos, line matching for ScopeType 1 and 3.
 AlignmentMethod Choose3DAlignment(const KyfFocusComposition& session) noexcept;
 
-/// Whether this build can carry a method out.
-bool IsAlignmentAvailable(AlignmentMethod method) noexcept;
-
 /// The part of the frame that the result keeps, in pixels of the full frame. Sets the record's Margin to 0.
 /// @param state  One of the session's two blocks. @param matching  The line matching record of that block.
 KyfRect ResultRectangle(const KyfFocusComposition& session, const KyfCompositionState& state,

@@ -122,6 +122,28 @@ void AddShift(LineMatch& match, std::int32_t width) noexcept {
     match.MaxShift = std::max(match.MaxShift, match.TotalShift);
 }
 
+std::uint8_t* RowOf(const KyiImageData& image, std::int32_t y) noexcept {
+    return static_cast<std::uint8_t*>(KyiGetPixelAddress(&image, 0, y));
+}
+
+// A row that moves, in bytes: Kept bytes go from one place to another, and Gap bytes are uncovered.
+struct RowParts {
+    std::size_t Kept;
+    std::size_t Gap;
+    std::size_t From;
+    std::size_t To;
+    std::size_t Uncovered;
+};
+
+// A row that would leave the image stays.
+RowParts PartsOf(const KyiImageData& frame, std::int32_t shift) noexcept {
+    const auto line = static_cast<std::size_t>(frame.Width) * static_cast<std::size_t>(frame.PixelBytes);
+    const std::size_t distance = static_cast<std::size_t>(std::abs(std::int64_t{shift}));
+    const std::size_t gap = distance * static_cast<std::size_t>(frame.PixelBytes);
+    if (gap >= line) return {0, line, 0, 0, 0};
+    return shift > 0 ? RowParts{line - gap, gap, 0, gap, 0} : RowParts{line - gap, gap, gap, 0, line - gap};
+}
+
 } // namespace
 
 void SetUpLineMatching(KyfLineMatching& matching, std::int32_t detectType, const KyfCompositionState& state,
@@ -179,17 +201,43 @@ void FreeLineMatching(KyfLineMatching& matching) noexcept {
 }
 
 void MoveRows(KyiImageData& frame, std::int32_t shift, KyiBool parallel) noexcept {
-    if (shift == 0) return;
-    const auto gap = static_cast<std::size_t>(std::abs(shift)) * static_cast<std::size_t>(frame.PixelBytes);
-    const auto line = static_cast<std::size_t>(frame.Width) * static_cast<std::size_t>(frame.PixelBytes);
-    if (gap >= line) return;
+    const RowParts parts = PartsOf(frame, shift);
+    if (parts.Kept == 0 || parts.Gap == 0) return;
 #pragma omp parallel for schedule(static) if (parallel != 0)
     for (std::int32_t y = 0; y < frame.Height; ++y) {
-        auto* const row = static_cast<std::uint8_t*>(KyiGetPixelAddress(&frame, 0, y));
-        if (shift > 0)
-            std::memmove(row + gap, row, line - gap);
-        else
-            std::memmove(row, row + gap, line - gap);
+        std::uint8_t* const row = RowOf(frame, y);
+        std::memmove(row + parts.To, row + parts.From, parts.Kept);
+    }
+}
+
+// Moved back by the opposite shift, a row has a gap where it once ended: there the lost columns belong.
+std::vector<std::uint8_t> MoveRowsKeepingLost(KyiImageData& frame, std::int32_t shift, KyiBool parallel) {
+    const RowParts back = PartsOf(frame, -shift);
+    std::vector<std::uint8_t> lost(back.Kept == 0 ? 0 : back.Gap * static_cast<std::size_t>(frame.Height));
+    if (lost.empty()) return lost;
+    for (std::int32_t y = 0; y < frame.Height; ++y)
+        std::memcpy(&lost[static_cast<std::size_t>(y) * back.Gap], RowOf(frame, y) + back.Uncovered, back.Gap);
+    MoveRows(frame, shift, parallel);
+    return lost;
+}
+
+void MoveRowsBack(KyiImageData& frame, std::int32_t shift, const std::vector<std::uint8_t>& lost,
+                  KyiBool parallel) noexcept {
+    if (lost.empty()) return;
+    MoveRows(frame, -shift, parallel);
+    const RowParts back = PartsOf(frame, -shift);
+    for (std::int32_t y = 0; y < frame.Height; ++y)
+        std::memcpy(RowOf(frame, y) + back.Uncovered, &lost[static_cast<std::size_t>(y) * back.Gap], back.Gap);
+}
+
+void CopyMovedRows(const KyiImageData& frame, KyiImageData& moved, std::int32_t shift, KyiBool parallel) noexcept {
+    const RowParts parts = PartsOf(frame, shift);
+#pragma omp parallel for schedule(static) if (parallel != 0)
+    for (std::int32_t y = 0; y < frame.Height; ++y) {
+        const std::uint8_t* const row = RowOf(frame, y);
+        std::uint8_t* const out = RowOf(moved, y);
+        std::memcpy(out + parts.To, row + parts.From, parts.Kept);
+        std::memcpy(out + parts.Uncovered, row + parts.Uncovered, parts.Gap);
     }
 }
 

@@ -8,6 +8,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include <kyfocus/session.h>
 
@@ -47,6 +48,16 @@ void FreeLineMatching(KyfLineMatching& matching) noexcept;
 
 /// Moves every row sideways, to the right for a positive shift. Columns left uncovered keep what they had.
 void MoveRows(KyiImageData& frame, std::int32_t shift, KyiBool parallel) noexcept;
+
+/// MoveRows, which gives the columns that have left the image, row by row. Throws std::bad_alloc, and moves nothing
+/// then.
+std::vector<std::uint8_t> MoveRowsKeepingLost(KyiImageData& frame, std::int32_t shift, KyiBool parallel);
+/// Takes such a move back.
+void MoveRowsBack(KyiImageData& frame, std::int32_t shift, const std::vector<std::uint8_t>& lost,
+                  KyiBool parallel) noexcept;
+
+/// The same rows in another image of the frame's size and format; the frame stays.
+void CopyMovedRows(const KyiImageData& frame, KyiImageData& moved, std::int32_t shift, KyiBool parallel) noexcept;
 
 } // namespace kyf
 

@@ -6,9 +6,12 @@
 #include <kyimaging/functracelog.h>
 
 #include "alignment/alignment.h"
+#include "alignment/line_matching.h"
+#include "alignment/projection_shift.h"
 #include "filters/numbers.h"
 #include "progress/progress_proc_manager.h"
 #include "safe3d/frame_process.h"
+#include "safe3d/later_frame.h"
 #include "safe3d/safe3d.h"
 #include "safe3d/temp_frames.h"
 
@@ -70,19 +73,41 @@ void KeepFirstFrame(KyfFocusComposition& session, const AddCall& call) {
 }
 
 KyfResult SetUpFirstFrame(KyfFocusComposition& session, const AddCall& call) {
+    const AlignmentMethod method = Choose3DAlignment(session);
     KeepFirstFrame(session, call);
     SetSizes(session, *call.Frame);
+    if (method == AlignmentMethod::ProjectionShift) {
+        DestroyProjectionShift(&session.ProjectionShift);
+        session.ProjectionShift = CreateProjectionShift(call.Frame, call.Parallel);
+        if (!session.ProjectionShift) return KyfResultFailAlloc;
+    }
     const KyfResult result = SaveTempFrame(session, *call.Frame);
-    if (result == KyfResultOk) SetFilters(session);
-    return result;
+    if (result != KyfResultOk) return result;
+    SetFilters(session);
+    if (method == AlignmentMethod::LineMatching)
+        SetUpLineMatching(session.Matching3D, session.MatchingDetectType, session.State3D, *call.Frame,
+                          ProfileSource::Gray, call.Parallel);
+    return KyfResultOk;
 }
 
-// A frame that does not move is read where it lies.
-KyfResult SetUpLaterFrame(KyfFocusComposition& session, const AddCall& call, KyfProgress* progress) {
+// Measuring and moving by projection is most of the set-up.
+void WeighSetUp(KyfProgress* progress) {
+    if (!progress) return;
+    progress->SubList[0]->Weight = 80;
+    progress->SubList[1]->Weight = 20;
+}
+
+KyfResult SetUpLaterFrame(KyfFocusComposition& session, LaterFrame& frame, KyfProgress* progress) {
+    const AlignmentMethod method = Choose3DAlignment(session);
     CProgressProcManager steps(progress, kSetUpSteps);
+    if (method == AlignmentMethod::ProjectionShift) {
+        WeighSetUp(progress);
+        frame.MoveByProjection();
+    }
     steps.Next();
+    if (method == AlignmentMethod::LineMatching) frame.MoveByLines();
     steps.Next();
-    return SaveTempFrame(session, *call.Frame);
+    return SaveTempFrame(session, frame.Image());
 }
 
 bool FitsStack(const KyfCompositionState& state, const KyiImageData& frame) {
@@ -93,11 +118,13 @@ bool FitsStack(const KyfCompositionState& state, const KyiImageData& frame) {
 KyfResult AddFrame(KyfFocusComposition& session, const AddCall& call, KyfProgress* progress, const CFuncTraceLog& log) {
     KyfCompositionState& state = session.State3D;
     CProgressProcManager steps(progress, kAddSteps);
+    LaterFrame frame(session, *call.Frame, call.Parallel);
     KyfResult result =
-        state.FrameCount == 0 ? SetUpFirstFrame(session, call) : SetUpLaterFrame(session, call, steps.GetCurrent());
+        state.FrameCount == 0 ? SetUpFirstFrame(session, call) : SetUpLaterFrame(session, frame, steps.GetCurrent());
     if (result != KyfResultOk) return result;
-    result = ProcessFrame(session, *call.Frame, call.Parallel, steps, log);
+    result = ProcessFrame(session, frame.Image(), call.Parallel, steps, log);
     if (result != KyfResultOk) return result;
+    frame.Accept();
     state.FrameCount += 1;
     KyfProgressCompleteProc(progress);
     return KyfResultOk;
@@ -112,10 +139,6 @@ KyfResult Kyf3DSafeAddImage(KyfFocusComposition* session, KyiImageData* frame, K
         L"Kyf3DSafeAddImage( KyfFocusComposition*, KyiImageData*, BOOL, BOOL&, BOOL, KyfProgress* )", 0);
     ownershipTaken = 0;
     if (!session || !frame || !FitsStack(session->State3D, *frame)) return KyfResultInvalidParameter;
-    if (!IsAlignmentAvailable(Choose3DAlignment(*session))) {
-        log.Trace(__FILE__, __LINE__, L"The frame's alignment method is not available in this build.");
-        return KyfResultInvalidParameter;
-    }
     try {
         return AddFrame(*session, {frame, takeOwnership, ownershipTaken, parallel}, progress, log);
     } catch (const std::bad_alloc&) {

@@ -12,8 +12,9 @@ namespace kyf {
 /// luminance stay in memory. Completes four steps below `progress`, and the node itself on success.
 /// @param takeOwnership   The caller offers the frame. @param ownershipTaken  Set to 1 when the session keeps the frame
 ///                        as CompImage, which it does with the first one; may be so after a failure too. Else set to 0.
-/// @return 1; -2 for a frame that does not fit the first, or whose alignment this build lacks; -3 when out of memory;
-///         -4 when the bitmap cannot be written. The frame count rises with success only.
+///                        Line matching moves a later frame's rows in place; a failing add puts them back.
+/// @return 1; -2 for a frame that does not fit the first; -3 when out of memory; -4 when the bitmap cannot be written.
+///         The frame count and the state of alignment change with success only.
 KyfResult Kyf3DSafeAddImage(KyfFocusComposition* session, KyiImageData* frame, KyiBool takeOwnership,
                             KyiBool& ownershipTaken, KyiBool parallel, KyfProgress* progress);
 

@@ -144,10 +144,6 @@ KyfResult Kyf2DSelectionAddImage(KyfFocusComposition* session, KyiImageData* fra
         return KyfResultInvalidParameter;
     }
     if (!isFirst && !FitsStack(state, *frame)) return KyfResultInvalidParameter;
-    if (!IsAlignmentAvailable(Choose2DAlignment(*session))) {
-        KyiPutTraceLog(__FILE__, __LINE__, L"The frame's alignment method is not available in this build.", 0);
-        return KyfResultInvalidParameter;
-    }
     if (!isFirst && !IsAlignmentReady(*session)) {
         KyiPutTraceLog(__FILE__, __LINE__, L"Automatic positioning was off when the stack began: it cannot begin now.",
                        0);

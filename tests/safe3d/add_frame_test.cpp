@@ -188,18 +188,6 @@ TEST_F(AddFrame, RefusesAFrameThatDoesNotFitAndChangesNothing) {
     EXPECT_EQ(fs::last_write_time(Bitmap(0)), before);
 }
 
-TEST_F(AddFrame, RefusesFramesWhoseAlignmentItLacksBeforeAnythingChanges) {
-    for (const std::int32_t scopeType : {1, 3}) {
-        const test::Session session = Start(scopeType);
-        KyiBool owned = 1;
-        const test::Image frame = Frame(1);
-        EXPECT_EQ(Add(*session, *frame, &owned), KyfResultInvalidParameter);
-        EXPECT_EQ(owned, 0);
-        EXPECT_EQ(session->State3D.CompImage, nullptr);
-        EXPECT_FALSE(fs::exists(Folder()));
-    }
-}
-
 TEST_F(AddFrame, HasTheSizesOfTheSpeed) {
     const std::vector<std::int32_t> widths{512, 256, 64};
     for (std::int32_t speed = 0; speed < 3; ++speed) {

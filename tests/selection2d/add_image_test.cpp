@@ -7,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include "alignment/alignment.h"
 #include "selection2d/selection2d.h"
 #include "selection2d/session_run.h"
 #include "support/case_files.h"
@@ -164,18 +163,6 @@ class Trace {
   private:
     test::TemporaryFolder m_folder;
 };
-
-TEST(AddImage, RefusesWhatThisBuildCannotAlignAndSaysSo) {
-    const Trace trace;
-    SessionSettings settings;
-    settings.AutoPos = 1;
-    const test::Session session = test::StartSession(settings);
-    if (kyf::IsAlignmentAvailable(kyf::Choose2DAlignment(*session))) GTEST_SKIP() << "this build has them all";
-    EXPECT_EQ(Add(*session, test::TexturedImage(64, 48, 3, 1)), KyfResultInvalidParameter);
-    EXPECT_EQ(session->State2D.CompImage, nullptr);
-    EXPECT_EQ(session->BestFocusMap, nullptr);
-    EXPECT_EQ(trace.Count("alignment method is not available"), 1);
-}
 
 TEST(AddImage, SaysOnceAStackThatNoLaterFrameCanWin) {
     struct Stack {

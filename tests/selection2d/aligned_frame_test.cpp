@@ -1,6 +1,8 @@
 // Which image a later frame goes on in, and whether the frame then is the session's.
 #include <gtest/gtest.h>
 
+#include "alignment/drifting_stack.h"
+#include "filters/shapes.h"
 #include "selection2d/aligned_frame.h"
 #include "selection2d/session_run.h"
 
@@ -41,23 +43,50 @@ TEST(ChooseAlignedFrame, NeverTakesAFrameOverThatTemplateMatchingWarps) {
         }
 }
 
-TEST(ChooseAlignedFrame, GivesLineMatchingACopyUnlessTheFrameIsTakenOver) {
-    const test::Image frame = Frame();
-    for (const std::int32_t scopeType : {1, 3})
-        for (const bool isReduced : {false, true})
-            for (const KyiBool offered : {0, 1}) {
-                const kyf::AlignedFrame aligned =
-                    kyf::ChooseAlignedFrame(*Stack(scopeType, 0, isReduced), *frame, offered);
-                EXPECT_EQ(aligned.IsTakenOver, isReduced && offered);
-                EXPECT_EQ(aligned.Image == frame.get(), aligned.IsTakenOver);
-                EXPECT_EQ(aligned.Own == nullptr, aligned.IsTakenOver);
-                EXPECT_TRUE(test::SameImage(*frame, *aligned.Image));
-            }
+// A stack whose first frame was `first`, matched by its middle.
+test::Session LineStack(const KyiImageData& first) {
+    test::SessionSettings settings;
+    settings.ScopeType = 1;
+    test::Session session = test::StartSession(settings);
+    session->State2D.SourceWidth = first.Width;
+    session->State2D.SourceHeight = first.Height;
+    kyf::SetUpLineMatching(session->Matching2D, 1, session->State2D, first, kyf::ProfileSource::Gray, 0);
+    return session;
 }
 
-TEST(ChooseAlignedFrame, ReadsAFrameThatDoesNotMoveWhereItLies) {
+TEST(AlignByLines, MovesAFrameThatIsTakenOverAndACopyOfAnyOther) {
+    const std::vector<test::Image> frames =
+        test::DriftingStack(120, 40, KyiFormatBgr32, test::Content::CrossedLines, {{6, 0}}, 1);
+    const test::Session session = LineStack(*frames[0]);
+    const test::Image expected(KyiDuplicateImageData(frames[1].get(), 0));
+    kyf::MoveRows(*expected, 6, 0);
+    for (const bool isTakenOver : {false, true}) {
+        const test::Image frame(KyiDuplicateImageData(frames[1].get(), 0));
+        kyf::AlignedFrame aligned{frame.get(), nullptr, isTakenOver};
+        EXPECT_EQ(kyf::AlignByLines(*session, aligned, 0).TotalShift, 6);
+        EXPECT_TRUE(test::SamePixelBytes(*expected, *aligned.Image));
+        EXPECT_EQ(aligned.IsTakenOver, isTakenOver);
+        EXPECT_EQ(aligned.Own == nullptr, isTakenOver);
+        EXPECT_EQ(aligned.Image == frame.get(), isTakenOver);
+        if (!isTakenOver) {
+            EXPECT_TRUE(test::SamePixelBytes(*frames[1], *frame)) << "the host's frame stays";
+        }
+    }
+    EXPECT_EQ(session->Matching2D.TotalShift, 0) << "the match is not accepted yet";
+}
+
+TEST(AlignByLines, ReadsAFrameThatHasNotMovedWhereItLies) {
+    const test::Image frame = test::TexturedImage(120, 40, KyiFormatGray8, 1);
+    const test::Session session = LineStack(*frame);
+    kyf::AlignedFrame aligned{frame.get(), nullptr, false};
+    EXPECT_EQ(kyf::AlignByLines(*session, aligned, 0).TotalShift, 0);
+    EXPECT_EQ(aligned.Image, frame.get());
+    EXPECT_EQ(aligned.Own, nullptr);
+}
+
+TEST(ChooseAlignedFrame, ReadsAnyOtherFrameWhereItLies) {
     const test::Image frame = Frame();
-    for (const std::int32_t scopeType : {0, 2, 7})
+    for (const std::int32_t scopeType : {0, 1, 2, 3, 7})
         for (const bool isReduced : {false, true})
             for (const KyiBool offered : {0, 1}) {
                 const kyf::AlignedFrame aligned =

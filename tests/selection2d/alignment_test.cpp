@@ -62,10 +62,6 @@ TEST(ChooseAlignment, FollowsScopeTypeAndAutomaticPositioning) {
     }
 }
 
-TEST(ChooseAlignment, LeavesFramesThatDoNotMoveToEveryBuild) {
-    EXPECT_TRUE(kyf::IsAlignmentAvailable(AlignmentMethod::None));
-}
-
 TEST(ResultRectangle, IsTheWholeFrameWithoutTrimming) {
     for (const std::int32_t scopeType : {0, 1, 2, 3}) {
         KyfFocusComposition session = SessionOf(scopeType, 1, 0);

@@ -10,7 +10,6 @@
 #include <gtest/gtest.h>
 #include <omp.h>
 
-#include "alignment/alignment.h"
 #include "selection2d/selection2d.h"
 #include "selection2d/session_run.h"
 #include "support/arrays.h"
@@ -242,30 +241,7 @@ TEST_P(SelectionCase, GivesTheComputedTables) {
     CheckMake();
 }
 
-/// Stacks that this build cannot line up. Their tables are not judged: a refusal is all that there is.
-class UnavailableAlignmentCase : public SelectionCase {};
-
-TEST_P(UnavailableAlignmentCase, IsRefusedAtItsFirstFrame) {
-    const test::ProgressLog log;
-    KyiBool owned = 0;
-    EXPECT_EQ(Add(0, log, owned), KyfResultInvalidParameter);
-    EXPECT_EQ(m_session->State2D.FrameCount, 0);
-    EXPECT_EQ(m_session->State2D.CompImage, nullptr);
-}
-
-std::vector<std::string> CasesWithAlignment(bool isAvailable) {
-    std::vector<std::string> names;
-    for (const std::string& name : test::CaseNames("selection2d")) {
-        const test::Session session = StartCase(test::LoadCase("selection2d", name).Json);
-        if (kyf::IsAlignmentAvailable(kyf::Choose2DAlignment(*session)) == isAvailable) names.push_back(name);
-    }
-    return names;
-}
-
-std::string CaseName(const testing::TestParamInfo<std::string>& info) { return info.param; }
-
-INSTANTIATE_TEST_SUITE_P(Vectors, SelectionCase, testing::ValuesIn(CasesWithAlignment(true)), CaseName);
-INSTANTIATE_TEST_SUITE_P(Vectors, UnavailableAlignmentCase, testing::ValuesIn(CasesWithAlignment(false)), CaseName);
-GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(UnavailableAlignmentCase); // once every method is available
+INSTANTIATE_TEST_SUITE_P(Vectors, SelectionCase, testing::ValuesIn(test::CaseNames("selection2d")),
+                         [](const auto& chosen) { return chosen.param; });
 
 } // namespace
