@@ -1,6 +1,7 @@
 #include "gpu/gpu_switches.h"
 
 #include "gpu/cuda_api.h"
+#include "gpu/opencl_program.h"
 
 namespace kyf {
 
@@ -13,7 +14,7 @@ void SetIsDisableGpu(std::int32_t disable) noexcept {
 }
 
 bool IsCudaInitialized() { return CCudaAPI::GetInstance().IsInitialized(); }
-bool IsOpenClInitialized() noexcept { return false; }
-bool HasOpenClProgram() noexcept { return false; }
+bool IsOpenClInitialized() { return COpenCLAPI::GetInstance().IsInitialized(); }
+bool HasOpenClProgram() { return COpenCLProgram::GetInstance().GetProgram(COpenCLAPI::TheInstance()) != nullptr; }
 
 } // namespace kyf

@@ -20,10 +20,11 @@ void SetIsDisableGpu(std::int32_t disable) noexcept;
 /// Whether a back end has found its driver and is ready. Looks for it where that has not been done, unless it is
 /// switched off. Throws std::bad_alloc.
 bool IsCudaInitialized();
-bool IsOpenClInitialized() noexcept;
+bool IsOpenClInitialized();
 
-/// Whether the kernels that the stages of a frame share have been built for OpenCL.
-bool HasOpenClProgram() noexcept;
+/// Whether the kernels that the stages of a frame share are there for OpenCL, which is initialised; builds them at
+/// first. Throws std::bad_alloc.
+bool HasOpenClProgram();
 
 } // namespace kyf
 

@@ -74,10 +74,14 @@ bool CheckOpenCl(cl_int error, const char* file, int line) noexcept {
     return false;
 }
 
-COpenCLAPI& COpenCLAPI::GetInstance() {
+COpenCLAPI& COpenCLAPI::TheInstance() {
     static COpenCLAPI instance;
-    instance.GetReady();
     return instance;
+}
+
+COpenCLAPI& COpenCLAPI::GetInstance() {
+    TheInstance().GetReady();
+    return TheInstance();
 }
 
 void COpenCLAPI::GetReady() {

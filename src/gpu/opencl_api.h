@@ -45,6 +45,8 @@ class COpenCLAPI {
 
     /// The process's object after GetReady.
     static COpenCLAPI& GetInstance();
+    /// The process's object as it stands: nothing is loaded, nothing traced.
+    static COpenCLAPI& TheInstance();
 
     /// Loads and initialises as far as the switch and earlier attempts leave that to do. A driver that cannot be loaded
     /// is not looked for again; an initialisation that finds no device is. Throws std::bad_alloc.

@@ -23,6 +23,8 @@ class COpenCLProgram {
     /// The program; null after an attempt that has failed, which is the last. `api` is initialised. Throws
     /// std::bad_alloc.
     cl_program GetProgram(const COpenCLAPI& api);
+    /// What GetProgram has given last; null before.
+    cl_program Program() const noexcept { return m_program; }
 
   private:
     bool LoadBinary(const COpenCLAPI& api, const wchar_t* file, const CFuncTraceLog& log);

@@ -3,6 +3,7 @@
 #include "filters/numbers.h"
 #include "safe3d/cuda_stages.h"
 #include "safe3d/frame_stages.h"
+#include "safe3d/opencl_stages.h"
 #include "safe3d/processing_path.h"
 
 namespace kyf {
@@ -11,12 +12,11 @@ namespace {
 
 constexpr std::int32_t kFilterStages = 3;
 
-// Where a back end puts its stages in. None is ever chosen in a build without it.
 std::unique_ptr<FrameStages> MakeStages(ProcessingPath path, const KyfFocusComposition& session,
                                         const KyiImageData& frame, KyiBool parallel) {
     switch (path) {
     case ProcessingPath::Cuda: return MakeCudaStages(session, frame, parallel);
-    case ProcessingPath::OpenCl:
+    case ProcessingPath::OpenCl: return MakeOpenClStages(session, frame, parallel);
     case ProcessingPath::Cpu: break;
     }
     return MakeCpuStages(session, frame, parallel);

@@ -12,6 +12,7 @@
 #include "safe3d/cuda_stages.h"
 #include "safe3d/custom_deleter.h"
 #include "safe3d/median_row.h"
+#include "safe3d/opencl_stages.h"
 #include "safe3d/processing_path.h"
 
 namespace kyf {
@@ -173,13 +174,13 @@ PassResult FilterOnCpu(KyfImageDataUint16& image, const KyiImageData& mask, std:
 
 constexpr const wchar_t* kTitle = L"MiddleFilter( KyfImageDataUint16*, KyiImageData*, int, BOOL )";
 
-// The path is chosen anew in each pass. A back end puts its pass in here, and calls what it does a change: it cannot
-// know better. None is ever chosen in a build without it.
+// The path is chosen anew in each pass. What a back end does counts as a change: it cannot know better.
 PassResult RunPass(KyfImageDataUint16& image, const KyiImageData& mask, std::int32_t size, KyiBool parallel) {
     const CFuncTraceLog log(__FILE__, __LINE__, kTitle, 0);
     switch (ChooseMedianPath()) {
     case ProcessingPath::Cuda: FilterMedianOnCuda(image, mask, size, log); return PassResult::Changed;
     case ProcessingPath::OpenCl:
+        return FilterMedianOnOpenCl(image, mask, size, log) ? PassResult::Changed : PassResult::Failed;
     case ProcessingPath::Cpu: break;
     }
     return FilterOnCpu(image, mask, size, parallel, log);

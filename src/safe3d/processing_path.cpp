@@ -12,10 +12,9 @@ void TraceSwitch(const CFuncTraceLog& log, const wchar_t* name, bool value) {
 
 // A back end is asked first and its switch looked at then: what it does when switched off is in the trace.
 bool IsCudaEnabled() { return IsCudaInitialized() && g_isDisableGpuCuda == 0; }
-bool IsOpenClEnabled() noexcept { return g_isDisableGpuOpenCl == 0 && IsOpenClInitialized(); }
+bool IsOpenClEnabled() { return IsOpenClInitialized() && g_isDisableGpuOpenCl == 0; }
 
-bool FindOpenCl(const CFuncTraceLog& log) {
-    const bool isEnabled = IsOpenClEnabled();
+bool UseOpenCl(bool isEnabled, const CFuncTraceLog& log) {
     log.Trace(__FILE__, __LINE__, isEnabled ? L"OpenCL is initialized." : L"OpenCL is not initialized.");
     if (!isEnabled || HasOpenClProgram()) return isEnabled;
     log.Trace(__FILE__, __LINE__, L"OpenCL: program == nullptr");
@@ -29,7 +28,8 @@ ProcessingPath ChooseProcessingPath(std::int32_t disableGpu, const CFuncTraceLog
     SetIsDisableGpu(disableGpu);
     const bool isEnableCuda = IsCudaEnabled();
     TraceSwitch(log, L"isEnableCuda", isEnableCuda);
-    const bool isEnableOpenCl = !isEnableCuda && FindOpenCl(log);
+    const bool hasOpenCl = IsOpenClEnabled(); // gets it ready, be it needed or not
+    const bool isEnableOpenCl = !isEnableCuda && UseOpenCl(hasOpenCl, log);
     TraceSwitch(log, L"isEnableOpenCl", isEnableOpenCl);
     if (isEnableCuda) return ProcessingPath::Cuda;
     return isEnableOpenCl ? ProcessingPath::OpenCl : ProcessingPath::Cpu;
