@@ -154,6 +154,7 @@ std::unique_ptr<FrameStages> MakeCudaStages(const KyfFocusComposition& session, 
     ImagePtr reduced(KyiAllocImageData(state.WorkWidth, state.WorkHeight, frame.Format));
     if (!reduced) return nullptr;
     KyiCopyPalette(frame.Palette, reduced->Palette);
+    KyiFill(reduced.get(), 0, 0, 0); // no reduction writes the first byte of four, which stands for them here
     return std::make_unique<CudaStages>(session, frame, std::move(reduced), parallel);
 }
 
