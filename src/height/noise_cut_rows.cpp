@@ -1,8 +1,8 @@
 #include "height/noise_cut_rows.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
+#include <iterator>
 
 #include "filters/numbers.h"
 #include "platform/simd.h"
@@ -11,30 +11,24 @@ namespace kyf {
 
 namespace {
 
-constexpr std::int32_t kLanes = 8;  // running figures side by side
-constexpr std::int32_t kChunk = 64; // samples that stay in the first-level cache between the steps
+constexpr std::int32_t kChunk = 64; // numbers that stay in the first-level cache between the steps
 
-struct IsSmaller {
-    KY_ALWAYS_INLINE static bool Takes(double height, double best) noexcept {
-        return (height < best) & (height != kCutMark);
+template <bool IsSmallest> KY_ALWAYS_INLINE bool Beats(double height, double best) noexcept {
+    return IsSmallest ? (height < best) & (height != kCutMark) : height > best;
+}
+
+/// The smallest height but the marks, or the greatest of all; of equal ones any, which tells the zeros of either sign
+/// not apart.
+template <bool IsSmallest> KY_ALWAYS_INLINE double Extend(double best, const double* row, std::int32_t width) noexcept {
+    double bests[kChunk];
+    std::fill(std::begin(bests), std::end(bests), best);
+    for (std::int32_t x = 0; x < width; x += kChunk) {
+        const std::int32_t count = std::min(kChunk, width - x);
+        for (std::int32_t k = 0; k < count; ++k)
+            bests[k] = Beats<IsSmallest>(row[x + k], bests[k]) ? row[x + k] : bests[k];
     }
-};
-struct IsLarger {
-    KY_ALWAYS_INLINE static bool Takes(double height, double best) noexcept { return height > best; }
-};
-
-/// The extreme of a row; of equal ones any, which tells the zeros of either sign not apart.
-template <typename Order> KY_ALWAYS_INLINE double Extend(double best, const double* row, std::int32_t width) noexcept {
-    std::array<double, kLanes> lanes;
-    lanes.fill(best);
-    std::int32_t x = 0;
-    for (; x + kLanes <= width; x += kLanes)
-        for (std::int32_t k = 0; k < kLanes; ++k) {
-            const auto lane = static_cast<std::size_t>(k);
-            lanes[lane] = Order::Takes(row[x + k], lanes[lane]) ? row[x + k] : lanes[lane];
-        }
-    for (; x < width; ++x) lanes[0] = Order::Takes(row[x], lanes[0]) ? row[x] : lanes[0];
-    for (const double lane : lanes) best = Order::Takes(lane, best) ? lane : best;
+    for (const double chunkBest : bests)
+        if (Beats<IsSmallest>(chunkBest, best)) best = chunkBest;
     return best;
 }
 
@@ -103,13 +97,13 @@ KY_SIMD_CLONES std::int32_t CountMarks(const double* row, std::int32_t width) no
 }
 
 KY_SIMD_CLONES double ExtendSmallest(double least, const double* row, std::int32_t width) noexcept {
-    const double smallest = Extend<IsSmaller>(least, row, width);
+    const double smallest = Extend</*IsSmallest=*/true>(least, row, width);
     // Of zeros the first one counts, whatever its sign.
     return smallest == 0.0 && least != 0.0 ? *std::find(row, row + width, 0.0) : smallest;
 }
 
 KY_SIMD_CLONES double ExtendLargest(double greatest, const double* row, std::int32_t width) noexcept {
-    return Extend<IsLarger>(greatest, row, width);
+    return Extend</*IsSmallest=*/false>(greatest, row, width);
 }
 
 KY_SIMD_CLONES void ReplaceMarks(double* row, double height, std::int32_t width) noexcept {

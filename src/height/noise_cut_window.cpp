@@ -20,13 +20,14 @@ KY_ALWAYS_INLINE Bytes8 LoadBytes(const std::uint8_t* bytes) noexcept {
     return loaded;
 }
 
+/// sums = the sum of nine lines, from a block ahead of the row to one behind it.
 KY_ALWAYS_INLINE void AddColumns(const WindowRow (&rows)[kFillRows], std::uint8_t* WindowRow::*bytes,
-                                 std::uint8_t* sums, std::int32_t width) noexcept {
-    for (std::int32_t x = -kFillLanes; x < width + kFillLanes; ++x) {
-        std::uint8_t sum = 0;
-        for (const WindowRow& row : rows) sum = static_cast<std::uint8_t>(sum + (row.*bytes)[x]);
-        sums[x] = sum;
-    }
+                                 std::uint8_t* __restrict sums, std::int32_t width) noexcept {
+    const std::uint8_t* lines[kFillRows];
+    for (std::int32_t i = 0; i < kFillRows; ++i) lines[i] = rows[i].*bytes;
+    for (std::int32_t x = -kFillLanes; x < width + kFillLanes; ++x)
+        sums[x] = static_cast<std::uint8_t>(lines[0][x] + lines[1][x] + lines[2][x] + lines[3][x] + lines[4][x] +
+                                            lines[5][x] + lines[6][x] + lines[7][x] + lines[8][x]);
 }
 
 /// Means of the windows around x to x + 7. A lane's sum is one plain sum: what does not count adds 0, which changes no
