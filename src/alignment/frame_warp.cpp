@@ -38,8 +38,7 @@ template <typename T> class StraightWarp {
             m_fractions[i] = m_columns[i / static_cast<std::size_t>(m_stride)].Fraction;
         const std::int32_t tileColumns = kTileSamples / m_stride;
         for (std::int32_t x = 0; x < m_width; x += tileColumns)
-            m_tiles.push_back({x, std::min(tileColumns, m_width - x),
-                               FindRuns(m_columns, x, x + std::min(tileColumns, m_width - x))});
+            m_tiles.push_back(MakeTile(x, std::min(tileColumns, m_width - x)));
     }
 
     void Run(KyiBool parallel) const {
@@ -57,7 +56,15 @@ template <typename T> class StraightWarp {
         std::int32_t Column;
         std::int32_t Count;
         std::vector<WarpRun> Runs;
+        bool IsWhole; ///< no column lies between two of the source
     };
+
+    Tile MakeTile(std::int32_t first, std::int32_t count) const {
+        const auto begin = m_columns.begin() + first;
+        const bool isWhole =
+            std::all_of(begin, begin + count, [](const WarpCell& cell) { return cell.Fraction == 0.0; });
+        return {first, count, FindRuns(m_columns, first, first + count), isWhole};
+    }
 
     // The two rows of samples under a row of the destination, interpolated along the row. The lower one of a row mostly
     // is the upper one of the next.
@@ -70,18 +77,22 @@ template <typename T> class StraightWarp {
                 std::swap(m_lines[0], m_lines[1]);
                 std::swap(m_held[0], m_held[1]);
             }
-            const std::int32_t wanted[2] = {above, below};
-            for (int i = 0; i < 2; ++i) {
-                if (m_held[i] == wanted[i]) continue;
-                fill(wanted[i], m_lines[i]);
-                m_held[i] = wanted[i];
-            }
+            Fetch(0, above, fill);
+            if (below != above) Fetch(1, below, fill);
+            m_below = below != above ? m_lines[1] : m_lines[0];
         }
         const double* Above() const noexcept { return m_lines[0]; }
-        const double* Below() const noexcept { return m_lines[1]; }
+        const double* Below() const noexcept { return m_below; }
 
       private:
+        template <typename Fill> void Fetch(std::size_t line, std::int32_t row, Fill fill) {
+            if (m_held[line] == row) return;
+            fill(row, m_lines[line]);
+            m_held[line] = row;
+        }
+
         double* m_lines[2];
+        const double* m_below = nullptr;
         std::int32_t m_held[2] = {kNoRow, kNoRow};
     };
 
@@ -95,9 +106,24 @@ template <typename T> class StraightWarp {
                 std::fill_n(out, count, T{0});
                 continue;
             }
+            if (tile.IsWhole && cell.Fraction == 0.0) {
+                CopyLine(tile, m_source[cell.First], out);
+                continue;
+            }
             pair.Hold(cell.First, cell.Second,
                       [&](std::int32_t row, double* line) { InterpolateLine(tile, m_source[row], line); });
             InterpolateRows(pair.Above(), pair.Below(), cell.Fraction, out, count);
+        }
+    }
+
+    // Most frames of a stack that only drifts: the scale is 1.
+    void CopyLine(const Tile& tile, const T* row, T* out) const noexcept {
+        for (const WarpRun& run : tile.Runs) {
+            T* const at = out + std::ptrdiff_t{run.Column - tile.Column} * m_stride;
+            if (run.First < 0)
+                std::fill_n(at, run.Count * m_stride, T{0});
+            else
+                CopyCapped(row + std::ptrdiff_t{run.First} * m_stride, at, run.Count * m_stride);
         }
     }
 

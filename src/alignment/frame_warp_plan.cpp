@@ -7,12 +7,23 @@
 
 namespace kyf {
 
+namespace {
+
+// A weight of 0 leaves no trace in a sum, and a weight of 1 changes nothing: the sample stands for itself.
+WarpCell Simplify(const WarpCell& cell) noexcept {
+    if (cell.Fraction == 0.0) return {cell.First, cell.First, 0.0};
+    if (cell.Fraction == 1.0) return {cell.Second, cell.Second, 0.0};
+    return cell;
+}
+
+} // namespace
+
 WarpCell FindCell(double distance, std::int32_t half, std::int32_t length) noexcept {
     // A whole number that is not positive goes one cell down, with a fraction of 1.
     const std::int32_t cell = WrappingSum(TruncateToInt32(distance), distance <= 0.0 ? -1 : 0);
     if (cell < -half - 1 || cell > length - half) return {-1, -1, 0.0};
     const std::int32_t place = cell + half;
-    return {std::clamp(place, 0, length - 1), std::clamp(place + 1, 0, length - 1), distance - cell};
+    return Simplify({std::clamp(place, 0, length - 1), std::clamp(place + 1, 0, length - 1), distance - cell});
 }
 
 std::vector<WarpCell> PlanAxis(std::int32_t length, std::int32_t shift, double scale) {

@@ -7,7 +7,8 @@
 
 namespace kyf {
 
-/// Two neighbours on an axis and the weight of the second. Both are clamped to the axis.
+/// Two neighbours on an axis and the weight of the second. Both are clamped to the axis, and are one where the other
+/// would weigh nothing.
 struct WarpCell {
     std::int32_t First; ///< negative: the frame does not reach here
     std::int32_t Second;

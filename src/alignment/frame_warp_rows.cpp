@@ -29,7 +29,19 @@ KY_ALWAYS_INLINE void Across(const double* __restrict above, const double* __res
     }
 }
 
+template <typename Sample>
+KY_ALWAYS_INLINE void Copy(const Sample* __restrict in, Sample* __restrict out, std::int32_t count) noexcept {
+    constexpr Sample top = std::numeric_limits<Sample>::max() - 1;
+    for (std::int32_t i = 0; i < count; ++i) out[i] = in[i] < top ? in[i] : top;
+}
+
 } // namespace
+
+KY_SIMD_CLONES
+void CopyCapped(const std::uint8_t* in, std::uint8_t* out, std::int32_t count) noexcept { Copy(in, out, count); }
+
+KY_SIMD_CLONES
+void CopyCapped(const std::uint16_t* in, std::uint16_t* out, std::int32_t count) noexcept { Copy(in, out, count); }
 
 KY_SIMD_CLONES
 void InterpolateRun(const std::uint8_t* first, const std::uint8_t* second, const double* fractions, double* out,

@@ -12,7 +12,12 @@ void InterpolateRun(const std::uint8_t* first, const std::uint8_t* second, const
 void InterpolateRun(const std::uint16_t* first, const std::uint16_t* second, const double* fractions, double* out,
                     std::int32_t count) noexcept;
 
-/// out[i] = below[i] * fraction + above[i] * (1 - fraction), at most `top`, truncated.
+/// out[i] = in[i], at most the largest value less 1.
+void CopyCapped(const std::uint8_t* in, std::uint8_t* out, std::int32_t count) noexcept;
+void CopyCapped(const std::uint16_t* in, std::uint16_t* out, std::int32_t count) noexcept;
+
+/// out[i] = below[i] * fraction + above[i] * (1 - fraction), at most the largest value less 1,
+/// truncated.
 void InterpolateRows(const double* above, const double* below, double fraction, std::uint8_t* out,
                      std::int32_t count) noexcept;
 void InterpolateRows(const double* above, const double* below, double fraction, std::uint16_t* out,

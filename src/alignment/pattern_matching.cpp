@@ -17,7 +17,7 @@ constexpr char16_t kSignature[6] = {u'K', u'Y', u'P', u'T', u'M', u'\0'};
 constexpr std::int32_t kStartStep = 8;
 constexpr std::int32_t kLevelCount = 4;
 constexpr std::int32_t kGreen = 1;
-constexpr std::int64_t kParallelSamples = 1 << 16; // below, threads cost more than they save
+constexpr std::int64_t kParallelSamples = 1 << 20; // below, threads cost more than they save
 
 bool UseThreads(std::int32_t width, std::int32_t height, KyiBool parallel) noexcept {
     return parallel != 0 && std::int64_t{width} * height >= kParallelSamples;

@@ -8,7 +8,7 @@ namespace kyf {
 
 namespace {
 
-constexpr std::int64_t kParallelSamples = 1 << 17; // below, threads cost more than they save
+constexpr std::int64_t kParallelSamples = 1 << 20; // below, threads cost more than they save
 
 // No sum on the way exceeds three times the squares of a window: what a row starts with, and what enters and leaves.
 bool IsExact(const KyfPatternMatching& matcher) noexcept {

@@ -1,6 +1,7 @@
 #include "alignment/template_matching.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <memory>
 #include <new>
@@ -9,6 +10,7 @@
 #include "alignment/frame_warp.h"
 #include "alignment/pattern_matching.h"
 #include "alignment/template_transform.h"
+#include "filters/image_layout.h"
 #include "filters/numbers.h"
 
 namespace kyf {
@@ -30,16 +32,18 @@ std::int32_t HeightOf(const KyfRect& rectangle) noexcept {
     return WrappingSum(rectangle.Bottom, WrappingProduct(rectangle.Top, -1));
 }
 
-// The pixels of a rectangle of the frame, those beyond its edge repeated. Null for areas of frames so small that
-// nothing is left of them.
-ImagePtr CutOut(const KyiImageData& frame, const KyfRect& area) {
-    const std::int32_t width = WidthOf(area);
-    const std::int32_t height = HeightOf(area);
-    if (width < 1 || height < 1) return nullptr;
-    ImagePtr image(KyiAllocImageData(width, height, frame.Format));
+// The pixels of a rectangle of the frame, those beyond its edge repeated.
+void CutOut(const KyiImageData& frame, const KyfRect& area, KyiImageData& image) noexcept {
+    const std::int32_t place[4] = {area.Left, area.Top, image.Width - 1, image.Height - 1};
+    KyiClipImage(&frame, &image, place);
+}
+
+// Null for areas of frames so small that nothing is left of them.
+ImagePtr NewCutOut(const KyiImageData& frame, const KyfRect& area) {
+    if (WidthOf(area) < 1 || HeightOf(area) < 1) return nullptr;
+    ImagePtr image(KyiAllocImageData(WidthOf(area), HeightOf(area), frame.Format));
     if (!image) throw std::bad_alloc();
-    const std::int32_t place[4] = {area.Left, area.Top, width - 1, height - 1};
-    KyiClipImage(&frame, image.get(), place);
+    CutOut(frame, area, *image);
     return image;
 }
 
@@ -121,7 +125,7 @@ void SetUpTemplateMatching(KyfFocusComposition& session, const KyiImageData& fra
     std::array<ImagePtr, kMostAreas> cutOuts;
     for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
         areas[i] = PlaceArea(session.AreaPos[i], frame.Width, frame.Height);
-        cutOuts[i] = CutOut(frame, areas[i].Search);
+        cutOuts[i] = NewCutOut(frame, areas[i].Search);
     }
 
     FreeTemplateMatching(session);
@@ -139,28 +143,23 @@ bool IsTemplateMatchingSetUp(const KyfFocusComposition& session) noexcept {
     return session.Matcher && session.AreaTemplates;
 }
 
-TemplateUpdate AlignByTemplates(KyfFocusComposition& session, const KyiImageData& frame, KyiImageData& aligned,
-                                KyfFrameShift& shift, KyiBool parallel, KyfProgress* progress) {
+KyfRect AlignByTemplates(KyfFocusComposition& session, const KyiImageData& frame, KyiImageData& aligned,
+                         KyfFrameShift& shift, KyiBool parallel, KyfProgress* progress) {
     KyfProgress* const* const steps = AppendSteps(progress);
     const FoundPoints points = FindAreas(session, frame, parallel, StepOf(steps, 0));
     shift = SolveTransform({points.InFrame.data(), points.Count}, {points.InStack.data(), points.Count}, frame.Width,
                            frame.Height);
     WarpWithSteps(frame, aligned, shift, parallel, StepOf(steps, 1));
-    TemplateUpdate update;
-    update.CommonRect = NarrowCommonRect(session.CommonRect, frame.Width, frame.Height, shift);
+    const KyfRect common = NarrowCommonRect(session.CommonRect, frame.Width, frame.Height, shift);
     KyfProgressCompleteProc(StepOf(steps, 2));
-    for (std::size_t i = 0; i < points.Count; ++i)
-        update.AreaTemplates[i] = CutOut(aligned, session.AreaSearchRects[i]);
-    KyfProgressCompleteProc(StepOf(steps, 3));
-    return update;
+    KyfProgressCompleteProc(StepOf(steps, 3)); // of the new cut-outs: they follow when the frame is taken
+    return common;
 }
 
-void ApplyTemplateUpdate(KyfFocusComposition& session, TemplateUpdate&& update) noexcept {
-    session.CommonRect = update.CommonRect;
-    for (std::size_t i = 0; i < update.AreaTemplates.size(); ++i) {
-        KyiFreeImageData(session.AreaTemplates[i]);
-        session.AreaTemplates[i] = update.AreaTemplates[i].release();
-    }
+void TakeAlignedFrame(KyfFocusComposition& session, const KyiImageData& aligned, const KyfRect& common) noexcept {
+    session.CommonRect = common;
+    for (std::int32_t i = 0; i < kMostAreas; ++i)
+        if (session.AreaTemplates[i]) CutOut(aligned, session.AreaSearchRects[i], *session.AreaTemplates[i]);
 }
 
 KyfFrameShift& FrameShiftOf(KyfFocusComposition& session, std::int32_t frameIndex) {

@@ -3,23 +3,14 @@
 #ifndef KYFOCUS_ALIGNMENT_TEMPLATE_MATCHING_H
 #define KYFOCUS_ALIGNMENT_TEMPLATE_MATCHING_H
 
-#include <array>
 #include <cstdint>
 
 #include <kyfocus/session.h>
-
-#include "filters/image_layout.h"
 
 namespace kyf {
 
 /// Entries of AreaTemplates, whatever AreaNo says: the areas of a stack are those of its first frame.
 inline constexpr std::int32_t kMostAreas = 4;
-
-/// What a frame changes in the session when it is taken. Held back until nothing can fail any more.
-struct TemplateUpdate {
-    std::array<ImagePtr, kMostAreas> AreaTemplates; ///< cut from the warped frame; null beyond the areas in use
-    KyfRect CommonRect;
-};
 
 /// Prepares a stack on its first frame: places AreaNo + 2 areas, but at least 2 and at most 4, cuts out what they are
 /// searched in, makes the matcher, and sets CommonRect. Throws std::bad_alloc with the areas of before still there.
@@ -31,12 +22,13 @@ bool IsTemplateMatchingSetUp(const KyfFocusComposition& session) noexcept;
 /// Warps a later frame onto the stack.
 /// @param aligned  Receives the warped frame; an image of the frame's size and format. @param shift  Receives its
 /// transform. @param progress  Gets four steps, all completed; the node itself is left to the caller.
-/// Throws std::bad_alloc.
-TemplateUpdate AlignByTemplates(KyfFocusComposition& session, const KyiImageData& frame, KyiImageData& aligned,
-                                KyfFrameShift& shift, KyiBool parallel, KyfProgress* progress);
+/// @return what the frame and all before it cover, for TakeAlignedFrame. Throws std::bad_alloc.
+KyfRect AlignByTemplates(KyfFocusComposition& session, const KyiImageData& frame, KyiImageData& aligned,
+                         KyfFrameShift& shift, KyiBool parallel, KyfProgress* progress);
 
-/// Makes the update the session's: the next frame is matched against this one.
-void ApplyTemplateUpdate(KyfFocusComposition& session, TemplateUpdate&& update) noexcept;
+/// The warped frame becomes the one that the next is matched against. Apart from AlignByTemplates, so that a frame
+/// whose add fails later leaves nothing behind.
+void TakeAlignedFrame(KyfFocusComposition& session, const KyiImageData& aligned, const KyfRect& common) noexcept;
 
 /// The entry of a frame in FrameShifts, which grows by 256 entries at a time, new ones cleared. Throws std::bad_alloc.
 KyfFrameShift& FrameShiftOf(KyfFocusComposition& session, std::int32_t frameIndex);

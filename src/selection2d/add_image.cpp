@@ -106,7 +106,7 @@ void AddFirstFrame(KyfFocusComposition& session, const KyiImageData& frame, KyiB
 // All that can fail comes before the selection, which is the first to change the session.
 void AddLaterFrame(KyfFocusComposition& session, const KyiImageData& original, AlignedFrame& frame, KyiBool parallel,
                    CProgressProcManager& steps) {
-    std::optional<TemplateUpdate> update = WarpOntoStack(session, original, frame, parallel, steps.GetCurrent());
+    const std::optional<KyfRect> common = WarpOntoStack(session, original, frame, parallel, steps.GetCurrent());
     steps.Next();
     std::optional<LineMatch> match;
     if (Choose2DAlignment(session) == AlignmentMethod::LineMatching) match = AlignByLines(session, frame, parallel);
@@ -115,7 +115,7 @@ void AddLaterFrame(KyfFocusComposition& session, const KyiImageData& original, A
     ImagePtr working = LaterWorkingImage(session, *frame.Image);
     steps.Next();
     working = RunFocusChain(session, std::move(working), parallel, steps);
-    if (update) ApplyTemplateUpdate(session, std::move(*update));
+    if (common) TakeAlignedFrame(session, *frame.Image, *common);
     if (match) AcceptLineMatch(session.Matching2D, *match);
     if (working) SelectWinners(session, *working, parallel);
     steps.Next();

@@ -30,8 +30,8 @@ AlignedFrame ChooseAlignedFrame(const KyfFocusComposition& session, KyiImageData
     return {&frame, nullptr, isTakenOver};
 }
 
-std::optional<TemplateUpdate> WarpOntoStack(KyfFocusComposition& session, const KyiImageData& frame,
-                                            const AlignedFrame& aligned, KyiBool parallel, KyfProgress* progress) {
+std::optional<KyfRect> WarpOntoStack(KyfFocusComposition& session, const KyiImageData& frame,
+                                     const AlignedFrame& aligned, KyiBool parallel, KyfProgress* progress) {
     if (Choose2DAlignment(session) != AlignmentMethod::TemplateMatching) return std::nullopt;
     KyfFrameShift& shift = FrameShiftOf(session, session.State2D.FrameCount);
     return AlignByTemplates(session, frame, *aligned.Own, shift, parallel, progress);

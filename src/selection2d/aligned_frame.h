@@ -25,10 +25,10 @@ struct AlignedFrame {
 AlignedFrame ChooseAlignedFrame(const KyfFocusComposition& session, KyiImageData& frame, KyiBool takeOwnership);
 
 /// Where template matching lines frames up, warps the frame into the image that was chosen for it, and stores its
-/// transform in FrameShifts. @return what the frame changes in the session once it is taken; nothing where another
-/// method or none does the work. Throws std::bad_alloc.
-std::optional<TemplateUpdate> WarpOntoStack(KyfFocusComposition& session, const KyiImageData& frame,
-                                            const AlignedFrame& aligned, KyiBool parallel, KyfProgress* progress);
+/// transform in FrameShifts. @return what the frame and all before it cover, for TakeAlignedFrame; nothing where
+/// another method or none does the work. Throws std::bad_alloc.
+std::optional<KyfRect> WarpOntoStack(KyfFocusComposition& session, const KyiImageData& frame,
+                                     const AlignedFrame& aligned, KyiBool parallel, KyfProgress* progress);
 
 /// Matches the frame with the one before and moves its rows: in place where it is taken over, else in an image of its
 /// own, and nowhere where it already lies right. The match is still to be accepted. Throws std::bad_alloc.

@@ -31,7 +31,8 @@ class TemplateSession {
     /// Aligns a frame and takes it.
     KyfFrameShift Align(const KyiImageData& frame, KyiImageData& aligned, KyiBool parallel, KyfProgress* progress) {
         KyfFrameShift shift{};
-        kyf::ApplyTemplateUpdate(m_record, kyf::AlignByTemplates(m_record, frame, aligned, shift, parallel, progress));
+        const KyfRect common = kyf::AlignByTemplates(m_record, frame, aligned, shift, parallel, progress);
+        kyf::TakeAlignedFrame(m_record, aligned, common);
         return shift;
     }
 
