@@ -97,6 +97,34 @@ void SumEveryColumn(const KyfImageData& image, std::int32_t top, std::int32_t ro
     for (std::int32_t x = wholeFirst + inLanes; x < last; ++x) sums[x - first] = SumAt(image, x, top, rowCount);
 }
 
+// columns[i] = sum over the rows.
+KY_SIMD_CLONES void AddRows(const double* const* rows, std::int32_t rowCount, std::int32_t first, std::int32_t count,
+                            double* columns) {
+    for (std::int32_t i = 0; i < count; ++i) columns[i] = 0.0;
+    for (std::int32_t y = 0; y < rowCount; ++y)
+        for (std::int32_t i = 0; i < count; ++i) columns[i] += rows[y][first + i];
+}
+
+// sums[i] = sum of the columns of the window that begins at column i.
+KY_SIMD_CLONES void AddWindows(const double* columns, std::int32_t count, double* sums) {
+    for (std::int32_t i = 0; i < count; ++i) {
+        const double* const c = columns + i;
+        sums[i] = ((c[0] + c[1]) + (c[2] + c[3])) + ((c[4] + c[5]) + (c[6] + c[7]));
+    }
+}
+
+// As SumEveryColumn, for whole numbers: their sums are exact in any order, so that windows share those of their
+// columns.
+void SumWholeNumbers(const KyfImageData& image, std::int32_t top, std::int32_t rowCount, std::int32_t first,
+                     std::int32_t count, double* sums) {
+    std::array<double, kMostColumns + kWindowColumns> columns{}; // 0 beyond the image
+    const std::int32_t left = first - kHalfWindow;
+    const std::int32_t from = std::max(left, 0);
+    const std::int32_t to = std::min(left + count + kWindowColumns - 1, image.Width);
+    AddRows(image.Rows + top, rowCount, from, to - from, columns.data() + (from - left));
+    AddWindows(columns.data(), count, sums);
+}
+
 struct GridRow {
     std::int32_t Top;
     std::int32_t RowCount;
@@ -105,40 +133,91 @@ struct GridRow {
     double* Kido;
 };
 
-void StoreResult(const GridRow& row, std::int32_t x, std::int32_t count, double bibun, double bokashi, double kido) {
-    const double n = count;
-    const double data = (bibun / n - bokashi / n) * kEdgeFactor;
-    row.Edge[x] = data > 0.0 ? data : 0.0;
-    row.Kido[x] = kido / n;
+// What has been summed for a block of the result, column by column of the result.
+struct BlockSums {
+    Sums Bibun;
+    Sums Bokashi;
+    Sums Kido;
+};
+
+template <typename Divide>
+KY_ALWAYS_INLINE void StoreColumns(const BlockSums& sums, std::int32_t first, std::int32_t last, double* edge,
+                                   double* kido, Divide divide) {
+    for (auto i = static_cast<std::size_t>(first); i < static_cast<std::size_t>(last); ++i) {
+        const double data = (divide(sums.Bibun[i]) - divide(sums.Bokashi[i])) * kEdgeFactor;
+        edge[i] = data > 0.0 ? data : 0.0;
+        kido[i] = divide(sums.Kido[i]);
+    }
 }
 
-std::int32_t CentreColumn(const GridRow& row, std::int32_t x) { return TruncateToInt32(row.WidthRatio * x); }
+// Means over windows of `count` samples. Of a power of two the reciprocal is exact, and its product is the quotient.
+KY_SIMD_CLONES void StoreMeans(const BlockSums& sums, std::int32_t first, std::int32_t last, std::int32_t count,
+                               double* edge, double* kido) {
+    const double n = count;
+    const double reciprocal = 1.0 / n;
+    if ((count & (count - 1)) == 0)
+        StoreColumns(sums, first, last, edge, kido, [=](double sum) { return sum * reciprocal; });
+    else
+        StoreColumns(sums, first, last, edge, kido, [=](double sum) { return sum / n; });
+}
 
-// Result columns first to last - 1. Where they lie close together, neighbours share the sums of all columns between.
-void MakeBlock(const Sources& from, const GridRow& row, std::int32_t first, std::int32_t last) {
-    const std::int32_t start = CentreColumn(row, first);
-    const std::int32_t count = CentreColumn(row, last - 1) - start + 1;
-    const std::int32_t width = from.Bibun->Width;
-    if (count > kMostColumns) {
-        for (std::int32_t x = first; x < last; ++x) {
-            const std::int32_t centre = CentreColumn(row, x);
-            StoreResult(row, x, row.RowCount * ColumnsOf(width, centre),
-                        SumAt(*from.Bibun, centre, row.Top, row.RowCount),
-                        SumAt(*from.BokashiBibun, centre, row.Top, row.RowCount),
-                        SumAt(*from.Kido, centre, row.Top, row.RowCount));
-        }
-        return;
+/// Source columns of a run of result columns: they rise.
+class Centres {
+  public:
+    Centres(double widthRatio, std::int32_t first, std::int32_t count) : m_count(count) {
+        for (std::int32_t i = 0; i < count; ++i)
+            m_columns[static_cast<std::size_t>(i)] = TruncateToInt32(widthRatio * (first + i));
     }
-    Sums bibun;
-    Sums bokashi;
-    Sums kido;
-    SumEveryColumn(*from.Bibun, row.Top, row.RowCount, start, count, bibun.data());
-    SumEveryColumn(*from.BokashiBibun, row.Top, row.RowCount, start, count, bokashi.data());
-    SumEveryColumn(*from.Kido, row.Top, row.RowCount, start, count, kido.data());
-    for (std::int32_t x = first; x < last; ++x) {
-        const std::int32_t centre = CentreColumn(row, x);
-        const auto at = static_cast<std::size_t>(centre - start);
-        StoreResult(row, x, row.RowCount * ColumnsOf(width, centre), bibun[at], bokashi[at], kido[at]);
+
+    std::int32_t At(std::int32_t i) const { return m_columns[static_cast<std::size_t>(i)]; }
+    std::int32_t Count() const { return m_count; }
+    std::int32_t First() const { return m_columns[0]; }
+    /// Source columns from the first to the last one, those in between too.
+    std::int32_t Span() const { return At(m_count - 1) - First() + 1; }
+
+  private:
+    std::array<std::int32_t, kBlock> m_columns;
+    std::int32_t m_count;
+};
+
+// Where they lie close together, neighbours share the sums of all columns between.
+template <typename SumEvery>
+void SumAtCentres(const KyfImageData& image, const GridRow& row, const Centres& centres, SumEvery sumEvery,
+                  Sums& sums) {
+    if (centres.Span() == centres.Count()) // one after the other
+        return sumEvery(image, row.Top, row.RowCount, centres.First(), centres.Count(), sums.data());
+    Sums every;
+    const bool isClose = centres.Span() <= kMostColumns;
+    if (isClose) sumEvery(image, row.Top, row.RowCount, centres.First(), centres.Span(), every.data());
+    for (std::int32_t i = 0; i < centres.Count(); ++i)
+        sums[static_cast<std::size_t>(i)] = isClose ? every[static_cast<std::size_t>(centres.At(i) - centres.First())]
+                                                    : SumAt(image, centres.At(i), row.Top, row.RowCount);
+}
+
+// How many result columns from `first` on have windows as wide as that one. Windows get narrower at the image's ends
+// only.
+std::int32_t AsWide(const Centres& centres, std::int32_t first, std::int32_t width) {
+    const std::int32_t columns = ColumnsOf(width, centres.At(first));
+    std::int32_t last = centres.Count();
+    if (columns == kWindowColumns && ColumnsOf(width, centres.At(last - 1)) == columns) return last - first;
+    last = first + 1;
+    while (last < centres.Count() && ColumnsOf(width, centres.At(last)) == columns) ++last;
+    return last - first;
+}
+
+// Result columns first to last - 1.
+void MakeBlock(const Sources& from, const GridRow& row, std::int32_t first, std::int32_t last) {
+    const Centres centres(row.WidthRatio, first, last - first);
+    BlockSums sums;
+    SumAtCentres(*from.Bibun, row, centres, SumEveryColumn, sums.Bibun);
+    SumAtCentres(*from.BokashiBibun, row, centres, SumEveryColumn, sums.Bokashi);
+    SumAtCentres(*from.Kido, row, centres, SumWholeNumbers, sums.Kido);
+    const std::int32_t width = from.Bibun->Width;
+    for (std::int32_t i = 0; i < centres.Count();) {
+        const std::int32_t count = AsWide(centres, i, width);
+        StoreMeans(sums, i, i + count, row.RowCount * ColumnsOf(width, centres.At(i)), row.Edge + first,
+                   row.Kido + first);
+        i += count;
     }
 }
 

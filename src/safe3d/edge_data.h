@@ -47,7 +47,8 @@ WindowSum SumWindow(const KyfImageData& image, const SampleWindow& window);
 /// Edge strength and luminance on the grid of `edge` and `kido`: means over 8 by 8 windows, which reach 4 samples to
 /// the left and 3 to the right of the truncated position. Edge strength is 50 times the plain gradient's mean less
 /// the blurred gradient's, and not below 0; luminance is the mean of the channel.
-/// @param bibun, bokashiBibun  Gradient of the channel as it is, and blurred. @param kidoSource  The channel.
+/// @param bibun, bokashiBibun  Gradient of the channel as it is, and blurred.
+/// @param kidoSource  The channel: whole numbers up to 65535.
 void MakeEdgeData(const KyfImageData& bibun, const KyfImageData& bokashiBibun, const KyfImageData& kidoSource,
                   KyfImageData& edge, KyfImageData& kido, KyiBool parallel);
 
