@@ -32,8 +32,8 @@ KY_SIMD_CLONES RowFigures MeasureRow(const double* row, std::int32_t width) noex
     double greatest[kLanes];
     std::int64_t nanCount[kLanes];
     for (std::int32_t lane = 0; lane < kLanes; ++lane) {
-        least[lane] = std::numeric_limits<double>::max();
-        greatest[lane] = -std::numeric_limits<double>::max();
+        least[lane] = std::numeric_limits<double>::infinity(); // a row may hold nothing less
+        greatest[lane] = -std::numeric_limits<double>::infinity();
         nanCount[lane] = 0;
     }
     std::int32_t x = 0;

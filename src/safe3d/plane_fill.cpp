@@ -103,7 +103,7 @@ std::int32_t FillPlane(KyfImageDataUint16& image, KyiImageData& mask, double lev
     const std::uint16_t sample = SampleOfLevel(level, image);
     for (std::int32_t y = 0; y < height; ++y) {
         FillRow(closed[y], rows[y], sample, image.Rows[y], width);
-        KyfProgressSetPersent(nodes.Filling, static_cast<std::int32_t>((y + 1) / static_cast<double>(height) * 100.0));
+        KyfProgressSetPersent(nodes.Filling, static_cast<std::int32_t>(y / static_cast<double>(height) * 100.0));
     }
     KyfProgressCompleteProc(nodes.Filling);
     return 1;

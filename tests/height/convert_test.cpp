@@ -24,7 +24,21 @@ constexpr Shape kShapes[] = {{1, 1}, {1, 7}, {7, 1},  {2, 2},  {3, 2},  {5, 5},
                              {8, 3}, {9, 4}, {63, 5}, {64, 5}, {65, 5}, {257, 31}};
 
 /// Kinds of maps: plain heights, and those in which some heights are of an odd kind.
-enum class Kind { Plain, Flat, NaNs, OnlyNaNs, Infinities, Zeros, Huge, Subnormal, Last };
+enum class Kind {
+    Plain,
+    Flat,
+    NaNs,
+    OnlyNaNs,
+    Infinities,
+    NaNsAndInfinities,   // nothing else, of both signs
+    NaNsAndInfinity,     // of one sign
+    NaNsAndLessInfinity, // of the other
+    NaNsInfinitiesAndPlain,
+    Zeros,
+    Huge,
+    Subnormal,
+    Last
+};
 
 double DrawHeight(Kind kind, std::mt19937& random) {
     const double plain = std::uniform_real_distribution<double>(-40.0, 90.0)(random);
@@ -35,6 +49,11 @@ double DrawHeight(Kind kind, std::mt19937& random) {
     case Kind::NaNs: return isOdd ? kNaN : plain;
     case Kind::OnlyNaNs: return kNaN;
     case Kind::Infinities: return isOdd ? (isNegative ? -kInfinity : kInfinity) : plain;
+    case Kind::NaNsAndInfinities: return isOdd ? kNaN : (isNegative ? -kInfinity : kInfinity);
+    case Kind::NaNsAndInfinity: return isNegative ? kNaN : kInfinity;
+    case Kind::NaNsAndLessInfinity: return isNegative ? kNaN : -kInfinity;
+    case Kind::NaNsInfinitiesAndPlain:
+        return isOdd ? kNaN : (random() % 3 == 0 ? plain : (isNegative ? -kInfinity : kInfinity));
     case Kind::Zeros: return isOdd ? (isNegative ? -0.0 : 0.0) : (plain > 0.0 ? plain : 0.0);
     case Kind::Huge: return plain * 1.9e306;
     case Kind::Subnormal: return static_cast<double>(random() % 7) * std::numeric_limits<double>::denorm_min();
@@ -87,6 +106,19 @@ TEST(HeightConversion, EqualsThePlainFormOnMapsOfAllKinds) {
                 ExpectPlainForm<std::uint16_t>(shape, static_cast<Kind>(kind), padding);
                 ExpectPlainForm<std::uint8_t>(shape, static_cast<Kind>(kind), padding);
             }
+}
+
+TEST(HeightConversion, TakesAnInfinityAfterARowOfNaNsForBothEnds) {
+    for (const double infinity : {kInfinity, -kInfinity}) {
+        const double top[] = {kNaN, kNaN};
+        const double bottom[] = {infinity, infinity};
+        const double* const rows[] = {top, bottom};
+        std::uint16_t words[4];
+        const kyf::HeightRange range = kyf::ConvertTo16Bit({rows, 2, 2}, 1.0, words, 4);
+        EXPECT_EQ(range.Step, 0.01);
+        EXPECT_EQ(range.Min, infinity);
+        EXPECT_EQ(range.Max, infinity);
+    }
 }
 
 TEST(HeightConversion, PutsTheGreatestHeightAtTheLimit) {
