@@ -1,5 +1,6 @@
 // Whole sessions with the 3D pipeline against computed results: adds, make, every table and the steps in between.
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <string>
 #include <type_traits>
@@ -7,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "alignment/projection_shift.h"
 #include "safe3d/compose_by_height.h"
 #include "safe3d/map_stages.h"
 #include "safe3d/maps.h"
@@ -41,6 +43,7 @@ class HeightMapCase {
 
     void Start();
     void AddFrames(KyiBool parallel);
+    void CheckAlignment();
     void DeleteBitmaps();
     void CheckStages(KyiBool parallel);
     void Make(KyiBool parallel) {
@@ -79,6 +82,10 @@ void HeightMapCase::Start() {
     const json& two = m_case.Json.at("parameters2D");
     m_session->CompSize = two.at("CompSize").get<std::int32_t>();
     m_session->Smoothing = two.at("Smoothing").get<std::int32_t>();
+    if (!two.contains("AreaPos")) return;
+    m_session->AreaNo = two.at("AreaNo").get<std::int32_t>();
+    const auto places = two.at("AreaPos").get<std::vector<std::array<std::int32_t, 2>>>();
+    for (std::size_t i = 0; i < places.size(); ++i) m_session->AreaPos[i] = {places[i][0], places[i][1]};
 }
 
 void HeightMapCase::AddFrames(KyiBool parallel) {
@@ -92,6 +99,39 @@ void HeightMapCase::AddFrames(KyiBool parallel) {
                 ? KyfFocusAddImage(m_session.get(), frame.get(), parallel, nullptr)
                 : KyfFocusAddImageWithHeight(m_session.get(), frame.get(), heights[i].get<double>(), parallel, nullptr);
         EXPECT_EQ(result, results[i].get<KyfResult>()) << "frame " << i;
+    }
+}
+
+// The frames as they went into their bitmaps, and the record of the method that has moved them.
+void HeightMapCase::CheckAlignment() {
+    if (std::filesystem::exists(m_case.File("frames_as_saved.npy"))) {
+        std::vector<std::int32_t> planes;
+        for (std::int32_t i = 1; i < State().FrameCount; ++i) {
+            KyiImageData* image = nullptr;
+            ASSERT_TRUE(KyiLoadImageData(m_session->TempFileMap[i], &image));
+            const std::vector<std::int32_t> frame = test::ToPlanes(*test::Image(image));
+            planes.insert(planes.end(), frame.begin(), frame.end());
+        }
+        const json hashes = m_case.Json.value("checksum", json::object());
+        if (hashes.contains("frames_as_saved")) {
+            EXPECT_EQ(hashes.at("frames_as_saved").get<std::string>(), test::Hash(planes));
+        } else {
+            EXPECT_TRUE(test::SameValues(test::ReadInts(m_case.File("frames_as_saved.npy")).Values, planes));
+        }
+    }
+    if (m_case.Json.contains("Matching3D")) {
+        const json& expected = m_case.Json.at("Matching3D");
+        EXPECT_EQ(m_session->Matching3D.TotalShift, expected.at("TotalShift").get<std::int32_t>());
+        EXPECT_EQ(m_session->Matching3D.MinShift, expected.at("MinShift").get<std::int32_t>());
+        EXPECT_EQ(m_session->Matching3D.MaxShift, expected.at("MaxShift").get<std::int32_t>());
+    }
+    if (m_case.Json.contains("ProjectionShift")) {
+        const json& expected = m_case.Json.at("ProjectionShift");
+        ASSERT_NE(m_session->ProjectionShift, nullptr);
+        EXPECT_EQ(m_session->ProjectionShift->TotalX, expected.at("TotalX").get<std::int32_t>());
+        EXPECT_EQ(m_session->ProjectionShift->TotalY, expected.at("TotalY").get<std::int32_t>());
+        EXPECT_EQ(m_session->ProjectionShift->MaxNegativeX, expected.at("MaxNegativeX").get<std::int32_t>());
+        EXPECT_EQ(m_session->ProjectionShift->MaxPositiveY, expected.at("MaxPositiveY").get<std::int32_t>());
     }
 }
 
@@ -203,6 +243,7 @@ TEST_P(HeightMapCases, GiveTheStagesOfTheModel) {
         run.Start();
         const KyiBool parallel = threads == 0 ? run.Field("parallel") : 1;
         run.AddFrames(run.Field("parallel"));
+        run.CheckAlignment();
         run.DeleteBitmaps();
         run.CheckStages(parallel);
     }

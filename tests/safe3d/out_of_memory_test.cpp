@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <new>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -10,6 +11,7 @@
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 
+#include "alignment/drifting_stack.h"
 #include "safe3d/safe3d.h"
 #include "safe3d/stack_session.h"
 #include "safe3d/threads.h"
@@ -107,13 +109,12 @@ struct Stack {
     test::TemporaryFolder Folder;
     test::Session Session;
 
-    explicit Stack(std::int32_t planeType) : Session(Start(planeType, Folder)) {}
-    static test::Session Start(std::int32_t planeType, const test::TemporaryFolder& folder) {
-        test::StackSettings settings;
-        settings.PlaneType = planeType;
-        return test::StartStack(settings, folder.Path());
+    explicit Stack(const test::StackSettings& settings) : Session(test::StartStack(settings, Folder.Path())) {}
+    /// The view drifts from frame to frame.
+    static test::Image Frame(int i) {
+        const test::Image scene = test::ReliefFrame(kWidth + 20, kHeight + 20, KyiFormatBgr24, i, kFrames, 3);
+        return test::CutOut(*scene, 3 * i, 2 * i, kWidth, kHeight);
     }
-    static test::Image Frame(int i) { return test::ReliefFrame(kWidth, kHeight, KyiFormatBgr24, i, kFrames, 3); }
     KyfResult Add(KyiImageData& frame, KyiBool parallel) {
         KyiBool owned = 0;
         return kyf::Kyf3DSafeAddImage(Session.get(), &frame, 0, owned, parallel, nullptr);
@@ -130,14 +131,24 @@ struct Stack {
     }
 };
 
-TEST(OutOfMemory, FailsAnAddThatSucceedsWhenItIsGivenAgain) {
-    Stack whole(0);
+test::StackSettings Settings(std::int32_t planeType, std::int32_t scopeType = 0, std::int32_t autoPos = 0) {
+    test::StackSettings settings;
+    settings.PlaneType = planeType;
+    settings.ScopeType = scopeType;
+    settings.AutoPos = autoPos;
+    return settings;
+}
+
+class FailingAdds : public testing::TestWithParam<test::StackSettings> {};
+
+TEST_P(FailingAdds, SucceedWhenTheyAreGivenAgain) {
+    Stack whole(GetParam());
     for (int i = 0; i < kFrames; ++i) ASSERT_EQ(whole.Add(*Stack::Frame(i), 0), KyfResultOk);
     whole.SetHeights();
     ASSERT_EQ(whole.Make(0), KyfResultOk);
     for (const KyiBool parallel : {0, 1}) {
         const test::ThreadScope threads(2);
-        Stack stack(0);
+        Stack stack(GetParam());
         int failures = 0;
         for (int i = 0; i < kFrames; ++i) {
             const test::Image frame = Stack::Frame(i);
@@ -159,6 +170,13 @@ TEST(OutOfMemory, FailsAnAddThatSucceedsWhenItIsGivenAgain) {
     }
 }
 
+INSTANTIATE_TEST_SUITE_P(OutOfMemory, FailingAdds, testing::Values(Settings(0), Settings(0, 1), Settings(0, 0, 1)),
+                         [](const auto& chosen) {
+                             return chosen.param.AutoPos     ? std::string("projection")
+                                    : chosen.param.ScopeType ? std::string("lines")
+                                                             : std::string("unmoved");
+                         });
+
 // What has failed inside the height data leaves a map of zeros, cut like any other; the session then ends as always.
 TEST(OutOfMemory, EndsAMakeWithoutACrash) {
     const test::ThreadScope threads(2);
@@ -168,7 +186,7 @@ TEST(OutOfMemory, EndsAMakeWithoutACrash) {
         int failures = 0;
         int n = 0;
         for (bool isWhole = false; !isWhole && n < kMostAllocations; ++n) {
-            Stack stack(planeType);
+            Stack stack(Settings(planeType));
             for (int i = 0; i < kFrames; ++i) ASSERT_EQ(stack.Add(*Stack::Frame(i), 0), KyfResultOk);
             stack.SetHeights();
             const KyfResult result = RunWithAllocations(n, [&] { return stack.Make(parallel); });

@@ -151,7 +151,7 @@ class OutOfMemory : public testing::TestWithParam<AddCase> {
     }
     // Brightness is selected from gray frames only.
     static test::Image Frame(std::uint32_t seed) {
-        return test::TexturedImage(kWidth, kHeight, GetParam().ScopeType == 2 ? KyiFormatGray8 : KyiFormatBgr24, seed);
+        return test::TexturedImage(kWidth, kHeight, GetParam().ScopeType >= 2 ? KyiFormatGray8 : KyiFormatBgr24, seed);
     }
 
     const KyiImageData* m_whole = nullptr;
@@ -177,6 +177,8 @@ TEST_P(OutOfMemory, LeavesTheStackWhereItWasWhicheverAllocationOfAnAddFails) {
         }
         ASSERT_GT(allocations, 0);
         ASSERT_LT(allocations, kMostAllocations);
+        EXPECT_EQ(expected->Matching2D.TotalShift, session->Matching2D.TotalShift);
+        EXPECT_EQ(expected->Matching2D.MaxShift, session->Matching2D.MaxShift);
         EXPECT_TRUE(test::SameValues(test::BestFocus(*expected), test::BestFocus(*session)));
         EXPECT_TRUE(test::SameValues(test::BestFrames(*expected), test::BestFrames(*session)));
         EXPECT_TRUE(test::SameValues(test::Mask(*expected), test::Mask(*session)));
@@ -281,7 +283,7 @@ TEST(HeightMapPair, KeepsItsFirstTableWhereTheSecondCannotBeHad) {
 
 INSTANTIATE_TEST_SUITE_P(Settings, OutOfMemory,
                          testing::Values(AddCase{0, 0, 0}, AddCase{0, 0, 1}, AddCase{1, 0, 0}, AddCase{2, 0, 1},
-                                         AddCase{0, 2, 1}),
+                                         AddCase{0, 2, 1}, AddCase{0, 1, 1}, AddCase{1, 1, 0}, AddCase{0, 3, 0}),
                          [](const auto& chosen) {
                              return "speed" + std::to_string(chosen.param.Speed) + "_scope" +
                                     std::to_string(chosen.param.ScopeType) +
