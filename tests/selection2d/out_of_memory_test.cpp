@@ -124,6 +124,7 @@ struct AddCase {
     std::int32_t Speed;
     std::int32_t ScopeType;
     KyiBool Parallel;
+    std::int32_t AutoPos = 0;
 };
 
 class OutOfMemory : public testing::TestWithParam<AddCase> {
@@ -132,6 +133,7 @@ class OutOfMemory : public testing::TestWithParam<AddCase> {
         test::SessionSettings settings;
         settings.Speed = GetParam().Speed;
         settings.ScopeType = GetParam().ScopeType;
+        settings.AutoPos = GetParam().AutoPos;
         return test::StartSession(settings);
     }
     /// Two frames with heights. `m_whole` becomes their composite.
@@ -179,6 +181,8 @@ TEST_P(OutOfMemory, LeavesTheStackWhereItWasWhicheverAllocationOfAnAddFails) {
         ASSERT_LT(allocations, kMostAllocations);
         EXPECT_EQ(expected->Matching2D.TotalShift, session->Matching2D.TotalShift);
         EXPECT_EQ(expected->Matching2D.MaxShift, session->Matching2D.MaxShift);
+        EXPECT_EQ(expected->CommonRect.Left, session->CommonRect.Left);
+        EXPECT_EQ(expected->CommonRect.Bottom, session->CommonRect.Bottom);
         EXPECT_TRUE(test::SameValues(test::BestFocus(*expected), test::BestFocus(*session)));
         EXPECT_TRUE(test::SameValues(test::BestFrames(*expected), test::BestFrames(*session)));
         EXPECT_TRUE(test::SameValues(test::Mask(*expected), test::Mask(*session)));
@@ -283,10 +287,11 @@ TEST(HeightMapPair, KeepsItsFirstTableWhereTheSecondCannotBeHad) {
 
 INSTANTIATE_TEST_SUITE_P(Settings, OutOfMemory,
                          testing::Values(AddCase{0, 0, 0}, AddCase{0, 0, 1}, AddCase{1, 0, 0}, AddCase{2, 0, 1},
-                                         AddCase{0, 2, 1}, AddCase{0, 1, 1}, AddCase{1, 1, 0}, AddCase{0, 3, 0}),
+                                         AddCase{0, 2, 1}, AddCase{0, 1, 1}, AddCase{1, 1, 0}, AddCase{0, 3, 0},
+                                         AddCase{0, 0, 1, 1}, AddCase{1, 0, 0, 1}),
                          [](const auto& chosen) {
                              return "speed" + std::to_string(chosen.param.Speed) + "_scope" +
-                                    std::to_string(chosen.param.ScopeType) +
+                                    std::to_string(chosen.param.ScopeType) + (chosen.param.AutoPos ? "_areas" : "") +
                                     (chosen.param.Parallel ? "_parallel" : "_sequential");
                          });
 

@@ -1,6 +1,7 @@
 #include "selection2d/session_run.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace test {
 
@@ -31,6 +32,9 @@ Session StartSession(const SessionSettings& settings) {
     parameter.CompSize = settings.CompSize;
     parameter.Smoothing = settings.Smoothing;
     parameter.AutoPos = settings.AutoPos;
+    parameter.AreaNo = 2; // four areas
+    const KyPoint places[] = {{50, 25}, {75, 50}, {50, 75}, {25, 50}};
+    std::copy(std::begin(places), std::end(places), parameter.AreaPos);
     KyfFocusStart2DSelection(session.get(), &parameter);
     return session;
 }
