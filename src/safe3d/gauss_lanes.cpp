@@ -127,8 +127,8 @@ KY_SIMD_CLONES void JudgeTrial(State& state, const DoubleLanes* data, const Doub
 } // namespace
 
 GaussLanes::GaussLanes(std::int32_t samples)
-    : m_samples(samples), m_data(static_cast<std::size_t>(samples)), m_exponentials(static_cast<std::size_t>(samples)),
-      m_residuals(static_cast<std::size_t>(samples)) {
+    : m_data(static_cast<std::size_t>(samples)), m_exponentials(static_cast<std::size_t>(samples)),
+      m_residuals(static_cast<std::size_t>(samples)), m_samples(samples) {
     const DoubleLanes zero{};
     std::fill_n(m_data.Get(), samples, zero);
     std::fill_n(m_exponentials.Get(), samples, zero);

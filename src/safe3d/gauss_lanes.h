@@ -42,13 +42,13 @@ class GaussLanes {
     bool HasEnded(int lane) const;
     void TakeExponentials();
 
-    std::int32_t m_samples;
-    State m_state{};
-    std::int32_t m_job[kDoubleLanes]{};  ///< window of a lane, or -1
-    std::int32_t m_step[kDoubleLanes]{}; ///< steps that its fit has taken
+    State m_state{};                     // first: it begins at a cache line
     Scratch<DoubleLanes> m_data;         ///< sample after sample
     Scratch<DoubleLanes> m_exponentials; ///< first their arguments
     Scratch<DoubleLanes> m_residuals;
+    std::int32_t m_samples;
+    std::int32_t m_job[kDoubleLanes]{};  ///< window of a lane, or -1
+    std::int32_t m_step[kDoubleLanes]{}; ///< steps that its fit has taken
 };
 
 } // namespace kyf

@@ -69,11 +69,11 @@ enum class Finding {
 class TileSelector {
   public:
     TileSelector(const SelectionSettings& settings, const BandPassTaps& taps, std::int32_t pixels)
-        : m_settings(settings), m_taps(taps), m_search(settings.FrameCount),
-          m_windowLength(LengthOfWindow(settings.FrameCount)), m_lanes(m_windowLength), m_banded(FrameCount()),
+        : m_lanes(LengthOfWindow(settings.FrameCount)), m_settings(settings), m_taps(taps), m_banded(FrameCount()),
           m_column(2 * FrameCount()),
-          m_windows(static_cast<std::size_t>(pixels) * static_cast<std::size_t>(m_windowLength)),
-          m_jobs(static_cast<std::size_t>(pixels)), m_starts(m_jobs.size()), m_outcomes(m_jobs.size()) {}
+          m_windows(static_cast<std::size_t>(pixels) * static_cast<std::size_t>(LengthOfWindow(settings.FrameCount))),
+          m_jobs(static_cast<std::size_t>(pixels)), m_starts(m_jobs.size()), m_outcomes(m_jobs.size()),
+          m_search(settings.FrameCount), m_windowLength(LengthOfWindow(settings.FrameCount)) {}
 
     void Begin() { m_count = 0; }
 
@@ -168,19 +168,19 @@ class TileSelector {
         return {centre < 0.0 ? 0.0 : centre > last ? last : centre, kGood};
     }
 
+    LaneExtremes m_extremes{}; // first: these two begin at cache lines
+    GaussLanes m_lanes;
     const SelectionSettings& m_settings;
     const BandPassTaps& m_taps;
-    PeakWorkspace m_search;
-    std::int32_t m_windowLength;
-    GaussLanes m_lanes;
     const DoubleLanes* m_edge = nullptr;
-    LaneExtremes m_extremes{};
     Scratch<DoubleLanes> m_banded;
     Scratch<double> m_column;
     Scratch<double> m_windows;
     std::vector<Job> m_jobs;
     std::vector<FitParameters> m_starts;
     std::vector<GaussOutcome> m_outcomes;
+    PeakWorkspace m_search;
+    std::int32_t m_windowLength;
     std::int32_t m_count = 0;
 };
 
@@ -269,6 +269,7 @@ void SelectPeaks(const KyfFocusComposition& session, KyfImageData& frameMap, Kyi
     const BandPassTaps taps(settings.FrameCount, settings.Search.ShortRatio, settings.Search.LongRatio);
     const WorkShare share(frameMap.Height, parallel != 0);
     std::vector<std::unique_ptr<RowSelector>> selectors;
+    selectors.reserve(static_cast<std::size_t>(share.Chunks));
     for (std::int32_t chunk = 0; chunk < share.Chunks; ++chunk)
         selectors.push_back(std::make_unique<RowSelector>(session, settings, taps));
     std::vector<RowPeaks> rows(static_cast<std::size_t>(frameMap.Height));

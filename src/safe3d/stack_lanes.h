@@ -29,12 +29,14 @@ class StackLanes {
     /// Pixels that fit, a multiple of eight.
     std::int32_t Capacity() const { return m_blocks * kDoubleLanes; }
 
-    /// Takes pixels first to first + count - 1 of row y. Lanes behind the last pixel are 0.
+    /// Takes pixels first to first + count - 1 of row y. Lanes behind the last pixel are 0. The run behind them is
+    /// asked for: each frame has pages of its own, and memory would be waited for at every one.
     void Gather(const KyfImageData* const* frames, std::int32_t y, std::int32_t first, std::int32_t count) {
         const std::int32_t whole = count / kDoubleLanes;
         const std::int32_t rest = count % kDoubleLanes;
         for (std::int32_t i = 0; i < m_frameCount; ++i) {
             const double* const row = frames[i]->Rows[y] + first;
+            Prefetch(row + count, std::min(Capacity(), frames[i]->Width - first - count));
             DoubleLanes* out = m_values.Get() + m_pad + i;
             for (std::int32_t b = 0; b < whole; ++b, out += m_stride)
                 std::memcpy(out, row + b * kDoubleLanes, sizeof *out);
@@ -52,6 +54,10 @@ class StackLanes {
     // About 32 KiB, or one block of a long stack.
     static std::int32_t BlocksFor(std::ptrdiff_t stride) {
         return static_cast<std::int32_t>(std::clamp<std::ptrdiff_t>(512 / stride, 1, kMostBlocks));
+    }
+
+    static void Prefetch(const double* values, std::int32_t count) {
+        for (std::int32_t k = 0; k < count; k += kDoubleLanes) __builtin_prefetch(values + k, /*rw=*/0, /*locality=*/2);
     }
 
     void Pad(DoubleLanes* block) const {
