@@ -21,16 +21,28 @@ using ProfilePtr = std::unique_ptr<std::int32_t[]>;
 using Profiles = std::array<ProfilePtr, kMatchingBands>;
 using Order = std::array<std::int32_t, kMatchingBands>;
 
-ProfilePtr ReadProfile(BandReader& reader, Band band, std::int32_t width) {
-    ProfilePtr profile(new std::int32_t[static_cast<std::size_t>(width)]);
-    reader.Read(band, profile.get());
+ProfilePtr NewProfile(const KyiImageData& image) {
+    return ProfilePtr(new std::int32_t[static_cast<std::size_t>(image.Width)]);
+}
+
+ProfilePtr ReadProfile(const KyiImageData& image, ProfileSource source, Band band) {
+    ProfilePtr profile = NewProfile(image);
+    std::int32_t* const out = profile.get();
+    BandReader(image, source, 1, /*parallel=*/0).Read({&band, 1}, &out);
     return profile;
 }
 
-Profiles ReadProfiles(BandReader& reader, const Order& rows, std::int32_t height, std::int32_t width) {
+Profiles ReadProfiles(const KyiImageData& image, ProfileSource source, const Order& rows, std::int32_t height,
+                      KyiBool parallel) {
     Profiles profiles;
-    for (std::size_t band = 0; band < profiles.size(); ++band)
-        profiles[band] = ReadProfile(reader, {rows[band], height}, width);
+    std::array<Band, kMatchingBands> bands;
+    std::array<std::int32_t*, kMatchingBands> out;
+    for (std::size_t i = 0; i < profiles.size(); ++i) {
+        profiles[i] = NewProfile(image);
+        bands[i] = {rows[i], height};
+        out[i] = profiles[i].get();
+    }
+    BandReader(image, source, bands.size(), parallel).Read(bands, out.data());
     return profiles;
 }
 
@@ -68,15 +80,22 @@ struct BandTables {
     std::unique_ptr<std::int32_t*[]> Profiles = std::make_unique<std::int32_t*[]>(kMatchingBands);
 };
 
-void PrepareSingleBand(KyfLineMatching& matching, BandReader& reader, const KyfCompositionState& state) {
+// A first frame as it is read.
+struct FirstFrame {
+    const KyiImageData& Image;
+    ProfileSource Source;
+    KyiBool Parallel;
+};
+
+void PrepareSingleBand(KyfLineMatching& matching, const FirstFrame& first, const KyfCompositionState& state) {
     matching.CentreRow = TruncateToInt32(state.SourceHeight * kMiddle);
-    matching.Profile = ReadProfile(reader, {matching.CentreRow, matching.BandHeight}, state.SourceWidth).release();
+    matching.Profile = ReadProfile(first.Image, first.Source, {matching.CentreRow, matching.BandHeight}).release();
 }
 
-void PrepareBands(KyfLineMatching& matching, BandReader& reader, const KyfCompositionState& state) {
+void PrepareBands(KyfLineMatching& matching, const FirstFrame& first, const KyfCompositionState& state) {
     BandTables tables;
     const Order rows = RowsOfBands(state.SourceHeight);
-    Profiles profiles = ReadProfiles(reader, rows, matching.BandHeight, state.SourceWidth);
+    Profiles profiles = ReadProfiles(first.Image, first.Source, rows, matching.BandHeight, first.Parallel);
     const Order order = OrderOf(profiles, state.SourceWidth);
     std::copy(rows.begin(), rows.end(), tables.Rows.get());
     std::copy(order.begin(), order.end(), tables.Order.get());
@@ -101,18 +120,19 @@ std::int32_t ChooseShift(const KyfLineMatching& matching, const Profiles& profil
     return ofFirst;
 }
 
-void MatchSingleBand(const KyfLineMatching& matching, BandReader& reader, std::int32_t width, LineMatch& match) {
-    const SearchRange range = SearchRange::Of(matching.SearchRatio, width);
-    match.Profile = ReadProfile(reader, {matching.CentreRow, matching.BandHeight}, width);
-    match.Shift = JudgeScores(ScoreDisplacements(matching.Profile, match.Profile.get(), width, range), range).Shift;
+void MatchSingleBand(const KyfLineMatching& matching, const KyiImageData& frame, LineMatch& match) {
+    const SearchRange range = SearchRange::Of(matching.SearchRatio, frame.Width);
+    match.Profile = ReadProfile(frame, ProfileSource::Gray, {matching.CentreRow, matching.BandHeight});
+    match.Shift =
+        JudgeScores(ScoreDisplacements(matching.Profile, match.Profile.get(), frame.Width, range), range).Shift;
 }
 
-void MatchBands(const KyfLineMatching& matching, BandReader& reader, std::int32_t width, LineMatch& match) {
+void MatchBands(const KyfLineMatching& matching, const KyiImageData& frame, KyiBool parallel, LineMatch& match) {
     Order rows;
     std::copy_n(matching.LineRows, rows.size(), rows.begin());
-    match.LineProfiles = ReadProfiles(reader, rows, matching.BandHeight, width);
-    match.Shift = ChooseShift(matching, match.LineProfiles, width);
-    match.LineOrder = OrderOf(match.LineProfiles, width);
+    match.LineProfiles = ReadProfiles(frame, ProfileSource::Gray, rows, matching.BandHeight, parallel);
+    match.Shift = ChooseShift(matching, match.LineProfiles, frame.Width);
+    match.LineOrder = OrderOf(match.LineProfiles, frame.Width);
 }
 
 void AddShift(LineMatch& match, std::int32_t width) noexcept {
@@ -154,29 +174,27 @@ void SetUpLineMatching(KyfLineMatching& matching, std::int32_t detectType, const
     fresh.Margin = matching.Margin;
     fresh.CentreRow = matching.CentreRow;
     fresh.BandHeight = BandHeightOf(matching.BandRatio, state.SourceHeight);
-    BandReader reader(first, source, parallel);
+    const FirstFrame frame{first, source, parallel};
     switch (detectType) {
-    case 0: PrepareBands(fresh, reader, state); break;
-    case 1: PrepareSingleBand(fresh, reader, state); break;
+    case 0: PrepareBands(fresh, frame, state); break;
+    case 1: PrepareSingleBand(fresh, frame, state); break;
     default: KyiPutTraceLog(__FILE__, __LINE__, L"The MatchingDetectType is unknown: the frames are not moved.", 0);
     }
     FreeLineMatching(matching);
     matching = fresh;
 }
 
-LineMatch MatchLines(const KyfLineMatching& matching, const KyfCompositionState& state, const KyiImageData& frame,
-                     KyiBool parallel) {
+LineMatch MatchLines(const KyfLineMatching& matching, const KyiImageData& frame, KyiBool parallel) {
     LineMatch match;
     match.TotalShift = matching.TotalShift;
     match.MinShift = matching.MinShift;
     match.MaxShift = matching.MaxShift;
     if (!matching.Profile && !matching.LineProfiles) return match;
-    BandReader reader(frame, ProfileSource::Gray, parallel);
     if (matching.Profile)
-        MatchSingleBand(matching, reader, state.SourceWidth, match);
+        MatchSingleBand(matching, frame, match);
     else
-        MatchBands(matching, reader, state.SourceWidth, match);
-    AddShift(match, state.SourceWidth);
+        MatchBands(matching, frame, parallel, match);
+    AddShift(match, frame.Width);
     return match;
 }
 

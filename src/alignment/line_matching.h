@@ -37,8 +37,7 @@ struct LineMatch {
 
 /// Matches a later frame with the one before by the record's own kind of profiles. The frame has to move by
 /// TotalShift, at most a quarter of its width: what a clamp takes off is lost for good. Throws std::bad_alloc.
-LineMatch MatchLines(const KyfLineMatching& matching, const KyfCompositionState& state, const KyiImageData& frame,
-                     KyiBool parallel);
+LineMatch MatchLines(const KyfLineMatching& matching, const KyiImageData& frame, KyiBool parallel);
 
 /// The frame counts: its profiles and figures become the record's.
 void AcceptLineMatch(KyfLineMatching& matching, LineMatch& match) noexcept;

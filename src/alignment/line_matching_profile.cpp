@@ -42,9 +42,9 @@ std::int32_t NearestRow(const KyiImageData& image, std::int32_t y) noexcept {
 
 } // namespace
 
-BandReader::BandReader(const KyiImageData& image, ProfileSource source, KyiBool parallel)
+BandReader::BandReader(const KyiImageData& image, ProfileSource source, std::size_t bands, KyiBool parallel)
     : m_image(image), m_isFirstChannel(source == ProfileSource::FirstChannel && KyiIsFormatBgr(image.Format)),
-      m_slices(static_cast<std::size_t>(MostChunks(parallel != 0))) {
+      m_slices(std::min(bands, static_cast<std::size_t>(MostChunks(parallel != 0)))) {
     for (Slice& slice : m_slices) {
         slice.Sums.resize(static_cast<std::size_t>(image.Width));
         if (m_isFirstChannel) slice.Line.resize(static_cast<std::size_t>(image.Width));
@@ -76,25 +76,22 @@ void BandReader::AddRows(Slice& slice, std::int32_t top, std::int32_t bottom) co
     }
 }
 
-void BandReader::Read(Band band, std::int32_t* profile) {
+void BandReader::ReadBand(Slice& slice, Band band, std::int32_t* profile) const noexcept {
     const std::int32_t first = band.CentreRow - band.Height / 2;
+    std::fill(slice.Sums.begin(), slice.Sums.end(), 0u);
+    for (std::int32_t i = 0; i < band.Height; i += kRowsPerStrip)
+        AddRows(slice, first + i, first + std::min(i + kRowsPerStrip, band.Height));
+    for (std::size_t x = 0; x < slice.Sums.size(); ++x)
+        profile[x] = static_cast<std::int32_t>(slice.Sums[x]) / band.Height;
+}
+
+void BandReader::Read(std::span<const Band> bands, std::int32_t* const* profiles) noexcept {
     const auto share =
-        WorkShare::Within(BlockCount(band.Height, kRowsPerStrip), static_cast<std::int32_t>(m_slices.size()));
+        WorkShare::Within(static_cast<std::int32_t>(bands.size()), static_cast<std::int32_t>(m_slices.size()));
 #pragma omp parallel for schedule(static) if (share.Chunks > 1)
-    for (std::int32_t chunk = 0; chunk < share.Chunks; ++chunk) {
-        Slice& slice = m_slices[static_cast<std::size_t>(chunk)];
-        std::fill(slice.Sums.begin(), slice.Sums.end(), 0u);
-        for (std::int32_t block = share.First(chunk); block < share.Last(chunk); ++block) {
-            const std::int32_t top = block * kRowsPerStrip;
-            AddRows(slice, first + top, first + std::min(top + kRowsPerStrip, band.Height));
-        }
-    }
-    for (std::size_t x = 0; x < static_cast<std::size_t>(m_image.Width); ++x) {
-        std::uint32_t sum = 0; // whole numbers: the same however the rows are shared out
-        for (std::int32_t chunk = 0; chunk < share.Chunks; ++chunk)
-            sum += m_slices[static_cast<std::size_t>(chunk)].Sums[x];
-        profile[x] = static_cast<std::int32_t>(sum) / band.Height;
-    }
+    for (std::int32_t chunk = 0; chunk < share.Chunks; ++chunk)
+        for (std::int32_t i = share.First(chunk); i < share.Last(chunk); ++i)
+            ReadBand(m_slices[static_cast<std::size_t>(chunk)], bands[static_cast<std::size_t>(i)], profiles[i]);
 }
 
 } // namespace kyf

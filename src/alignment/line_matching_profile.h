@@ -2,7 +2,9 @@
 #ifndef KYFOCUS_ALIGNMENT_LINE_MATCHING_PROFILE_H
 #define KYFOCUS_ALIGNMENT_LINE_MATCHING_PROFILE_H
 
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "filters/image_layout.h"
@@ -18,14 +20,15 @@ struct Band {
 /// What of a pixel goes into a profile. The gray is KyiTransformToGray's; in a gray image both are the sample.
 enum class ProfileSource { FirstChannel, Gray };
 
-/// Reads bands of one image. Only the rows of a band are turned to gray, a few at a time.
+/// Reads bands of one image. Only the rows of a band are turned to gray, a few at a time. Several bands are shared out
+/// to threads whole: a band is too little work to be cut up.
 class BandReader {
   public:
-    /// @param image  Lent for the reader's life. Throws std::bad_alloc.
-    BandReader(const KyiImageData& image, ProfileSource source, KyiBool parallel);
+    /// @param image  Lent for the reader's life. @param bands  Most bands of one call. Throws std::bad_alloc.
+    BandReader(const KyiImageData& image, ProfileSource source, std::size_t bands, KyiBool parallel);
 
-    /// profile[x] = sum of the band's samples in column x / Height, truncated; Width entries.
-    void Read(Band band, std::int32_t* profile);
+    /// profiles[i][x] = sum of the samples of band i in column x / its Height, truncated; Width entries each.
+    void Read(std::span<const Band> bands, std::int32_t* const* profiles) noexcept;
 
   private:
     /// What one thread works in.
@@ -33,9 +36,10 @@ class BandReader {
         ImagePtr Colour;                 ///< rows of the image, on their way to gray
         ImagePtr Gray;                   ///< the same rows; null where the image's own samples serve
         std::vector<std::int32_t> Line;  ///< one row of the first channel
-        std::vector<std::uint32_t> Sums; ///< of its share of the band, by columns
+        std::vector<std::uint32_t> Sums; ///< of the band in hand, by columns
     };
 
+    void ReadBand(Slice& slice, Band band, std::int32_t* profile) const noexcept;
     void AddRows(Slice& slice, std::int32_t top, std::int32_t bottom) const noexcept;
     void AddGrayRows(Slice& slice, std::int32_t top, std::int32_t bottom) const noexcept;
 

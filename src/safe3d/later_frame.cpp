@@ -27,7 +27,7 @@ void LaterFrame::MoveByProjection() {
 }
 
 void LaterFrame::MoveByLines() {
-    m_match = MatchLines(m_session.Matching3D, m_session.State3D, m_frame, m_parallel);
+    m_match = MatchLines(m_session.Matching3D, m_frame, m_parallel);
     m_lost = MoveRowsKeepingLost(m_frame, m_match.TotalShift, m_parallel);
     m_method = Method::Lines;
 }

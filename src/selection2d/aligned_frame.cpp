@@ -38,7 +38,7 @@ std::optional<KyfRect> WarpOntoStack(KyfFocusComposition& session, const KyiImag
 }
 
 LineMatch AlignByLines(const KyfFocusComposition& session, AlignedFrame& frame, KyiBool parallel) {
-    LineMatch match = MatchLines(session.Matching2D, session.State2D, *frame.Image, parallel);
+    LineMatch match = MatchLines(session.Matching2D, *frame.Image, parallel);
     if (match.TotalShift == 0) return match;
     if (frame.IsTakenOver) {
         MoveRows(*frame.Image, match.TotalShift, parallel);

@@ -116,7 +116,7 @@ void LineMatchingCases::CheckFrame(std::size_t i, KyiBool parallel) {
     SCOPED_TRACE("frame " + std::to_string(i));
     const json& expected = m_case.Json.at("aligned")[i - 1];
     const test::Image frame = Frame(i);
-    kyf::LineMatch match = kyf::MatchLines(m_matching, m_state, *frame, parallel);
+    kyf::LineMatch match = kyf::MatchLines(m_matching, *frame, parallel);
     CheckScores(expected, match);
     kyf::AcceptLineMatch(m_matching, match);
     kyf::MoveRows(*frame, m_matching.TotalShift, parallel);

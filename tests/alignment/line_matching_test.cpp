@@ -39,7 +39,7 @@ class Record {
 
     /// Matches, accepts and moves a frame.
     std::int32_t Align(KyiImageData& frame) {
-        kyf::LineMatch match = kyf::MatchLines(Matching, State, frame, m_parallel);
+        kyf::LineMatch match = kyf::MatchLines(Matching, frame, m_parallel);
         kyf::AcceptLineMatch(Matching, match);
         kyf::MoveRows(frame, Matching.TotalShift, m_parallel);
         return match.Shift;
@@ -197,8 +197,7 @@ TEST(LineMatching, KeepsWhatItHadUntilAFrameIsAccepted) {
         test::DriftingStack(200, 100, KyiFormatGray8, test::Content::Blobs, {{9, 0}}, kSeed);
     for (const std::int32_t detectType : {0, 1}) {
         Record record(detectType, *frames[0], kyf::ProfileSource::Gray, 0);
-        for (int i = 0; i < 3; ++i)
-            EXPECT_EQ(kyf::MatchLines(record.Matching, record.State, *frames[1], 0).TotalShift, 9);
+        for (int i = 0; i < 3; ++i) EXPECT_EQ(kyf::MatchLines(record.Matching, *frames[1], 0).TotalShift, 9);
         EXPECT_EQ(record.Matching.TotalShift, 0);
         EXPECT_EQ(record.Matching.MaxShift, 0);
     }
