@@ -79,12 +79,12 @@ void CCudaAPI::OpenDriver(const CFuncTraceLog& log) {
     if (IsSwitchedOff(log)) return;
     m_module_handle = platform::OpenModule(kDriver);
     if (!m_module_handle) {
-        log.Trace(__FILE__, __LINE__, L"Failed: AfxLoadLibrary", kDriver);
+        log.Trace(__FILE__, __LINE__, L"Failed: AfxLoadLibrary", L" ", kDriver);
         return;
     }
     // A driver too old or too new for the table is one that cannot be used.
     if (const char* const missing = ResolveEntryPoints()) {
-        log.Trace(__FILE__, __LINE__, L"Failed: GetProcAddress ", platform::ToWide(missing).c_str());
+        log.Trace(__FILE__, __LINE__, kDriver, L" lacks ", platform::ToWide(missing).c_str());
         m_is_failed = true;
     }
     m_is_loaded = true;
@@ -131,7 +131,7 @@ bool CCudaAPI::MakeContext(const CFuncTraceLog& log) {
 
 bool CCudaAPI::HasSucceeded(CUresult result, const CFuncTraceLog& log, const wchar_t* failure, const wchar_t* text) {
     if (result == 0) return true;
-    log.Trace(__FILE__, __LINE__, failure, text);
+    log.Trace(__FILE__, __LINE__, failure, text ? L" " : nullptr, text);
     m_is_failed = true;
     return false;
 }

@@ -70,7 +70,7 @@ TEST_P(CudaSteps, FailForGoodAndSaySo) {
     api.GetReady();
     EXPECT_FALSE(api.IsInitialized());
     std::string line = GetParam().Line;
-    if (GetParam().Call == std::string("cuModuleLoad")) line += KernelFileBesideTheTest();
+    if (GetParam().Call == std::string("cuModuleLoad")) line.append(1, ' ').append(KernelFileBesideTheTest());
     Lines expected = kOpening;
     expected.insert(expected.begin() + 2, line);
     EXPECT_EQ(lines.Get(), expected);

@@ -22,27 +22,62 @@ TEST(AbsentCudaDriver, IsLookedForAgainEachTime) {
         const test::TraceLines lines;
         api.GetReady();
         EXPECT_FALSE(api.IsInitialized());
-        EXPECT_EQ(lines.Get(), Lines({"Begin CCudaAPI::LoadDll( LPCTSTR )", "Failed: AfxLoadLibrarynvcuda.dll",
+        EXPECT_EQ(lines.Get(), Lines({"Begin CCudaAPI::LoadDll( LPCTSTR )", "Failed: AfxLoadLibrary nvcuda.dll",
                                       "Begin CCudaAPI::Initialize()", "End CCudaAPI::Initialize()",
                                       "End CCudaAPI::LoadDll( LPCTSTR )"}));
     }
-    const test::OpenedModule driver(KY_FAKE_CUDA);
-    api.GetReady();
-    EXPECT_TRUE(api.IsInitialized());
+}
+
+// A module once opened may stay in the process: what opens one runs in a process of its own.
+void ExpectExit(void (*check)()) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            check();
+            std::_Exit(testing::Test::HasFailure() ? EXIT_FAILURE : EXIT_SUCCESS);
+        },
+        testing::ExitedWithCode(EXIT_SUCCESS), "");
+}
+
+TEST(AbsentCudaDriver, IsFoundWhenItComes) {
+    ExpectExit([] {
+        kyf::CCudaAPI api;
+        api.GetReady();
+        EXPECT_FALSE(api.IsInitialized());
+        const test::OpenedModule driver(KY_FAKE_CUDA);
+        api.GetReady();
+        EXPECT_TRUE(api.IsInitialized());
+    });
 }
 
 TEST(AbsentCudaDriver, IsToldToTheHost) { EXPECT_FALSE(KyfGetEnableGpuCuda()); }
 
 TEST(HalfCudaDriver, FailsForGoodAndNamesWhatItLacks) {
-    const test::OpenedModule driver(KY_HALF_CUDA);
-    kyf::CCudaAPI api;
-    const test::TraceLines lines;
-    api.GetReady();
-    EXPECT_FALSE(api.IsInitialized());
-    EXPECT_TRUE(lines.Has("Failed: GetProcAddress cuCtxCreate_v2"));
-    EXPECT_FALSE(api.Probe());
-    api.GetReady();
-    EXPECT_FALSE(api.IsInitialized());
+    ExpectExit([] {
+        const test::OpenedModule driver(KY_HALF_CUDA);
+        kyf::CCudaAPI api;
+        const test::TraceLines lines;
+        api.GetReady();
+        EXPECT_FALSE(api.IsInitialized());
+        EXPECT_TRUE(lines.Has("nvcuda.dll lacks cuCtxCreate_v2"));
+        EXPECT_FALSE(api.Probe());
+        api.GetReady();
+        EXPECT_FALSE(api.IsInitialized());
+    });
+}
+
+TEST(CudaDriver, IsGivenUpAtTheEndOfTheProcess) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            static const test::FakeDriver driver; // outlives the process's object, which is made later
+            std::atexit([] {
+                const bool isGivenUp = driver->Calls.back() == "cuCtxDestroy" && driver->Calls.size() == 7;
+                std::_Exit(isGivenUp ? EXIT_SUCCESS : EXIT_FAILURE);
+            });
+            std::exit(kyf::IsCudaInitialized() ? EXIT_SUCCESS : EXIT_FAILURE);
+        },
+        testing::ExitedWithCode(EXIT_SUCCESS), "");
 }
 
 } // namespace
