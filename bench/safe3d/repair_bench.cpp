@@ -1,6 +1,7 @@
 // Repair, median, resampling and blend of maps. An item is a pixel of the map that is written. "Plain" is the form of
 // tests/reference, in one thread; the argument of the others is the number of threads, 0 with the parallel flag off.
 #include "filters/sample_rows.h"
+#include "gpu/gpu_switches.h"
 #include "reference/median.h"
 #include "safe3d/blend_by_height.h"
 #include "safe3d/height_repair.h"
@@ -32,6 +33,7 @@ void Median(benchmark::State& state, std::uint32_t badShare, bool isNoise) {
                                                       : bench::Surface(shape));
     const auto mask = test::NewMask(shape, test::RandomMask(shape, badShare, 1, 2));
     const Turn turn(state, shape);
+    kyf::SetIsDisableGpu(1); // the processor's, whatever the machine has
     for (auto _ : state) benchmark::DoNotOptimize(kyf::MiddleFilter(*image, *mask, 11, turn.Flag()));
 }
 
