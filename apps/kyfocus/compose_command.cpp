@@ -16,6 +16,7 @@
 #include "frame_loader.h"
 #include "height_files.h"
 #include "output_files.h"
+#include "parameter_options.h"
 #include "progress_display.h"
 #include "stopwatch.h"
 #include "summary.h"
@@ -173,6 +174,7 @@ void RunCompose(ComposeOptions options) {
     const std::string json = FormatSummaryJson(summary, options);
     if (!options.JsonOutput.empty() && options.JsonOutput != "-")
         outputs.Write(options.JsonOutput, [&](const fs::path& path) { WriteText(path, json); });
+    SaveParameterOutput(options, outputs);
     outputs.Commit();
     std::fprintf(stderr, "%s\n", FormatSummaryLine(summary, options).c_str());
     if (options.JsonOutput == "-" && (std::fputs(json.c_str(), stdout) < 0 || std::fflush(stdout) != 0))

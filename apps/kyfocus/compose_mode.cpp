@@ -51,6 +51,7 @@ void RequireFitting(const ComposeOptions& options) {
     for (const ModeOption& option : kModeOptions) {
         if (option.Fits(mode) || !options.IsGiven(option.Name)) continue;
         const std::string reason = options.IsGiven("--mode") ? ""
+                                   : options.HasModeOfFile   ? " (by the file of --params)"
                                    : options.HasHeights()    ? " (heights are given)"
                                                              : " (no heights are given)";
         throw UsageError(std::string(option.Name) + " is for --mode " + option.ModeNames() + ", the mode is " +
@@ -70,7 +71,7 @@ const char* ModeName(KyfAlgorithmType mode) {
 
 void ChooseMode(ComposeOptions& options) {
     KyfAlgorithmType& mode = options.Settings.AlgType;
-    if (!options.IsGiven("--mode")) {
+    if (!options.IsGiven("--mode") && !options.HasModeOfFile) {
         const bool usesHeights = options.HasHeights() && (options.WantsHeights() || Asks3d(options));
         mode = usesHeights ? KyfAlgorithmTypeComplexProcessing : KyfAlgorithmType2DSelection;
     }

@@ -10,6 +10,7 @@
 #include "height_options.h"
 #include "images.h"
 #include "option_kinds.h"
+#include "parameter_options.h"
 
 namespace app {
 namespace {
@@ -75,6 +76,7 @@ void AddModeOption(CLI::App& command, ComposeOptions& options) {
 
 void AddCompositionOptions(CLI::App& command, ComposeOptions& options) {
     AddModeOption(command, options);
+    AddParameterOptions(command, options, kCompositionGroup);
     AddChoice<int>(
         command, "--speed", {{"full", 0}, {"half", 1}, {"quarter", 2}},
         [&options](int speed) { options.Settings.Speed = speed; },
@@ -174,6 +176,7 @@ void AddComposeOptions(CLI::App& command, ComposeOptions& options) {
 
 void CompleteComposeOptions(ComposeOptions& options) {
     RequireImageExtension(options.Output);
+    CheckParameters(options);
     const int scope = options.Settings.ScopeType;
     if (scope == 1 || scope == 3)
         throw UsageError("--scope " + std::to_string(scope) +

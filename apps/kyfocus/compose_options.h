@@ -30,7 +30,10 @@ struct ComposeOptions {
     std::string JsonOutput; // "-": stdout
 
     KyfFocusCompositionParameter Settings = DefaultSettings();
-    std::filesystem::path TemporaryParent; // empty: the system's temporary folder
+    std::filesystem::path ParametersFile;   // Settings come from there where the line is silent; empty: none
+    std::filesystem::path ParametersOutput; // empty: none
+    bool HasModeOfFile = false;             // ParametersFile tells the mode
+    std::filesystem::path TemporaryParent;  // empty: the system's temporary folder
 
     std::filesystem::path HeightsFile; // empty: none
     std::optional<double> Start;       // Unit

@@ -69,8 +69,8 @@ void SaveHeightOutputs(const FocusSession& session, const KyiImageData& image, c
 
 std::vector<fs::path> OutputPaths(const ComposeOptions& options) {
     std::vector<fs::path> paths = {options.Output};
-    for (const fs::path& path :
-         {options.HeightMapOutput, options.HeightImageOutput, options.HeightPictureOutput, options.MeshOutput})
+    for (const fs::path& path : {options.HeightMapOutput, options.HeightImageOutput, options.HeightPictureOutput,
+                                 options.MeshOutput, options.ParametersOutput})
         if (!path.empty()) paths.push_back(path);
     if (!options.JsonOutput.empty() && options.JsonOutput != "-") paths.emplace_back(options.JsonOutput);
     return paths;

@@ -12,6 +12,7 @@
 #include "errors.h"
 #include "help_format.h"
 #include "interruption.h"
+#include "params_command.h"
 #include "synth.h"
 
 namespace {
@@ -25,6 +26,7 @@ void AddCommands(CLI::App& program) {
     app::AddComposeCommand(program);
     app::AddSynthCommand(program);
     app::AddCompareCommand(program);
+    app::AddParamsCommand(program);
     for (CLI::App* const command : program.get_subcommands(nullptr)) command->group("Commands");
 }
 

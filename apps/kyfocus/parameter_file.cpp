@@ -1,0 +1,135 @@
+#include "parameter_file.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <optional>
+#include <string_view>
+
+#include <kyfocus/setting_persister.h>
+
+#include "errors.h"
+#include "images.h"
+
+namespace app {
+namespace {
+
+namespace fs = std::filesystem;
+using Parameter = KyfFocusCompositionParameter;
+constexpr std::string_view kSection = "focuscompositionsetting";
+constexpr std::string_view kBlanks = " \t\v\f";
+constexpr std::uintmax_t kLargestFile = std::uintmax_t{64} << 20; // the library reads no larger one
+
+std::string_view Trim(std::string_view text) {
+    const std::size_t first = text.find_first_not_of(kBlanks);
+    if (first == std::string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+std::string LowerCase(std::string_view text) {
+    std::string lower(text);
+    for (char& letter : lower) letter = static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
+    return lower;
+}
+
+std::string ReadBytes(const fs::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    if (!stream) throw Failure(DisplayPath(file) + ": parameters cannot be read: " + std::strerror(errno));
+    std::error_code error;
+    if (!fs::is_regular_file(file, error)) throw Failure(DisplayPath(file) + ": is no plain file");
+    if (fs::file_size(file, error) > kLargestFile)
+        throw Failure(DisplayPath(file) + ": too large for a parameter file, expected at most 64 MiB");
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+/// For showing: in a file of UTF-16 every other byte tells enough of names and numbers.
+std::string ToText(const std::string& bytes) {
+    if (bytes.starts_with("\xEF\xBB\xBF")) return bytes.substr(3);
+    if (!bytes.starts_with("\xFF\xFE")) return bytes;
+    std::string text;
+    for (std::size_t i = 2; i + 1 < bytes.size(); i += 2) text += bytes[i + 1] == '\0' ? bytes[i] : '?';
+    return text;
+}
+
+struct KeyText {
+    std::string Name;
+    std::string Value; // as it stands, quotes included
+};
+
+/// The keys of the first section of parameters; empty without one.
+std::optional<std::vector<KeyText>> ReadSection(std::string_view text) {
+    std::optional<std::vector<KeyText>> keys;
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find_first_of("\r\n"), text.size());
+        const std::string_view line = Trim(text.substr(0, end));
+        text.remove_prefix(std::min(end + 1, text.size()));
+        if (line.empty() || line.front() == ';') continue;
+        const std::size_t bracket = line.find(']');
+        const std::size_t equals = line.find('=');
+        if (line.front() == '[' && bracket != std::string_view::npos) {
+            if (keys) break;
+            if (LowerCase(Trim(line.substr(1, bracket - 1))) == kSection) keys.emplace();
+        } else if (keys && equals != std::string_view::npos) {
+            keys->push_back({std::string(Trim(line.substr(0, equals))), std::string(Trim(line.substr(equals + 1)))});
+        }
+    }
+    return keys;
+}
+
+/// The file's values over a record whose fields all hold one value.
+Parameter LoadOver(std::int32_t value, const fs::path& file) {
+    Parameter parameter{};
+    for (const ParameterKey& key : ParameterKeys()) key.Field(parameter) = value;
+    LoadParameters(file, parameter);
+    return parameter;
+}
+
+} // namespace
+
+ParameterFile ReadParameterFile(const fs::path& file) {
+    const std::optional<std::vector<KeyText>> keys = ReadSection(ToText(ReadBytes(file)));
+    if (!keys) throw Failure(DisplayPath(file) + ": no parameters, expected a section [FocusCompositionSetting]");
+    std::map<std::string, std::string> texts; // of several the first counts
+    for (const KeyText& key : *keys) texts.emplace(LowerCase(key.Name), key.Value);
+    Parameter loaded{};
+    KyfLoadFocusCompositionParameter(&loaded, WidePath(file).c_str());
+    Parameter zeros = LoadOver(0, file); // a field that differs from one to the other is not from the file
+    Parameter ones = LoadOver(1, file);
+    ParameterFile result;
+    for (const ParameterKey& key : ParameterKeys()) {
+        ParameterEntry entry{&key, ParameterEntry::Source::File, key.Field(loaded), {}};
+        const auto text = texts.find(LowerCase(key.Name));
+        if (key.Field(zeros) != key.Field(ones)) {
+            entry.From = text == texts.end() ? ParameterEntry::Source::Missing : ParameterEntry::Source::Unreadable;
+            if (text != texts.end()) entry.Text = text->second;
+        }
+        result.Entries.push_back(entry);
+        if (text != texts.end()) texts.erase(text);
+    }
+    for (const KeyText& key : *keys)
+        if (texts.erase(LowerCase(key.Name)) > 0) result.UnknownKeys.push_back(key.Name);
+    return result;
+}
+
+void LoadParameters(const fs::path& file, Parameter& settings) {
+    CKyfFocusCompositionSetting setting(settings);
+    CKyfFocusCompositionSettingPersister::Load(WidePath(file), setting);
+    settings = setting.Get();
+}
+
+void SaveParameters(const Parameter& settings, const fs::path& file) {
+    KyfSaveFocusCompositionParameter(&settings, WidePath(file).c_str());
+    Parameter saved{};
+    KyfLoadFocusCompositionParameter(&saved, WidePath(file).c_str());
+    const bool isSame = std::all_of(ParameterKeys().begin(), ParameterKeys().end(), [&](const ParameterKey& key) {
+        Parameter expected = settings;
+        return key.Field(expected) == key.Field(saved);
+    });
+    if (!isSame) throw Failure(DisplayPath(file) + ": parameters cannot be written");
+}
+
+} // namespace app

@@ -1,0 +1,43 @@
+/// Parameter files: settings of a composition on disk, as the library keeps them.
+#ifndef KYFOCUS_APP_PARAMETER_FILE_H
+#define KYFOCUS_APP_PARAMETER_FILE_H
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <kyfocus/settings.h>
+
+#include "parameter_keys.h"
+
+namespace app {
+
+/// What a file says for one key.
+struct ParameterEntry {
+    enum class Source { File, Missing, Unreadable };
+
+    const ParameterKey* Key;
+    Source From;
+    std::int32_t Value; // as the library takes it; its default where the file gives none
+    std::string Text;   // of an unreadable one: what stands in the file
+};
+
+struct ParameterFile {
+    std::vector<ParameterEntry> Entries;  // one a key, in the order of ParameterKeys
+    std::vector<std::string> UnknownKeys; // of the section, in the file's order
+};
+
+/// Throws Failure when the file cannot be read or has no section for the parameters: the library would take it for one
+/// that says nothing.
+ParameterFile ReadParameterFile(const std::filesystem::path& file);
+
+/// Overlays settings with what the file gives.
+void LoadParameters(const std::filesystem::path& file, KyfFocusCompositionParameter& settings);
+
+/// Writes settings; all else that the file holds stays. Throws Failure.
+void SaveParameters(const KyfFocusCompositionParameter& settings, const std::filesystem::path& file);
+
+} // namespace app
+
+#endif

@@ -1,0 +1,101 @@
+#include "parameter_keys.h"
+
+#include <limits>
+
+namespace app {
+namespace {
+
+using Parameter = KyfFocusCompositionParameter;
+constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
+constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
+constexpr std::int32_t kMostPercent = 100;
+constexpr std::int32_t kMostDegree = 10;
+
+template <std::int32_t Parameter::*Member> std::int32_t& Field(Parameter& parameter) { return parameter.*Member; }
+template <int Index> std::int32_t& AreaX(Parameter& parameter) { return parameter.AreaPos[Index].x; }
+template <int Index> std::int32_t& AreaY(Parameter& parameter) { return parameter.AreaPos[Index].y; }
+
+using FieldOf = std::int32_t& (*)(Parameter&);
+using Choices = std::array<const char*, 4>;
+
+constexpr ParameterKey Number(const char* name, FieldOf field, std::int32_t least, std::int32_t most,
+                              const char* subject, const char* option) {
+    return {name, field, least, most, subject, {}, option};
+}
+
+constexpr ParameterKey AnyNumber(const char* name, FieldOf field, const char* subject) {
+    return Number(name, field, kLeast, kMost, subject, nullptr);
+}
+
+constexpr ParameterKey Choice(const char* name, FieldOf field, const char* subject, const Choices& choices,
+                              const char* option) {
+    std::int32_t count = 0;
+    for (const char* choice : choices) count += choice != nullptr ? 1 : 0;
+    return {name, field, 0, count - 1, subject, choices, option};
+}
+
+constexpr const char* kFromLeft = "centre of a template area, in percent of the width from the left";
+constexpr const char* kFromTop = "centre of a template area, in percent of the height from the top";
+
+constexpr ParameterKey kKeys[] = {
+    Choice("AlgType", Field<&Parameter::AlgType>, "mode",
+           {"2d, the sharpest frame pixel by pixel", "3d, a surface first and the image along it",
+            "complex, the image of 2d and the heights of 3d"},
+           "--mode"),
+    Choice("ScopeType", Field<&Parameter::ScopeType>, "instrument",
+           {"judges by edges", "judges by edges, lines frames up by their rows", "judges gray frames by brightness",
+            "judges gray frames by brightness, lines frames up by their rows"},
+           "--scope"),
+    Number("CompositionSize", Field<&Parameter::CompSize>, 0, kMostPercent,
+           "smoothing of the sharpness, in percent of the width", "--comp-size"),
+    Number("Smoothing", Field<&Parameter::Smoothing>, 0, kMostPercent,
+           "smoothing of the heights of 2d, in percent of the width", "--smoothing"),
+    AnyNumber("AutoPos", Field<&Parameter::AutoPos>, "lining up by template areas, 0 is off"),
+    Choice("Speed", Field<&Parameter::Speed>, "width at which sharpness is judged",
+           {"full", "half; 256 samples in 3d", "quarter; 64 samples in 3d"}, "--speed"),
+    Choice("AreaNo", Field<&Parameter::AreaNo>, "template areas", {"2", "3", "4"}, nullptr),
+    AnyNumber("AreaPosX0", AreaX<0>, kFromLeft),
+    AnyNumber("AreaPosY0", AreaY<0>, kFromTop),
+    AnyNumber("AreaPosX1", AreaX<1>, kFromLeft),
+    AnyNumber("AreaPosY1", AreaY<1>, kFromTop),
+    AnyNumber("AreaPosX2", AreaX<2>, kFromLeft),
+    AnyNumber("AreaPosY2", AreaY<2>, kFromTop),
+    AnyNumber("AreaPosX3", AreaX<3>, kFromLeft),
+    AnyNumber("AreaPosY3", AreaY<3>, kFromTop),
+    Choice("PlaneType", Field<&Parameter::PlaneType>, "level of areas without detail", {"bottom", "top", "other"},
+           "--plane"),
+    Choice("MatchingDetect", Field<&Parameter::MatchingDetectType>, "lining up by rows",
+           {"in several bands", "in one band"}, nullptr),
+    AnyNumber("MatchingPos", Field<&Parameter::MatchingPositionType>, "kept, without effect"),
+    AnyNumber("CompParamSetType", Field<&Parameter::CompParamSetType>,
+              "preset that a panel shows: 0 fine, 1 standard, 2 coarse, 3 none"),
+    Choice("HalationMeasures", Field<&Parameter::HalationMeasures>, "heights around highlights",
+           {"trusted", "done without"}, "--halation"),
+    Choice("AdoptionPeakPos", Field<&Parameter::AdoptionPeakPosition>, "of several heights",
+           {"the sharpest", "the uppermost"}, "--adopt-top"),
+    Number("FocusingValueDetectionSensitivity", Field<&Parameter::FocusingValueDetectionSensitivity>, 0, kMostDegree,
+           "how faint a detail may be to give a height", "--sensitivity"),
+    Number("D3ShapeSmoothing", Field<&Parameter::D3ShapeSmoothing>, 0, kMostDegree, "smoothing of the surface of 3d",
+           "--shape-smoothing"),
+    Number("ProjectionNoiseRemove", Field<&Parameter::ProjectionNoiseRemove>, 0, kMostDegree,
+           "how often single wrong heights of 3d are taken away", "--noise-remove"),
+    Choice("DisableGPU", Field<&Parameter::DisableGPU>, "graphics processor", {"used where there is one", "left alone"},
+           nullptr),
+};
+
+} // namespace
+
+std::string ParameterKey::Range() const { return std::to_string(Least) + " to " + std::to_string(Most); }
+
+std::string ParameterKey::Meaning(std::int32_t value) const {
+    std::string text = Subject;
+    if (!IsInRange(value))
+        text += ": no such value, expected " + Range();
+    else if (Choices[0])
+        text.append(": ").append(Choices[static_cast<std::size_t>(value)]);
+    return Option ? text + " (" + Option + ")" : text;
+}
+
+std::span<const ParameterKey> ParameterKeys() { return kKeys; }
+
+} // namespace app

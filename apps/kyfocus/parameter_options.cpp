@@ -1,0 +1,80 @@
+#include "parameter_options.h"
+
+#include <cstdio>
+#include <filesystem>
+
+#include "errors.h"
+#include "images.h"
+#include "option_kinds.h"
+#include "parameter_file.h"
+
+namespace app {
+namespace {
+
+namespace fs = std::filesystem;
+
+void ReadParameters(const fs::path& file, ComposeOptions& options) {
+    for (const ParameterEntry& entry : ReadParameterFile(file).Entries) {
+        const bool isMode = std::string("AlgType") == entry.Key->Name;
+        if (isMode && entry.From == ParameterEntry::Source::File) options.HasModeOfFile = true;
+        if (entry.From == ParameterEntry::Source::Unreadable)
+            std::fprintf(stderr, "kyfocus: warning: %s: %s is no whole number and is not used\n",
+                         DisplayPath(file).c_str(), entry.Key->Name);
+    }
+    LoadParameters(file, options.Settings);
+    options.ParametersFile = file;
+}
+
+/// The number of the preset that the two settings are, for panels to show.
+std::int32_t PresetOf(const KyfFocusCompositionParameter& settings) {
+    constexpr std::int32_t kPresets[][2] = {{1, 8}, {8, 6}, {15, 6}};
+    std::int32_t preset = 0;
+    for (const auto& values : kPresets) {
+        if (settings.CompSize == values[0] && settings.Smoothing == values[1]) break;
+        ++preset;
+    }
+    return preset;
+}
+
+} // namespace
+
+void AddParameterOptions(CLI::App& command, ComposeOptions& options, const std::string& group) {
+    command
+        .add_option_function<std::string>(
+            "--params", [&options](const std::string& file) { ReadParameters(file, options); },
+            "Settings from a parameter file: mode and all that follows from it. Options on the line win over the file. "
+            "kyfocus params shows what is in it.")
+        ->trigger_on_parse() // before the other options take effect
+        ->check(RequireText)
+        ->option_text("FILE.ini")
+        ->group(group);
+    command
+        .add_option("--save-params", options.ParametersOutput,
+                    "Write the settings of this run to a parameter file. What else it holds stays.")
+        ->check(RequireText)
+        ->option_text("FILE.ini")
+        ->group(group);
+}
+
+void CheckParameters(const ComposeOptions& options) {
+    if (options.ParametersFile.empty()) return;
+    KyfFocusCompositionParameter settings = options.Settings;
+    for (const ParameterKey& key : ParameterKeys())
+        if (const std::int32_t value = key.Field(settings); !key.IsInRange(value))
+            throw UsageError(DisplayPath(options.ParametersFile) + ": " + key.Name + " is " + std::to_string(value) +
+                             ", expected " + key.Range());
+}
+
+void SaveParameterOutput(const ComposeOptions& options, OutputFiles& outputs) {
+    if (options.ParametersOutput.empty()) return;
+    outputs.Write(options.ParametersOutput, [&options](const fs::path& path) {
+        std::error_code error;
+        if (fs::exists(options.ParametersOutput, error)) fs::copy_file(options.ParametersOutput, path, error);
+        if (error) throw Failure(DisplayPath(path) + ": cannot be read: " + error.message());
+        KyfFocusCompositionParameter settings = options.Settings;
+        settings.CompParamSetType = PresetOf(settings);
+        SaveParameters(settings, path);
+    });
+}
+
+} // namespace app
