@@ -21,6 +21,7 @@ namespace {
 constexpr int kLongestSide = 30000;
 constexpr int kMostFrames = 1000;
 constexpr int kMostThreads = 1024;
+constexpr int kMostExposures = 16;
 constexpr double kFarthest = 1e6; // um
 
 const char* const kOutputGroup = "Output";
@@ -184,6 +185,13 @@ void AddFaultOptions(CLI::App& command, SynthOptions& options) {
         ->option_text("PERCENT")
         ->group(kFaultGroup);
     command.add_flag("--glare", options.Glare, "Blown-out highlights, in the truth too.")->group(kFaultGroup);
+    AddNumber(
+        command, "--exposures", options.Exposures, 0, kMostExposures,
+        "Also an exposure series for kyfocus halation, of that many pictures in a folder exposures: all in focus, "
+        "exposure_000 as bright as the truth, each next one half as bright. Shows what --glare blows out. "
+        "Default 0.")
+        ->option_text("COUNT")
+        ->group(kFaultGroup);
 }
 
 void Run(const SynthOptions& options) {

@@ -12,6 +12,7 @@ namespace {
 
 constexpr std::uint64_t kNoiseSalt = 0x6E6F6973;
 constexpr int kTaps = 4;
+constexpr int kFirstExposure = 1000000; // noise of its own, beyond that of all frames
 
 std::size_t Index(int value) { return static_cast<std::size_t>(value); }
 
@@ -149,6 +150,24 @@ Camera CameraOf(const SynthOptions& options, const Scene& scene, int frame, doub
             MixPlace(options.Seed ^ (kNoiseSalt << 32U), frame, 0)};
 }
 
+/// The scene as a camera sees it that has all of it in focus.
+Image MakeInFocus(const SynthOptions& options, const Scene& scene, const BlurLayers& layers, const Camera& camera) {
+    Image image = NewImage(options);
+    const auto channels = static_cast<std::size_t>(scene.Channels);
+    std::vector<std::int32_t> row(Index(options.Width));
+    for (int y = 0; y < options.Height; ++y) {
+        const std::uint64_t rowSeed = MixBits(camera.NoiseSeed ^ static_cast<std::uint64_t>(y));
+        for (std::size_t channel = 0; channel < channels; ++channel) {
+            const std::uint16_t* samples = layers.Samples(0).data() + Index(y + scene.Margin) * scene.RowSamples() +
+                                           Index(scene.Margin) * channels + channel;
+            for (std::size_t x = 0; x < row.size(); ++x)
+                row[x] = Sample(camera, static_cast<float>(samples[x * channels]), rowSeed, x * channels + channel);
+            KyiSetLinePixel(image.get(), 0, y, static_cast<std::int32_t>(channel), row.data(), options.Width);
+        }
+    }
+    return image;
+}
+
 /// Pixels by which the frame's corner coordinate leaves the image along one axis.
 double Overshoot(int size, double scale, double drift) {
     const double centre = (size - 1) / 2.0;
@@ -178,18 +197,13 @@ Image MakeFrame(const SynthOptions& options, const Scene& scene, const BlurLayer
 }
 
 Image MakeTruth(const SynthOptions& options, const Scene& scene, const BlurLayers& layers) {
-    Image image = NewImage(options);
-    const Camera camera = CameraOf(options, scene, 0, 0.0);
-    std::vector<std::int32_t> row(Index(options.Width));
-    for (int y = 0; y < options.Height; ++y)
-        for (int channel = 0; channel < scene.Channels; ++channel) {
-            const std::uint16_t* samples = layers.Samples(0).data() + Index(y + scene.Margin) * scene.RowSamples() +
-                                           Index(scene.Margin * scene.Channels + channel);
-            for (std::size_t x = 0; x < row.size(); ++x)
-                row[x] = Sample(camera, static_cast<float>(samples[x * Index(scene.Channels)]), 0, 0);
-            KyiSetLinePixel(image.get(), 0, y, channel, row.data(), options.Width);
-        }
-    return image;
+    return MakeInFocus(options, scene, layers, CameraOf(options, scene, 0, 0.0));
+}
+
+Image MakeExposure(const SynthOptions& options, const Scene& scene, const BlurLayers& layers, int halvings) {
+    Camera camera = CameraOf(options, scene, kFirstExposure + halvings, options.Noise);
+    camera.Gain = std::ldexp(camera.Gain, -halvings);
+    return MakeInFocus(options, scene, layers, camera);
 }
 
 } // namespace app

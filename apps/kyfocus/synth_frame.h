@@ -20,6 +20,9 @@ Image MakeFrame(const SynthOptions& options, const Scene& scene, const BlurLayer
 /// The picture without movement, blur or noise.
 Image MakeTruth(const SynthOptions& options, const Scene& scene, const BlurLayers& layers);
 
+/// The picture without movement and blur at 1 / 2^halvings of its brightness, noisy.
+Image MakeExposure(const SynthOptions& options, const Scene& scene, const BlurLayers& layers, int halvings);
+
 } // namespace app
 
 #endif

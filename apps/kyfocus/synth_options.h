@@ -26,6 +26,7 @@ struct SynthOptions {
     double DriftY = 0.0;
     double Breathing = 0.0; ///< growth of the picture per frame in percent
     bool Glare = false;
+    int Exposures = 0; ///< pictures in focus of falling exposure, each half of the one before
     bool Gray = false;
     int Bits = 8;
     std::uint32_t Seed = 1;

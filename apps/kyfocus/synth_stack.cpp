@@ -148,6 +148,9 @@ class StackFiles {
         if (!fs::is_directory(m_folder / "truth"))
             throw Failure(DisplayPath(m_folder) + ": folder cannot be made" + (error ? ": " + error.message() : ""));
         for (int frame = 0; frame < options.Frames; ++frame) m_files.Add(m_folder / FrameName(options, frame));
+        if (options.Exposures > 0) m_made.Make(m_folder / "exposures");
+        for (int exposure = 0; exposure < options.Exposures; ++exposure)
+            m_files.Add(m_folder / ExposureName(options, exposure));
         for (const std::string& name :
              {TruthName(options), std::string(kHeightMapName), std::string(kHeightsName), std::string(kGeometryName)})
             m_files.Add(m_folder / name);
@@ -172,6 +175,12 @@ std::string FrameName(const SynthOptions& options, int frame) {
     return name.data() + options.Format;
 }
 
+std::string ExposureName(const SynthOptions& options, int exposure) {
+    std::array<char, 32> name{};
+    std::snprintf(name.data(), name.size(), "exposures/exposure_%03d.", exposure);
+    return name.data() + options.Format;
+}
+
 std::string TruthName(const SynthOptions& options) {
     return "truth/image." + (options.Format == "jpg" ? "png" : options.Format);
 }
@@ -192,6 +201,10 @@ void WriteStack(const SynthOptions& options) {
     ForEachFrame(options.Frames, [&](int frame) {
         const Image image = MakeFrame(options, scene, layers, frame);
         files.Write(FrameName(options, frame), save(image));
+    });
+    ForEachFrame(options.Exposures, [&](int exposure) {
+        const Image image = MakeExposure(options, scene, layers, exposure);
+        files.Write(ExposureName(options, exposure), save(image));
     });
     files.Commit();
 }

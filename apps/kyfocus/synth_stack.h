@@ -15,10 +15,14 @@ std::string FrameName(const SynthOptions& options, int frame);
 /// something.
 std::string TruthName(const SynthOptions& options);
 
+/// Name of a picture of the exposure series, such as "exposures/exposure_002.png".
+std::string ExposureName(const SynthOptions& options, int exposure);
+
 /// Writes the stack into options.Folder, which is made if it is missing: the frames and their focus positions
-/// "heights.txt", and in a folder "truth" of its own the truth picture, the true heights "height.tif" and the geometry
-/// of the frames "stack.json". All files appear together at the end; files of the same names are replaced. Throws
-/// UsageError for options that don't go together and Failure for what can't be written.
+/// "heights.txt", the exposure series, if any, in a folder "exposures", and in a folder "truth" of its own the truth
+/// picture, the true heights "height.tif" and the geometry of the frames "stack.json". All files appear together at the
+/// end; files of the same names are replaced. Throws UsageError for options that don't go together and Failure for what
+/// can't be written.
 void WriteStack(const SynthOptions& options);
 
 } // namespace app
