@@ -28,7 +28,7 @@ struct ModeOption {
     }
 };
 
-constexpr std::array<ModeOption, 12> kModeOptions = {{{"--comp-size", true, false, true},
+constexpr std::array<ModeOption, 13> kModeOptions = {{{"--comp-size", true, false, true},
                                                       {"--preset", true, false, true},
                                                       {"--smoothing", true, false, true},
                                                       {"--plane", false, true, true},
@@ -39,7 +39,8 @@ constexpr std::array<ModeOption, 12> kModeOptions = {{{"--comp-size", true, fals
                                                       {"--sensitivity", false, true, true},
                                                       {"--noise-remove", false, true, true},
                                                       {"--shape-smoothing", false, true, true},
-                                                      {"--temp", false, true, true}}};
+                                                      {"--temp", false, true, true},
+                                                      {"--differentiation-map", true, false, true}}};
 
 bool Asks3d(const ComposeOptions& options) {
     return std::any_of(kModeOptions.begin(), kModeOptions.end(),

@@ -27,6 +27,7 @@ struct ComposeOptions {
     std::filesystem::path HeightImageOutput;
     std::filesystem::path HeightPictureOutput;
     std::filesystem::path MeshOutput;
+    std::filesystem::path DifferentiationMapOutput;
     std::string JsonOutput; // "-": stdout
 
     KyfFocusCompositionParameter Settings = DefaultSettings();
@@ -51,7 +52,7 @@ struct ComposeOptions {
     bool IsGiven(const std::string& name) const;
     bool WantsHeights() const {
         return !HeightMapOutput.empty() || !HeightImageOutput.empty() || !HeightPictureOutput.empty() ||
-               !MeshOutput.empty();
+               !MeshOutput.empty() || !DifferentiationMapOutput.empty();
     }
     bool HasHeights() const { return !HeightsFile.empty() || Step.has_value(); }
 };

@@ -62,6 +62,9 @@ void SaveHeightOutputs(const FocusSession& session, const KyiImageData& image, c
                       [&](const fs::path& path) { SaveImage(path, *RenderHeightPicture(map, options.Unit)); });
     if (!options.MeshOutput.empty())
         outputs.Write(options.MeshOutput, [&](const fs::path& path) { SaveMesh(path, map, image, MeshOf(options)); });
+    if (!options.DifferentiationMapOutput.empty())
+        outputs.Write(options.DifferentiationMapOutput,
+                      [&](const fs::path& path) { SaveDifferentiationMap(path, session.BestFocus(image.Format)); });
     if (!options.HeightImageOutput.empty()) SaveHeightImageOutput(session, options, outputs, summary);
 }
 
@@ -70,7 +73,7 @@ void SaveHeightOutputs(const FocusSession& session, const KyiImageData& image, c
 std::vector<fs::path> OutputPaths(const ComposeOptions& options) {
     std::vector<fs::path> paths = {options.Output};
     for (const fs::path& path : {options.HeightMapOutput, options.HeightImageOutput, options.HeightPictureOutput,
-                                 options.MeshOutput, options.ParametersOutput})
+                                 options.MeshOutput, options.ParametersOutput, options.DifferentiationMapOutput})
         if (!path.empty()) paths.push_back(path);
     if (!options.JsonOutput.empty() && options.JsonOutput != "-") paths.emplace_back(options.JsonOutput);
     return paths;

@@ -84,6 +84,16 @@ Image FocusSession::HeightImage(HeightScale& scale) const {
     return Image(image);
 }
 
+DifferentiationMap FocusSession::BestFocus(int format) const {
+    KyfDifferentiationMap lent{};
+    Require(KyfFocusGetDifferentiationMap(m_session.get(), format, &lent), "differentiation map");
+    if (lent.Rows == nullptr) throw Failure("differentiation map: there is none");
+    DifferentiationMap map{lent.Width, lent.Height, lent.Depth, {}};
+    for (int y = 0; y < map.Height; ++y) map.Values.insert(map.Values.end(), lent.Rows[y], lent.Rows[y] + map.Width);
+    KyfFreeDifferentiationMap(&lent);
+    return map;
+}
+
 const char* DescribeResult(KyfResult result) {
     switch (result) {
     case KyfResultInvalidParameter: return "refused by the library as not valid";

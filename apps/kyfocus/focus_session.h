@@ -9,6 +9,7 @@
 
 #include <kyfocus/kyfocus.h>
 
+#include "differentiation_map_file.h"
 #include "height_image_file.h"
 #include "height_map_file.h"
 #include "images.h"
@@ -35,6 +36,10 @@ class FocusSession {
     HeightMap Heights() const;
     /// The same map as a 16-bit gray image. `scale` receives step and offset.
     Image HeightImage(HeightScale& scale) const;
+
+    /// How sharp each pixel of the result was at its best. Heights must have been given, and the mode not be 3d.
+    /// @param format  Of the frames.
+    DifferentiationMap BestFocus(int format) const;
 
   private:
     struct FreeSession {

@@ -80,6 +80,9 @@ void AddHeightOutputs(CLI::App& command, ComposeOptions& options, const std::str
             "heights.");
     addFile("--height-picture", options.HeightPictureOutput, "FILE.png",
             "The height map in false colours, to be looked at, with a colour bar in --unit. Needs heights.");
+    addFile("--differentiation-map", options.DifferentiationMapOutput, "FILE.png|.tif",
+            "How sharp each pixel was at its best, as a gray image of the frames' bits: what kyfocus noisecut judges "
+            "heights by. Of --mode 2d and complex. Needs heights.");
     AddMeshOptions(command, options, group);
 }
 
@@ -138,6 +141,7 @@ void CheckHeightOptions(const ComposeOptions& options) {
     RequireExtension(options.HeightImageOutput, {".png"});
     RequireExtension(options.HeightPictureOutput, {".png"});
     RequireExtension(options.MeshOutput, {".ply", ".stl"});
+    RequireExtension(options.DifferentiationMapOutput, {".png", ".tif", ".tiff"});
     for (const char* const part : {"--mesh-step", "--pixel-size"})
         if (options.MeshOutput.empty() && options.IsGiven(part))
             throw UsageError(std::string(part) + " needs --mesh, the file that it is for");
@@ -148,8 +152,8 @@ void CheckHeightOptions(const ComposeOptions& options) {
     if (options.Step && *options.Step == 0) throw UsageError("--step is 0, expected the height from frame to frame");
     if (options.Step && !options.HeightsFile.empty()) throw UsageError("--heights and --step exclude each other");
     if (options.WantsHeights() && !options.HasHeights())
-        throw UsageError("--height-map, --height-image, --height-picture and --mesh need the frames' heights: give "
-                         "--heights, or --start and --step");
+        throw UsageError("--height-map, --height-image, --height-picture, --mesh and --differentiation-map need the "
+                         "frames' heights: give --heights, or --start and --step");
 }
 
 } // namespace app

@@ -10,8 +10,10 @@
 #include "compare.h"
 #include "compose_command.h"
 #include "errors.h"
+#include "halation_command.h"
 #include "help_format.h"
 #include "interruption.h"
+#include "noisecut_command.h"
 #include "params_command.h"
 #include "synth.h"
 
@@ -26,6 +28,8 @@ void AddCommands(CLI::App& program) {
     app::AddComposeCommand(program);
     app::AddSynthCommand(program);
     app::AddCompareCommand(program);
+    app::AddHalationCommand(program);
+    app::AddNoisecutCommand(program);
     app::AddParamsCommand(program);
     for (CLI::App* const command : program.get_subcommands(nullptr)) command->group("Commands");
 }

@@ -65,6 +65,7 @@ Json ResultJson(const Summary& summary, const ComposeOptions& options) {
         if (!file.empty()) result[name] = {{"file", DisplayPath(file)}};
     };
     addFile("height_map", options.HeightMapOutput);
+    addFile("differentiation_map", options.DifferentiationMapOutput);
     addFile("height_picture", options.HeightPictureOutput);
     addFile("mesh", options.MeshOutput);
     if (summary.ImageScale)
