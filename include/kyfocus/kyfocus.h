@@ -3,6 +3,7 @@
 #define KYFOCUS_KYFOCUS_H
 
 #include <kyfocus/alignment.h>
+#include <kyfocus/file_composition.h>
 #include <kyfocus/gpu.h>
 #include <kyfocus/halation.h>
 #include <kyfocus/height.h>
