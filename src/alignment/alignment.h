@@ -1,6 +1,6 @@
 /// Frame alignment: the choice of method and the result rectangle.
 ///
-/// Uses filters and imaging (public calls).
+/// Uses filters, progress, platform and imaging (public calls).
 #ifndef KYFOCUS_ALIGNMENT_ALIGNMENT_H
 #define KYFOCUS_ALIGNMENT_ALIGNMENT_H
 
