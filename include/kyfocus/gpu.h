@@ -15,9 +15,9 @@
 extern "C" {
 #endif
 
-/** Whether the 3D modes can use CUDA: the driver opens, device 0 gives a context, and "CUDAKernels.cu.fatbin" lies beside
- *  the running program and fits the device. An attempt that fails past the opening of the driver is the last of the
- *  process; the reason goes to the trace log. Switches CUDA on for the process until a session's next add or make
+/** Whether the 3D modes can use CUDA: the driver opens, device 0 gives a context, and "CUDAKernels.cu.fatbin" lies
+ * beside the running program and fits the device. An attempt that fails past the opening of the driver is the last of
+ * the process; the reason goes to the trace log. Switches CUDA on for the process until a session's next add or make
  *  writes its own DisableGPU. */
 KYF_API bool KyfGetEnableGpuCuda(void);
 
