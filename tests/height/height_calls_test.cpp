@@ -1,6 +1,7 @@
 // Owners, results and records of the height calls.
 #include <cstdint>
 #include <numeric>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -163,6 +164,35 @@ TEST_P(HeightCalls, RefuseAnImageOfACutThatIsEmpty) {
     EXPECT_EQ(KyfFocusGetHeightImage16Bit(session.get(), &image, nullptr), KyfResultInvalidParameter);
 }
 
+TEST_P(HeightCalls, RefuseASampleRecordOfACutThatIsEmpty) {
+    const test::Session session = MadeSession(GetParam());
+    KyfCompositionState& state = kyf::HeightState(*session);
+    for (const auto& [width, height] : {std::pair{0, kCutHeight}, {kCutWidth, 0}, {0, 0}, {-1, kCutHeight}}) {
+        state.CuttedWidth = width;
+        state.CuttedHeight = height;
+        KyfHeightData16bit words{nullptr, -5, -6, 0.0, 0.0, 0.0};
+        for (const auto call :
+             {KyfFocusGetHeightData16Bit, KyfFocusGetCuttedHeightData16Bit, KyfFocusGetAntNoiseHeightData16Bit})
+            EXPECT_EQ(call(session.get(), &words), KyfResultNoHeightData) << width << " x " << height;
+        EXPECT_EQ(words.Data, nullptr);
+        EXPECT_EQ(words.Width, -5);
+    }
+}
+
+TEST_P(HeightCalls, GiveAnEmptyRecordThatIsToBeFreedWhereThereIsNoCut) {
+    const test::Session session = MadeSession(GetParam());
+    KyfCompositionState& state = kyf::HeightState(*session);
+    state.CuttedWidth = state.CuttedHeight = 0;
+    for (const auto call : {KyfFocusGetCuttedHeightData, KyfFocusGetCuttedAntNoiseHeightData}) {
+        KyfHeightDataArray flat{nullptr, -5, -6};
+        ASSERT_EQ(call(session.get(), &flat), KyfResultOk);
+        EXPECT_EQ(flat.Width, 0);
+        EXPECT_EQ(flat.Height, 0);
+        EXPECT_NE(flat.Data, nullptr);
+        KyfFreeHeightData16bit(&flat);
+    }
+}
+
 TEST(SampleRecords, AreFreedOnceAndNullIsQuiet) {
     KyfHeightData16bit words{};
     words.Data = new std::uint16_t[4]{};
@@ -220,6 +250,21 @@ TEST(DifferentiationMap, IsHandedOverOnceAndIsNullFromThenOn) {
     EXPECT_EQ(untouched.Depth, -3);
     KyfDifferentiationMap8Bit bytes{};
     EXPECT_EQ(KyfFocusGetDifferentiationMap8Bit(session.get(), &bytes), KyfResultNoHeightData);
+    KyfFreeDifferentiationMap(&map);
+}
+
+TEST(DifferentiationMap, IsHandedOverAsNullWhereFocusValuesAreNotCut) {
+    const test::Session session = test::MakeSession(KyfModeComplexProcessing);
+    AddFocusValues(*session);
+    kyf::FreeIntRows(std::exchange(session->CuttedBestFocusMap, nullptr), kCutHeight);
+    KyfDifferentiationMap map{nullptr, -1, -2, -3};
+    EXPECT_EQ(KyfFocusGetDifferentiationMap(session.get(), KyiFormatGray8, &map), KyfResultOk);
+    EXPECT_EQ(map.Width, -1) << "a copy leaves the record alone";
+    EXPECT_EQ(KyfFocusExtractDifferentiationMap(session.get(), KyiFormatGray8, &map), KyfResultOk);
+    EXPECT_EQ(map.Rows, nullptr);
+    EXPECT_EQ(map.Width, kCutWidth);
+    EXPECT_EQ(map.Height, kCutHeight);
+    EXPECT_EQ(map.Depth, 256);
     KyfFreeDifferentiationMap(&map);
 }
 

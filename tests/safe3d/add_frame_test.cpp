@@ -10,9 +10,11 @@
 #include <sys/stat.h>
 
 #include "filters/filters.h"
+#include "safe3d/progress_reports.h"
 #include "safe3d/safe3d.h"
 #include "safe3d/stack_session.h"
 #include "safe3d/threads.h"
+#include "safe3d/trace_lines.h"
 
 namespace {
 
@@ -268,69 +270,21 @@ TEST_F(AddFrame, IsSweptAwayByTerminate) {
 }
 
 // ---- progress and trace
-
-std::vector<std::string> g_calls;
-
-std::string PathOf(const KyfProgress* node) {
-    if (!node->Parent || node->Parent == node) return "";
-    const KyfProgress* const parent = node->Parent;
-    const auto place = std::find(parent->SubList, parent->SubList + parent->SubCount, node) - parent->SubList;
-    return PathOf(parent) + "/" + std::to_string(place);
-}
-
-void WriteDown(KyfProgress* node) { g_calls.push_back(PathOf(node) + " " + std::to_string(node->Percent)); }
-
 TEST_F(AddFrame, ReportsFourStepsWithTheBlurBelowTheThird) {
     const test::Session session = Start();
     for (const bool isFirst : {true, false}) {
-        g_calls.clear();
-        KyfProgress* const root = KyfAllocProgress(WriteDown, nullptr);
+        const test::ProgressReports progress;
         KyiBool owned = 0;
         const test::Image frame = Frame(1);
-        ASSERT_EQ(kyf::Kyf3DSafeAddImage(session.get(), frame.get(), 0, owned, 0, root), KyfResultOk);
+        ASSERT_EQ(kyf::Kyf3DSafeAddImage(session.get(), frame.get(), 0, owned, 0, progress.Root()), KyfResultOk);
         std::vector<std::string> expected;
         if (!isFirst) expected = {"/0 51", "/0 101"};
         const std::vector<std::string> rest{" 26",   " 51",    "/2/0 10", "/2/0 20", "/2/0 30", "/2 34",
                                             "/2 68", "/2 101", " 76",     " 101",    " 100"};
         expected.insert(expected.end(), rest.begin(), rest.end());
-        EXPECT_EQ(g_calls, expected) << (isFirst ? "first" : "later");
-        KyfFreeProgress(root);
+        EXPECT_EQ(progress.Lines(), expected) << (isFirst ? "first" : "later");
     }
 }
-
-/// Lines that the library traces during a scope, without time and place.
-class TraceLines {
-  public:
-    TraceLines() {
-        KyiSetTraceLogFolder(m_folder.Path().wstring().c_str());
-        KyiSetPuttingTraceLog(1);
-    }
-    ~TraceLines() {
-        KyiSetPuttingTraceLog(0);
-        KyiSetTraceLogFolder(nullptr);
-    }
-    TraceLines(const TraceLines&) = delete;
-    TraceLines& operator=(const TraceLines&) = delete;
-
-    // What the back ends' own objects trace, between their Begin and End, is left out.
-    std::vector<std::string> Get() const {
-        std::vector<std::string> lines;
-        std::ifstream log(m_folder.Path() / "kyimaging.log");
-        int depth = 0;
-        for (std::string line; std::getline(log, line);) {
-            line = line.substr(line.find(") ") + 2);
-            const bool isBegin = line.starts_with("Begin CCudaAPI::") || line.starts_with("Begin COpenCL");
-            const bool isEnd = line.starts_with("End CCudaAPI::") || line.starts_with("End COpenCL");
-            if (isBegin) ++depth;
-            if (depth == 0) lines.push_back(line);
-            if (isEnd) --depth;
-        }
-        return lines;
-    }
-
-  private:
-    test::TemporaryFolder m_folder;
-};
 
 TEST_F(AddFrame, TracesItsStagesAndTheChoiceOfThePath) {
     const std::string title =
@@ -338,7 +292,7 @@ TEST_F(AddFrame, TracesItsStagesAndTheChoiceOfThePath) {
     for (const std::int32_t scopeType : {0, 2}) {
         const test::Session session = Start(scopeType);
         session->DisableGPU = 1; // so that the processor is chosen wherever the test runs
-        const TraceLines lines;
+        const test::TraceLines lines;
         ASSERT_EQ(Add(*session, *Frame(1)), KyfResultOk);
         std::vector<std::string> expected{
             "Begin " + title,         "IsDisableGPU = true", "isEnableCuda = false",     "OpenCL is not initialized.",

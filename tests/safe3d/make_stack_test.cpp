@@ -11,6 +11,7 @@
 #include "filters/double_image.h"
 #include "safe3d/compose_by_height.h"
 #include "safe3d/maps.h"
+#include "safe3d/progress_reports.h"
 #include "safe3d/safe3d.h"
 #include "safe3d/stack_session.h"
 #include "safe3d/threads.h"
@@ -165,8 +166,8 @@ struct NamedMishap {
     const char* Name;
     Mishap Happen;
 };
-void SaveOther(const fs::path& path, std::int32_t width, std::int32_t format) {
-    const test::Image other = test::TexturedImage(width, kHeight, format, 5);
+void SaveOther(const fs::path& path, std::int32_t width, std::int32_t height, std::int32_t format) {
+    const test::Image other = test::TexturedImage(width, height, format, 5);
     ASSERT_TRUE(KyiSaveImageData(path.wstring().c_str(), other.get(), 0));
 }
 const NamedMishap kMishaps[] = {
@@ -174,10 +175,12 @@ const NamedMishap kMishaps[] = {
     {"Truncated", [](const fs::path& path) { fs::resize_file(path, fs::file_size(path) / 2); }},
     {"Emptied", [](const fs::path& path) { fs::resize_file(path, 0); }},
     {"Overwritten", [](const fs::path& path) { std::ofstream(path) << "BM and no more"; }},
-    {"Wider", [](const fs::path& path) { SaveOther(path, kWidth + 1, KyiFormatBgr24); }},
-    {"Narrower", [](const fs::path& path) { SaveOther(path, kWidth - 1, KyiFormatBgr24); }},
-    {"Gray", [](const fs::path& path) { SaveOther(path, kWidth, KyiFormatGray8); }},
-    {"Deep", [](const fs::path& path) { SaveOther(path, kWidth, KyiFormatBgr48); }},
+    {"Wider", [](const fs::path& path) { SaveOther(path, kWidth + 1, kHeight, KyiFormatBgr24); }},
+    {"Narrower", [](const fs::path& path) { SaveOther(path, kWidth - 1, kHeight, KyiFormatBgr24); }},
+    {"Taller", [](const fs::path& path) { SaveOther(path, kWidth, kHeight + 1, KyiFormatBgr24); }},
+    {"Shorter", [](const fs::path& path) { SaveOther(path, kWidth, kHeight - 1, KyiFormatBgr24); }},
+    {"Gray", [](const fs::path& path) { SaveOther(path, kWidth, kHeight, KyiFormatGray8); }},
+    {"Deep", [](const fs::path& path) { SaveOther(path, kWidth, kHeight, KyiFormatBgr48); }},
     {"Folder",
      [](const fs::path& path) {
          fs::remove(path);
@@ -185,7 +188,27 @@ const NamedMishap kMishaps[] = {
      }},
 };
 
-class LostBitmap : public MakeStack, public testing::WithParamInterface<NamedMishap> {};
+class LostBitmap : public MakeStack, public testing::WithParamInterface<NamedMishap> {
+  protected:
+    /// Every sample is as in the whole composite, or as the steps before the lost frame leave it: as in the first frame
+    /// where none has come, as in the frame before the last one read where only the next step could have brought that.
+    void ExpectBrokenOff(const std::vector<std::int32_t>& composite, const std::vector<std::int32_t>& first,
+                         std::int32_t lost) const {
+        const std::vector<std::int32_t> before =
+            test::ToPlanes(*test::ReliefFrame(kWidth, kHeight, KyiFormatBgr24, lost - 2, kFrames, 1));
+        ASSERT_EQ(composite.size(), m_composite.size());
+        std::size_t reached = 0;
+        std::size_t unreached = 0;
+        for (std::size_t i = 0; i < composite.size(); ++i) {
+            if (composite[i] == m_composite[i] && composite[i] != first[i]) ++reached;
+            if (composite[i] == first[i] && composite[i] != m_composite[i]) ++unreached;
+            ASSERT_TRUE(composite[i] == m_composite[i] || composite[i] == first[i] || composite[i] == before[i])
+                << "sample " << i << ", lost " << lost;
+        }
+        EXPECT_GT(reached, 0U) << lost;
+        EXPECT_GT(unreached, 0U) << lost;
+    }
+};
 
 TEST_P(LostBitmap, EndsTheCompositeBeforeItAndLeavesTheHeights) {
     RememberTheWhole();
@@ -198,14 +221,12 @@ TEST_P(LostBitmap, EndsTheCompositeBeforeItAndLeavesTheHeights) {
             const std::vector<std::int32_t> first = test::ToPlanes(*session->State3D.CompImage);
             ASSERT_EQ(KyfFocusMakeCompImage(session.get(), threads != 0, nullptr), KyfResultOk) << lost;
             EXPECT_TRUE(test::SameValues(m_heights, Heights(*session))) << lost;
-            // Every pixel is as in the whole composite, or as no step has reached it or the last one that could.
             const std::vector<std::int32_t> composite = test::ToPlanes(*session->State3D.CompImage);
             EXPECT_NE(composite, m_composite);
-            if (lost < 2) {
-                EXPECT_TRUE(test::SameValues(first, composite)) << lost;
-            } else {
-                EXPECT_NE(composite, first);
-            }
+            if (lost < 2)
+                EXPECT_TRUE(test::SameValues(first, composite)) << lost; // no step has run
+            else
+                ExpectBrokenOff(composite, first, lost);
             fs::remove(bitmap); // a folder would outlast the sweep
             KyfFocusTerminate(session.get());
             EXPECT_TRUE(fs::is_empty(m_folder.Path()));
@@ -259,30 +280,17 @@ INSTANTIATE_TEST_SUITE_P(Composites, ComposedCases, testing::ValuesIn(test::Case
                          [](const auto& test) { return test.param; });
 
 // ---- progress
-
-std::vector<std::string> g_calls;
-
-std::string PathOf(const KyfProgress* node) {
-    if (!node->Parent || node->Parent == node) return "";
-    const KyfProgress* const parent = node->Parent;
-    const auto place = std::find(parent->SubList, parent->SubList + parent->SubCount, node) - parent->SubList;
-    return PathOf(parent) + "/" + std::to_string(place);
-}
-void WriteDown(KyfProgress* node) { g_calls.push_back(PathOf(node) + " " + std::to_string(node->Percent)); }
-
 TEST_F(MakeStack, ReportsTheStagesAndLeavesTheNinthOpen) {
     const test::Session session = Stack();
-    g_calls.clear();
-    KyfProgress* const root = KyfAllocProgress(WriteDown, nullptr);
-    ASSERT_EQ(KyfFocusMakeCompImage(session.get(), 0, root), KyfResultOk);
+    const test::ProgressReports progress;
+    ASSERT_EQ(KyfFocusMakeCompImage(session.get(), 0, progress.Root()), KyfResultOk);
     // Five stages, the eight frames of the composite, three stages; the cut.
     const std::vector<std::string> expected{"/0 12",    "/0 24",   "/0 35",   "/0 46",   "/0 57",   "/0/5 13",
                                             "/0/5 26",  "/0/5 39", "/0/5 52", "/0/5 65", "/0/5 77", "/0/5 89",
                                             "/0/5 101", "/0 68",   "/0 79",   "/0 90",   " 90",     " 100"};
-    EXPECT_EQ(g_calls, expected);
-    EXPECT_EQ(root->SubList[0]->SubCount, 9);
-    EXPECT_EQ(root->SubList[0]->SubList[8]->Completed, 0);
-    KyfFreeProgress(root);
+    EXPECT_EQ(progress.Lines(), expected);
+    EXPECT_EQ(progress.Root()->SubList[0]->SubCount, 9);
+    EXPECT_EQ(progress.Root()->SubList[0]->SubList[8]->Completed, 0);
 }
 
 } // namespace

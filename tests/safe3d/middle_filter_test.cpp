@@ -1,11 +1,16 @@
 #include "safe3d/middle_filter.h"
 
+#include <cstdint>
+#include <string>
+#include <vector>
+
 #include <gtest/gtest.h>
 
 #include "gpu/gpu_switches.h"
 #include "reference/median.h"
 #include "safe3d/maps.h"
 #include "safe3d/threads.h"
+#include "safe3d/trace_lines.h"
 #include "support/arrays.h"
 #include "support/case_files.h"
 
@@ -80,6 +85,63 @@ TEST(MiddleFilter, KeepsTheOrderOfSamples) { // a law: the median of rising valu
     for (auto* list : {&samples, &expected})
         for (std::int32_t& value : *list) value = 3 * value + 17;
     EXPECT_EQ(expected, RunFilter(shape, samples, mask, 11, 0));
+}
+
+std::vector<std::int32_t> RunPasses(const MapShape& shape, const std::vector<std::int32_t>& samples,
+                                    const std::vector<std::int32_t>& mask, std::int32_t times, bool together) {
+    const test::Uint16Image image = test::NewUint16(shape, samples);
+    const test::Image maskImage = test::NewMask(shape, mask);
+    if (together) {
+        EXPECT_EQ(1, kyf::RepeatMiddleFilter(*image, *maskImage, 11, times, 0));
+    } else {
+        for (std::int32_t i = 0; i < times; ++i) EXPECT_EQ(1, kyf::MiddleFilter(*image, *maskImage, 11, 0));
+    }
+    return test::ToList(*image);
+}
+
+/// Rows of unlike samples in turn: each pass turns them over, and the ends eat into them.
+std::vector<std::int32_t> Stripes(const MapShape& shape) {
+    std::vector<std::int32_t> samples;
+    for (std::int32_t y = 0; y < shape.Height; ++y)
+        samples.insert(samples.end(), static_cast<std::size_t>(shape.Width), y % 2 == 0 ? 100 : 60000);
+    return samples;
+}
+
+TEST(RepeatMiddleFilter, GivesWhatAsManyPassesGive) {
+    for (const MapShape& shape : {MapShape{1, 1}, MapShape{20, 9}, MapShape{33, 70}, MapShape{12, 250}}) {
+        for (const std::uint32_t share : {0U, 30U, 90U}) {
+            const auto mask = test::RandomMask(shape, share, 3, 5);
+            for (const auto& samples : {test::RandomSamples(test::CountOf(shape), 0, 65535, 6), Stripes(shape)})
+                for (const std::int32_t times : {-1, 0, 1, 2, 3, 16, 17, 18, 31, 50, 77})
+                    EXPECT_TRUE(test::SameValues(RunPasses(shape, samples, mask, times, /*together=*/false),
+                                                 RunPasses(shape, samples, mask, times, /*together=*/true)))
+                        << test::Describe(shape, 0, share) << ", passes " << times;
+        }
+    }
+}
+
+TEST(RepeatMiddleFilter, EndsWhateverTheNumber) {
+    const MapShape shape{24, 300};
+    for (const auto& samples : {Stripes(shape), test::RandomSamples(test::CountOf(shape), 0, 65535, 9)}) {
+        const auto many = RunPasses(shape, samples, std::vector<std::int32_t>(test::CountOf(shape)), INT32_MAX, true);
+        const auto next = RunPasses(shape, many, std::vector<std::int32_t>(test::CountOf(shape)), 1, true);
+        const auto after = RunPasses(shape, next, std::vector<std::int32_t>(test::CountOf(shape)), 1, true);
+        EXPECT_TRUE(test::SameValues(many, after)) << "neither at rest nor between two images";
+    }
+}
+
+TEST(RepeatMiddleFilter, TracesPassesThatItNeedNotCompute) {
+    const std::string title = "MiddleFilter( KyfImageDataUint16*, KyiImageData*, int, BOOL )";
+    const MapShape shape{20, 20};
+    const test::TraceLines lines;
+    kyf::SetIsDisableGpu(1);
+    RunPasses(shape, test::RandomSamples(400, 7, 7, 1), std::vector<std::int32_t>(400), 4, /*together=*/true);
+    std::vector<std::string> expected;
+    for (int pass = 0; pass < 4; ++pass)
+        for (const std::string& line : {"Begin " + title, std::string("Begin processing by CPU."),
+                                        std::string("End processing by CPU."), "End " + title})
+            expected.push_back(line);
+    EXPECT_EQ(expected, lines.Get());
 }
 
 } // namespace

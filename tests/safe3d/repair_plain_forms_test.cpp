@@ -1,12 +1,16 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "reference/height_repair.h"
 #include "safe3d/height_repair.h"
 #include "safe3d/maps.h"
+#include "safe3d/progress_reports.h"
 #include "safe3d/relaxation.h"
 #include "safe3d/threads.h"
 
@@ -91,19 +95,18 @@ TEST(FillPlane, EqualsThePlainForm) {
     });
 }
 
-TEST(FillPlane, ReportsTheClosingAsNineTenths) {
-    static std::vector<std::int32_t> percents;
-    percents.clear();
-    KyfProgress* const root = KyfAllocProgress(
-        [](KyfProgress* node) { percents.push_back(KyfProgressGetPersent(KyfProgressGetParent(node))); }, nullptr);
-    const test::Uint16Image image = test::NewUint16({4, 4}, std::vector<std::int32_t>(16, 5));
-    const test::Image mask = test::NewMask({4, 4}, std::vector<std::int32_t>(16, 255));
-    EXPECT_EQ(1, kyf::FillPlane(*image, *mask, 3.0, root));
-    ASSERT_FALSE(percents.empty());
-    EXPECT_TRUE(std::is_sorted(percents.begin(), percents.end()));
-    EXPECT_NE(percents.end(), std::find(percents.begin(), percents.end(), 90));
-    EXPECT_GE(percents.back(), 100);
-    KyfFreeProgress(root);
+TEST(FillPlane, ReportsTenStepsARoundAndThenWhatLiesAboveEachRow) {
+    const test::ProgressReports progress;
+    const test::Uint16Image image = test::NewUint16({3, 4}, std::vector<std::int32_t>(12, 5));
+    const test::Image mask = test::NewMask({3, 4}, std::vector<std::int32_t>(12, 255));
+    EXPECT_EQ(1, kyf::FillPlane(*image, *mask, 3.0, progress.Root()));
+    std::vector<std::string> expected;
+    for (const std::string round : {"/0/0 ", "/0/1 "}) {
+        for (int percent = 10; percent <= 100; percent += 10) expected.push_back(round + std::to_string(percent));
+        expected.emplace_back(round == "/0/0 " ? "/0 51" : "/0 101");
+    }
+    for (const char* const last : {" 90", "/1 25", "/1 50", "/1 75", " 100"}) expected.emplace_back(last);
+    EXPECT_EQ(expected, progress.Lines());
 }
 
 TEST(HardenMask, EqualsThePlainForm) {
@@ -120,13 +123,15 @@ TEST(HardenMask, EqualsThePlainForm) {
 TEST(RelaxHoles, EqualsThePlainForm) {
     ForShapes([](const MapShape& shape, std::uint32_t seed) {
         for (const std::uint32_t share : {0U, 10U, 60U, 95U, 100U}) {
+            // The sweeps end at changes of 10 without an offset, of 4 and 50 with one.
             const double scale = seed % 3 == 0 ? 1.0 : 0.0001;
+            const double offset = seed % 5 == 0 ? 0.0 : seed % 5 < 3 ? 6.0 : -40.0;
             reference::ScaledGrid expected{Grid(shape, test::RandomSamples(test::CountOf(shape), 0, 65535, seed)),
-                                           scale, 0.0};
+                                           scale, offset};
             auto maskValues = test::RandomMask(shape, share, seed % 2 == 0 ? 1 : 9, seed);
             if (seed % 4 == 0) maskValues[0] = 254; // neither good nor bad
             reference::IntGrid expectedMask = Grid(shape, maskValues);
-            const test::Uint16Image image = test::NewUint16(shape, expected.Samples.Values, scale, 0.0);
+            const test::Uint16Image image = test::NewUint16(shape, expected.Samples.Values, scale, offset);
             const test::Image mask = test::NewMask(shape, maskValues);
             reference::Relax(expected, expectedMask);
             kyf::RelaxHoles(*image, *mask);

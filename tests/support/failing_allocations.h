@@ -15,9 +15,12 @@ namespace test {
 
 inline std::atomic<int> g_allocationsLeft{-1}; // negative: no allocation fails
 
+inline std::atomic<bool> g_onlyOneFails{false}; // else all that come after the first one fail too
+
 inline bool MayAllocate() {
     int left = g_allocationsLeft.load();
-    while (left > 0 && !g_allocationsLeft.compare_exchange_weak(left, left - 1)) continue;
+    while (left > 0 || (left == 0 && g_onlyOneFails.load()))
+        if (g_allocationsLeft.compare_exchange_weak(left, left - 1)) break;
     return left != 0;
 }
 
@@ -30,6 +33,16 @@ template <typename Work> auto RunWithAllocations(int n, Work work) {
     g_allocationsLeft.store(n);
     const auto result = work();
     g_allocationsLeft.store(-1);
+    return result;
+}
+
+/// Runs `work` with the n-th allocation failing and no other one. @param hasFailed  Receives whether it came to that.
+template <typename Work> auto RunWithOneFailure(int n, bool& hasFailed, Work work) {
+    g_onlyOneFails.store(true);
+    g_allocationsLeft.store(n);
+    const auto result = work();
+    hasFailed = g_allocationsLeft.exchange(-1) < 0;
+    g_onlyOneFails.store(false);
     return result;
 }
 

@@ -1,0 +1,126 @@
+// What a make tells while it runs: lines of the trace, nodes of the progress, the switches of the back ends.
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "gpu/gpu_switches.h"
+#include "safe3d/compose_by_height.h"
+#include "safe3d/maps.h"
+#include "safe3d/progress_reports.h"
+#include "safe3d/safe3d.h"
+#include "safe3d/stack_session.h"
+#include "safe3d/trace_lines.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::int32_t kWidth = 40;
+constexpr std::int32_t kHeight = 30;
+constexpr std::int32_t kFrames = 5;
+
+class MakeReports : public testing::Test {
+  protected:
+    test::Session Stack() const {
+        test::StackSettings settings;
+        settings.ProjectionNoiseRemove = 3;
+        test::Session session = test::StartStack(settings, m_folder.Path());
+        EXPECT_TRUE(test::AddRelief(*session, kWidth, kHeight, KyiFormatBgr24, kFrames, 1));
+        return session;
+    }
+    void Lose(int frame) const { fs::remove(m_folder.Path() / ("MFocusTemp" + std::to_string(frame) + ".bmp")); }
+
+    test::TemporaryFolder m_folder;
+};
+
+/// Lines of the height data itself: what codecs, files and images trace is theirs.
+std::vector<std::string> LinesOfHeightData(const test::TraceLines& trace) {
+    std::vector<std::string> lines;
+    for (const std::string& line : trace.Get())
+        if (line.find("Kyf3DSafeMakeHeightData") != std::string::npos || line.find("pFocusInfo") != std::string::npos)
+            lines.push_back(line);
+    return lines;
+}
+
+const std::string kHasHeights = "pFocusInfo->HeightList != nullptr && pFocusInfo->HeightDataMap == nullptr";
+
+TEST_F(MakeReports, TraceTheHeightsAndTheNumberOfMedians) {
+    const test::Session session = Stack();
+    const test::TraceLines trace;
+    ASSERT_EQ(kyf::Kyf3DSafeMakeHeightData(session.get(), 0, nullptr), KyfResultOk);
+    EXPECT_EQ(LinesOfHeightData(trace),
+              (std::vector<std::string>{"Begin Kyf3DSafeMakeHeightData", kHasHeights,
+                                        "pFocusInfo->ProjectionNoiseRemove=3", "End Kyf3DSafeMakeHeightData"}));
+}
+
+TEST_F(MakeReports, TraceNothingBetweenTheEndsWhereThereIsNothingToMake) {
+    KyfFocusComposition empty{};
+    const test::TraceLines trace;
+    ASSERT_EQ(kyf::Kyf3DSafeMakeHeightData(&empty, 0, nullptr), KyfResultOk);
+    EXPECT_EQ(trace.Get(), (std::vector<std::string>{"Begin Kyf3DSafeMakeHeightData", "End Kyf3DSafeMakeHeightData"}));
+}
+
+TEST_F(MakeReports, TraceTheResultOfAStackWithoutASize) {
+    KyfFocusComposition empty{};
+    double height = 1.0;
+    empty.HeightList = &height;
+    const test::TraceLines trace;
+    ASSERT_EQ(kyf::Kyf3DSafeMakeHeightData(&empty, 0, nullptr), KyfResultInvalidParameter);
+    EXPECT_EQ(trace.Get(), (std::vector<std::string>{"Begin Kyf3DSafeMakeHeightData", kHasHeights,
+                                                     "End Kyf3DSafeMakeHeightData: KyfResultInvalidParameter"}));
+}
+
+TEST_F(MakeReports, TraceTheResultOfAMapThatCannotBeHad) {
+    const test::Session session = Stack();
+    session->State3D.SourceWidth = 1 << 30; // more than there are addresses
+    session->State3D.SourceHeight = 1 << 20;
+    const test::TraceLines trace;
+    ASSERT_EQ(kyf::Kyf3DSafeMakeHeightData(session.get(), 0, nullptr), KyfResultFailAlloc);
+    EXPECT_EQ(trace.Get(), (std::vector<std::string>{"Begin Kyf3DSafeMakeHeightData", kHasHeights,
+                                                     "End Kyf3DSafeMakeHeightData: KyfResultFailAlloc"}));
+    EXPECT_EQ(session->State3D.HeightDataMap, nullptr);
+}
+
+TEST_F(MakeReports, WriteTheSwitchesOfTheBackEndsFirst) {
+    KyfFocusComposition empty{};
+    for (const std::int32_t disable : {1, 0, 7}) {
+        empty.DisableGPU = disable;
+        ASSERT_EQ(kyf::Kyf3DSafeMakeHeightData(&empty, 0, nullptr), KyfResultOk);
+        EXPECT_EQ(kyf::g_isDisableGpuCuda != 0, disable != 0);
+        EXPECT_EQ(kyf::g_isDisableGpuOpenCl != 0, disable != 0);
+    }
+}
+
+TEST_F(MakeReports, CompleteTheNodeOfTheHeightsWhetherThereAreAnyOrNot) {
+    const test::Session session = Stack();
+    for (const char* const run : {"made", "there already"}) {
+        const test::ProgressReports progress;
+        ASSERT_EQ(kyf::Kyf3DSafeMakeHeightData(session.get(), 0, progress.Root()), KyfResultOk);
+        EXPECT_NE(progress.Root()->Completed, 0) << run;
+        ASSERT_FALSE(progress.Lines().empty()) << run;
+        EXPECT_EQ(progress.Lines().back(), " 100") << run;
+    }
+}
+
+TEST_F(MakeReports, CompleteTheNodesOfTheDriver) {
+    const test::Session session = Stack();
+    const test::ProgressReports progress;
+    ASSERT_EQ(kyf::Kyf3DSafeMakeCompImage(session.get(), {0, 0, kWidth, kHeight}, 0, progress.Root()), KyfResultOk);
+    EXPECT_NE(progress.Root()->Completed, 0);
+    EXPECT_NE(progress.Root()->SubList[0]->Completed, 0);
+    EXPECT_NE(progress.Root()->SubList[1]->Completed, 0);
+}
+
+TEST_F(MakeReports, CompleteTheNodeOfACompositeThatWasBrokenOff) {
+    const test::Session session = Stack();
+    Lose(3);
+    const test::MapShape shape{kWidth, kHeight};
+    const test::Uint16Image map = test::NewUint16(shape, std::vector<std::int32_t>(test::CountOf(shape), 0));
+    const test::ProgressReports progress;
+    EXPECT_EQ(kyf::ComposeByHeight(*session, *map, 0, progress.Root()), KyfResultInvalidParameter);
+    EXPECT_NE(progress.Root()->Completed, 0);
+    EXPECT_EQ(progress.Lines(), (std::vector<std::string>{" 26", " 51", " 100"}));
+}
+
+} // namespace
