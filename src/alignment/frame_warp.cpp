@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <numbers>
+#include <utility>
 #include <vector>
 
 #include "alignment/frame_warp_plan.h"
@@ -21,6 +23,10 @@ namespace {
 constexpr std::int32_t kTileSamples = 768;
 constexpr std::int32_t kTileRows = 64;
 constexpr std::int32_t kNoRow = -1;
+
+// Runs of fewer samples are gathered before they are interpolated, by blocks of so many bytes.
+constexpr std::int32_t kShortRun = 96;
+constexpr std::size_t kGatherBytes = 32;
 
 std::int32_t Difference(std::int32_t a, std::int32_t b) noexcept { return WrappingSum(a, WrappingProduct(b, -1)); }
 
@@ -44,26 +50,41 @@ template <typename T> class StraightWarp {
     void Run(KyiBool parallel) const {
         const WorkShare share(BlockCount(m_height, kTileRows), parallel != 0);
         const Scratch<double> lines(static_cast<std::size_t>(share.Chunks) * 2 * kTileSamples);
+        const Scratch<T> neighbours(static_cast<std::size_t>(share.Chunks) * 2 * kGathered);
 #pragma omp parallel for schedule(static) if (parallel != 0)
-        for (std::int32_t chunk = 0; chunk < share.Chunks; ++chunk)
+        for (std::int32_t chunk = 0; chunk < share.Chunks; ++chunk) {
+            const Slice slice{lines.Get() + std::ptrdiff_t{2 * kTileSamples} * chunk,
+                              neighbours.Get() + std::ptrdiff_t{2 * kGathered} * chunk};
             for (std::int32_t block = share.First(chunk); block < share.Last(chunk); ++block)
-                for (const Tile& tile : m_tiles)
-                    WarpTile(tile, block * kTileRows, lines.Get() + std::ptrdiff_t{2 * kTileSamples} * chunk);
+                for (const Tile& tile : m_tiles) WarpTile(tile, block * kTileRows, slice);
+        }
     }
 
   private:
+    static constexpr std::int32_t kGatherBlock = kGatherBytes / sizeof(T);
+    static constexpr std::int32_t kGathered = kTileSamples + kGatherBlock; // a block may end behind the tile
+
+    // Working memory of a chunk: two interpolated lines, and two lines of samples.
+    struct Slice {
+        double* Lines;
+        T* Neighbours;
+    };
+
     struct Tile {
         std::int32_t Column;
         std::int32_t Count;
         std::vector<WarpRun> Runs;
-        bool IsWhole; ///< no column lies between two of the source
+        bool IsWhole;  ///< no column lies between two of the source
+        bool IsPatchy; ///< the runs are short
     };
 
     Tile MakeTile(std::int32_t first, std::int32_t count) const {
         const auto begin = m_columns.begin() + first;
         const bool isWhole =
             std::all_of(begin, begin + count, [](const WarpCell& cell) { return cell.Fraction == 0.0; });
-        return {first, count, FindRuns(m_columns, first, first + count), isWhole};
+        std::vector<WarpRun> runs = FindRuns(m_columns, first, first + count);
+        const bool isPatchy = static_cast<std::size_t>(count * m_stride / kShortRun) < runs.size();
+        return {first, count, std::move(runs), isWhole, isPatchy};
     }
 
     // The two rows of samples under a row of the destination, interpolated along the row. The lower one of a row mostly
@@ -96,8 +117,8 @@ template <typename T> class StraightWarp {
         std::int32_t m_held[2] = {kNoRow, kNoRow};
     };
 
-    void WarpTile(const Tile& tile, std::int32_t firstRow, double* lines) const noexcept {
-        LinePair pair(lines);
+    void WarpTile(const Tile& tile, std::int32_t firstRow, const Slice& slice) const noexcept {
+        LinePair pair(slice.Lines);
         const std::int32_t count = tile.Count * m_stride;
         for (std::int32_t y = firstRow; y < std::min(firstRow + kTileRows, m_height); ++y) {
             T* const out = m_destination[y] + std::ptrdiff_t{tile.Column} * m_stride;
@@ -110,8 +131,12 @@ template <typename T> class StraightWarp {
                 CopyLine(tile, m_source[cell.First], out);
                 continue;
             }
-            pair.Hold(cell.First, cell.Second,
-                      [&](std::int32_t row, double* line) { InterpolateLine(tile, m_source[row], line); });
+            pair.Hold(cell.First, cell.Second, [&](std::int32_t row, double* line) {
+                if (tile.IsPatchy)
+                    InterpolateGathered(tile, m_source[row], slice.Neighbours, line);
+                else
+                    InterpolateLine(tile, m_source[row], line);
+            });
             InterpolateRows(pair.Above(), pair.Below(), cell.Fraction, out, count);
         }
     }
@@ -137,6 +162,29 @@ template <typename T> class StraightWarp {
                                &m_fractions[static_cast<std::size_t>(run.Column) * static_cast<std::size_t>(m_stride)],
                                out, run.Count * m_stride);
         }
+    }
+
+    // Strongly scaled frames have runs of a few pixels. Side by side they make one run of the tile's length.
+    void InterpolateGathered(const Tile& tile, const T* row, T* first, double* line) const noexcept {
+        T* const second = first + kGathered;
+        for (const WarpRun& run : tile.Runs) {
+            Gather(row, run.First, run, first + std::ptrdiff_t{run.Column - tile.Column} * m_stride);
+            Gather(row, run.Second, run, second + std::ptrdiff_t{run.Column - tile.Column} * m_stride);
+        }
+        InterpolateRun(first, second,
+                       &m_fractions[static_cast<std::size_t>(tile.Column) * static_cast<std::size_t>(m_stride)], line,
+                       tile.Count * m_stride);
+    }
+
+    // A whole block where the row goes on for so long: what it writes too much, the next run writes again.
+    void Gather(const T* row, std::int32_t column, const WarpRun& run, T* out) const noexcept {
+        const std::int32_t count = run.Count * m_stride;
+        if (column < 0)
+            std::fill_n(out, count, T{0});
+        else if (count <= kGatherBlock && (m_width - column) * m_stride >= kGatherBlock)
+            std::memcpy(out, row + std::ptrdiff_t{column} * m_stride, kGatherBytes);
+        else
+            std::copy_n(row + std::ptrdiff_t{column} * m_stride, count, out);
     }
 
     SampleRows<const T> m_source;
