@@ -21,6 +21,13 @@ extern "C" {
  *  writes its own DisableGPU. */
 KYF_API bool KyfGetEnableGpuCuda(void);
 
+/** Whether the 3D modes can use OpenCL: the library opens, its first platform has a graphics processor, and that one
+ *  compiles the kernels, which asks for doubles. A library that does not open and a compilation that fails are the last
+ *  of the process; the reason goes to the trace log. What was compiled is kept in "OpenCLFile.bin" in the folder of
+ *  KyfSetIntermediateCodePath, and the next process starts with that. Switches OpenCL on for the process until a
+ *  session's next add or make writes its own DisableGPU. */
+KYF_API bool KyfGetEnableGpuOpenCl(void);
+
 #ifdef __cplusplus
 }
 #endif

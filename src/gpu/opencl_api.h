@@ -76,10 +76,12 @@ class COpenCLAPI {
     }
     /// Waits until the data is there.
     cl_int ReadBuffer(cl_mem buffer, std::size_t bytes, void* to) const noexcept {
+        if (!buffer) return CL_INVALID_MEM_OBJECT; // some drivers look into what the loader does not check
         return m_table.clEnqueueReadBuffer(m_command_queue, buffer, CL_TRUE, 0, bytes, to, 0, nullptr, nullptr);
     }
     cl_int Run(cl_kernel kernel, cl_uint dimensions, const std::size_t* global,
                const std::size_t* local) const noexcept {
+        if (!kernel) return CL_INVALID_KERNEL;
         return m_table.clEnqueueNDRangeKernel(m_command_queue, kernel, dimensions, nullptr, global, local, 0, nullptr,
                                               nullptr);
     }

@@ -34,7 +34,7 @@ class OpenClBuffer {
     cl_mem m_memory = nullptr;
 };
 
-/// Arguments and start of a kernel that somebody else owns; null is accepted, and then all its calls fail.
+/// Arguments and start of a kernel that somebody else owns. With null all calls fail.
 class OpenClLaunch {
   public:
     OpenClLaunch(const COpenCLAPI& api, cl_kernel kernel) noexcept : m_api(api), m_kernel(kernel) {}

@@ -5,6 +5,9 @@
 #include <new>
 #include <string>
 
+#include <kyfocus/gpu.h>
+
+#include "gpu/gpu_switches.h"
 #include "gpu/intermediate_code_path.h"
 #include "gpu/opencl_source.h"
 #include "platform/folders.h"
@@ -137,3 +140,12 @@ void PutBuildInfoLog(const COpenCLAPI& api, const cl_program* program, cl_device
 }
 
 } // namespace kyf
+
+bool KyfGetEnableGpuOpenCl(void) {
+    try {
+        kyf::g_isDisableGpuOpenCl = 0;
+        return kyf::IsOpenClInitialized() && kyf::HasOpenClProgram();
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}

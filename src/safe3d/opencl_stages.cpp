@@ -86,6 +86,7 @@ std::unique_ptr<FrameStages> MakeOpenClStages(const KyfFocusComposition& session
     ImagePtr reduced(KyiAllocImageData(state.WorkWidth, state.WorkHeight, frame.Format));
     if (!reduced) return nullptr;
     KyiCopyPalette(frame.Palette, reduced->Palette);
+    KyiFill(reduced.get(), 0, 0, 0); // no reduction writes the first byte of four, which stands for them here
     return std::make_unique<OpenClStages>(session, frame, std::move(reduced), parallel);
 }
 
