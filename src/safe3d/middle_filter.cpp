@@ -155,7 +155,7 @@ bool FilterOneByOne(KyfImageDataUint16& image, const SampleRows<const std::uint8
     return hasChanged;
 }
 
-enum class PassResult { Failed, Unchanged, Changed };
+enum class PassResult { Failed, Unchanged, Changed, Unknown };
 
 void TraceBegin(const CFuncTraceLog& log) { log.Trace(__FILE__, __LINE__, L"Begin processing by CPU."); }
 void TraceEnd(const CFuncTraceLog& log) { log.Trace(__FILE__, __LINE__, L"End processing by CPU."); }
@@ -174,13 +174,13 @@ PassResult FilterOnCpu(KyfImageDataUint16& image, const KyiImageData& mask, std:
 
 constexpr const wchar_t* kTitle = L"MiddleFilter( KyfImageDataUint16*, KyiImageData*, int, BOOL )";
 
-// The path is chosen anew in each pass. What a back end does counts as a change: it cannot know better.
+// The path is chosen anew in each pass. What a back end changes is not known.
 PassResult RunPass(KyfImageDataUint16& image, const KyiImageData& mask, std::int32_t size, KyiBool parallel) {
     const CFuncTraceLog log(__FILE__, __LINE__, kTitle, 0);
     switch (ChooseMedianPath()) {
-    case ProcessingPath::Cuda: FilterMedianOnCuda(image, mask, size, log); return PassResult::Changed;
+    case ProcessingPath::Cuda: FilterMedianOnCuda(image, mask, size, log); return PassResult::Unknown;
     case ProcessingPath::OpenCl:
-        return FilterMedianOnOpenCl(image, mask, size, log) ? PassResult::Changed : PassResult::Failed;
+        return FilterMedianOnOpenCl(image, mask, size, log) ? PassResult::Unknown : PassResult::Failed;
     case ProcessingPath::Cpu: break;
     }
     return FilterOnCpu(image, mask, size, parallel, log);
@@ -193,6 +193,45 @@ void TracePass() {
     TraceEnd(log);
 }
 
+// Passes after which the watch for medians that come back begins: usual settings have fewer.
+constexpr std::int32_t kUnwatchedPasses = 16;
+
+/// Medians can go round in a circle, stripes for one: passes from which an image comes back make it again and again.
+/// Kept is the image of a pass that lies further and further back, so that a circle of any length is found.
+class CircleWatch {
+  public:
+    /// Takes the image after one more pass. @return The length of the circle, or 0 while none has closed.
+    std::int32_t Take(const KyfImageDataUint16& image) {
+        ++m_age;
+        if (m_kept && IsEqual(image, *m_kept)) return m_age;
+        if (m_age < m_reach) return 0;
+        if (!m_kept) m_kept.Reset(AllocUint16Image(image.Width, image.Height));
+        if (!m_kept) return 0; // without memory all passes are computed
+        CopyUint16Image(image, *m_kept, /*parallel=*/0);
+        m_age = 0;
+        if (m_reach < kLongestReach) m_reach *= 2;
+        return 0;
+    }
+
+  private:
+    static constexpr std::int32_t kLongestReach = 1 << 20;
+
+    static bool IsEqual(const KyfImageDataUint16& first, const KyfImageDataUint16& second) {
+        for (std::int32_t y = 0; y < first.Height; ++y)
+            if (!std::equal(first.Rows[y], first.Rows[y] + first.Width, second.Rows[y])) return false;
+        return true;
+    }
+
+    HeldImage<KyfImageDataUint16> m_kept{nullptr};
+    std::int32_t m_age = 0; // of the kept image, in passes
+    std::int32_t m_reach = 1;
+};
+
+// Passes that matter of those that are left after `done`, the image being back where it was `circle` passes ago.
+std::int32_t LastPass(std::int32_t done, std::int32_t times, std::int32_t circle) {
+    return done + (times - done) % circle;
+}
+
 } // namespace
 
 std::int32_t MiddleFilter(KyfImageDataUint16& image, const KyiImageData& mask, std::int32_t size, KyiBool parallel) {
@@ -201,10 +240,17 @@ std::int32_t MiddleFilter(KyfImageDataUint16& image, const KyiImageData& mask, s
 
 std::int32_t RepeatMiddleFilter(KyfImageDataUint16& image, const KyiImageData& mask, std::int32_t size,
                                 std::int32_t times, KyiBool parallel) {
+    CircleWatch watch;
+    std::int32_t last = times;
     std::int32_t done = 0;
-    PassResult result = PassResult::Changed;
-    for (; done < times && result == PassResult::Changed; ++done) result = RunPass(image, mask, size, parallel);
-    if (result == PassResult::Failed) return 0;
+    while (done < last) {
+        const PassResult result = RunPass(image, mask, size, parallel);
+        if (result == PassResult::Failed) return 0;
+        ++done;
+        if (result == PassResult::Unchanged) break;
+        if (result == PassResult::Unknown || done < kUnwatchedPasses || last < times) continue;
+        if (const std::int32_t circle = watch.Take(image)) last = LastPass(done, times, circle);
+    }
     for (; done < times && KyiIsPuttingTraceLog(); ++done) TracePass();
     return 1;
 }

@@ -19,8 +19,8 @@ constexpr std::int32_t kMostCounted = 255;
 /// @return 1; 0 when working memory cannot be had, with the image as it was.
 std::int32_t MiddleFilter(KyfImageDataUint16& image, const KyiImageData& mask, std::int32_t size, KyiBool parallel);
 
-/// `times` passes of MiddleFilter one after the other; none for a number below 1. After a pass that has changed nothing
-/// the others are traced and not computed.
+/// `times` passes of MiddleFilter one after the other; none for a number below 1. Passes that would change nothing, or
+/// make again what passes before have made, are traced and not computed: any number ends soon.
 /// @return 1; 0 when a pass fails, with what the passes before it have made.
 std::int32_t RepeatMiddleFilter(KyfImageDataUint16& image, const KyiImageData& mask, std::int32_t size,
                                 std::int32_t times, KyiBool parallel);
