@@ -26,3 +26,13 @@ ky_test(NAME gpu_opencl
         ../safe3d/stack_session.cpp
     LINKS
         ky_focus_insides opencl_double)
+
+ky_opencl_library(half_opencl half_opencl.cpp)
+set(broken_opencl_folder ${CMAKE_CURRENT_BINARY_DIR}/broken_opencl)
+file(WRITE ${broken_opencl_folder}/libOpenCL.so.1 "no module, so that no OpenCL library is found\n")
+ky_test(NAME gpu_opencl_broken
+    SOURCES opencl_broken_library_test.cpp ../safe3d/stack_session.cpp
+    LINKS ky_focus_insides GTest::gtest ${CMAKE_DL_LIBS})
+target_compile_definitions(test_gpu_opencl_broken PRIVATE
+    KY_HALF_OPENCL="$<TARGET_FILE:half_opencl>" KY_NO_OPENCL_FOLDER="${broken_opencl_folder}")
+add_dependencies(test_gpu_opencl_broken half_opencl)
