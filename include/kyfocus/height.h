@@ -49,9 +49,10 @@ typedef struct KyfDifferentiationMap8Bit {
 } KyfDifferentiationMap8Bit;
 
 /* ---- doubles ---------------------------------------------------------------------------------------------------
- * All return -2 for a null argument or a bad signature, -3 when out of memory, -6 where a map that was made is gone or
- * the whole map was never made; the record then stays as it was. Without cut tables in the mode's pipeline the cut
- * getters give 1 and an empty record. */
+ * All return -2 for a null argument or a bad signature, -3 when out of memory, -6 where a map that was made is gone
+ * or the whole map was never made; the record then stays as it was. Without cut tables in the mode's pipeline the
+ * cut getters give 1 and a record of no pixels: Width and Height are 0, Data is not null and the host's to free all
+ * the same. */
 
 /** The whole map, SourceWidth x SourceHeight, as a copy. */
 KYF_API KyfResult KyfFocusGetHeightData(const KyfFocusComposition* session, KyfHeightDataArray* heights);
@@ -102,13 +103,14 @@ KYF_API KyfResult KyfFocusGetCuttedAntNoiseHeightImage8Bit(const KyfFocusComposi
 KYF_API KyiImageData* KyfCreateImageDataFromHeightData(const KyfImageData* heights, int32_t format, double* range);
 
 /* ---- differentiation map: the best focus value of each pixel of the result, made by mode 0 ----------------------
- * Result: 1; -2 for a null argument or a bad signature. Without a map the first two give 1 and leave the record as it
- * was, the third gives -6. After frames without heights the map has no pixels. -3 when out of memory. */
+ * Result: 1; -2 for a null argument or a bad signature; -3 when out of memory. Without a map the copy gives 1 and
+ * leaves the record as it was, and the stretched one gives -6. After frames without heights there are no pixels. */
 
 /** A copy, with Depth from a pixel format word. */
 KYF_API KyfResult KyfFocusGetDifferentiationMap(const KyfFocusComposition* session, int32_t format,
                                                 KyfDifferentiationMap* map);
-/** Hands the cut map over; a second call hands over null rows, with the sizes. */
+/** Hands the cut map over. Where focus values were taken and there is no cut map of them, as in mode 2 and at a second
+ *  call, it hands over null rows with the sizes; where none were taken, as in mode 1, the record stays as it was. */
 KYF_API KyfResult KyfFocusExtractDifferentiationMap(KyfFocusComposition* session, int32_t format,
                                                     KyfDifferentiationMap* map);
 /** Stretched over 0 to 255; a flat map gives 0. */

@@ -106,9 +106,10 @@ typedef struct KyfFocusComposition {
 
 /** Parameters of KyfFocusInitialize. */
 typedef struct KyfFocusInitializeParameter {
-    /** Folder of the 3D modes' temporary bitmaps, for this session alone: copied, cut to KyfMaxPath characters with the
-     *  terminator. KyfFocusTerminate deletes the files in it that look like temporary bitmaps. Null counts as "", which
-     *  serves for 2D selection: nothing is written and nothing deleted. */
+    /** Folder of the 3D modes' temporary bitmaps, for this session alone: copied, cut to KyfMaxPath characters with
+     *  the terminator; made with its parents at the first add if need be. KyfFocusTerminate deletes the files in it
+     *  that look like temporary bitmaps. Null counts as "", which serves for 2D selection: nothing is written and
+     *  nothing deleted, and an add of the 3D modes gives -4. */
     const wchar_t* TempFolder;
     int32_t ScopeType;
     int32_t MatchingDetectType;
@@ -149,9 +150,12 @@ KYF_API KyfResult KyfFocusStartComplexProcessing(KyfFocusComposition* session,
 
 /** Adds the caller's image, which stays the caller's. The first frame fixes size and format of the stack.
  *  @param parallel  Allows threads in this call. @param progress  A fresh node, or null.
- *  @return 1; -2 for a bad session, an unknown mode or a frame that does not fit; from the 3D modes also -3 when out of
- *          memory and -4 when the temporary bitmap cannot be written. A pipeline that refuses a frame is unchanged; in
- *          mode 2 the 2D pipeline has taken the frame by the time that the 3D pipeline refuses it. */
+ *  @return 1; -2 for a bad session, an unknown mode or a frame that does not fit; from the 3D modes also -3 when out
+ *          of memory or for a frame more than 512, 256 or 64 times as wide as high at Speed 0, 1 or 2, and -4 when
+ *          the temporary bitmap cannot be written, as always with TempFolder "". A pipeline that refuses a frame has
+ *          not counted it and goes on with the next one, but the 3D pipeline may keep the first frame that it
+ *          refuses as its composed image until the next add: ask FrameCount, not the image, whether a frame is in.
+ *          In mode 2 the 2D pipeline has taken the frame by the time that the 3D pipeline refuses it. */
 KYF_API KyfResult KyfFocusAddImage(KyfFocusComposition* session, KyiImageData* image, KyiBool parallel,
                                    KyfProgress* progress);
 /** Loads a file and adds it. @return as KyfFocusAddImage; -4 when the file cannot be loaded. */
@@ -164,7 +168,12 @@ KYF_API KyfResult KyfFocusAddImageWithHeight(KyfFocusComposition* session, KyiIm
 KYF_API KyfResult KyfFocusAddImageFileWidthHeight(KyfFocusComposition* session, const wchar_t* path, double height,
                                                   KyiBool parallel, KyfProgress* progress);
 /** Makes the results of the frames added so far, once a stack.
- *  @return 1; -2 for a bad session or without frames; -3 when out of memory: terminate the session then. */
+ *  @return 1; -2 for a bad session or without frames; -3 when out of memory, when a trimmed result has no pixel
+ *          left, and in mode 1 for a stack without heights or whose only add has failed: terminate the session then.
+ *          In the 3D modes 1 does not mean complete: a temporary bitmap lost since its add breaks the composite of
+ *          mode 1 off before that frame, with all heights; out of memory among the heights leaves them all at 0,
+ *          with that composite as far as it had come. The trace tells of both, and docs/embedding.md how else to
+ *          find out. */
 KYF_API KyfResult KyfFocusMakeCompImage(KyfFocusComposition* session, KyiBool parallel, KyfProgress* progress);
 
 /* ---- the composed image: of the 3D pipeline in mode 1, of the 2D pipeline otherwise ----------------------------- */

@@ -22,7 +22,12 @@ typedef int32_t KyfSpeed;
 /** Number of template areas less 2. */
 typedef int32_t KyfAreaNo;
 
-/** Which surface of the height profile is taken. */
+/** 3D: what fills wide areas without a focus peak: the height of the bottom, that of the top, or, with any other
+ *  value, what lies around them. Bottom and top take the number of the lowest or greatest height for a frame number,
+ *  between the first frame and the last with a peak. They are meant for heights that start at 0 and ascend, top with
+ *  steps of at least 1. Of 20 frames 0.5 apart from 0 on, top fills with 4.8 and not with 9.5; of 20 frames 2 apart
+ *  from 100 on, bottom fills with the height of the last frame with a peak; with descending heights the two change
+ *  places. Take other for all such heights. */
 typedef int32_t KyfPlaneType;
 enum { KyfPlaneTypeBottom = 0, KyfPlaneTypeTop = 1, KyfPlaneTypeOther = 2 };
 
@@ -36,6 +41,9 @@ typedef int32_t KyfMatchingDetectType;
 /** Stored and persisted; nothing reads it. */
 typedef int32_t KyfMatchingPositionType;
 
+/** 3D: which one of several focus peaks of a pixel counts. 0: the highest, and none at all when a lower one has more
+ *  than two fifths of its strength. 1: the one at the greatest height; the first two heights tell which end that is.
+ *  Any other value: the highest, whatever the others. */
 typedef int32_t KyfAdoptionPeakPositions;
 
 /** 2D presets: 0, 1, 2; 3 free values. */
@@ -53,14 +61,21 @@ typedef struct KyfFocusCompositionParameter {
     int32_t CompSize;       /**< 8; 2D: cutoff of the focus value smoothing, percent of the width */
     int32_t Smoothing;      /**< 6; 2D: cutoff of the height smoothing, percent of the result's width */
     KyfPlaneType PlaneType; /**< 1; 3D */
-    KyfMatchingDetectType MatchingDetectType;      /**< 0 */
-    KyfMatchingPositionType MatchingPositionType;  /**< 0 */
-    int32_t HalationMeasures;                      /**< 1; switch, 3D */
+    KyfMatchingDetectType MatchingDetectType;     /**< 0 */
+    KyfMatchingPositionType MatchingPositionType; /**< 0 */
+    /** 1; switch, 3D. On, a pixel whose brightness varies by more than 10 levels over the stack gets no height of
+     *  its own when its fitted peak is no higher than 50, when the peak lies on the first or last frame, or when the
+     *  brightness changes there by more than about 0.8 of the pixel's steepest change. Off, it takes more than 255
+     *  levels, which only 16-bit frames have, and 0.99 of the steepest change. */
+    int32_t HalationMeasures;
     KyfAdoptionPeakPositions AdoptionPeakPosition; /**< 1; 3D */
-    int32_t FocusingValueDetectionSensitivity;     /**< 5; 3D, 0 to 10 in the dialogs */
-    int32_t ProjectionNoiseRemove;                 /**< 5; 3D, 0 to 10 in the dialogs */
-    int32_t D3ShapeSmoothing;                      /**< 5; 3D, 0 to 10 in the dialogs */
-    int32_t DisableGPU;                            /**< 0; switch */
+    /** 5; 3D, 0 to 10, beyond which it counts as the nearer one. The least peak that counts is 70 at 0 and 5 at 10. */
+    int32_t FocusingValueDetectionSensitivity;
+    int32_t ProjectionNoiseRemove; /**< 5; 3D, 0 to 10 in the dialogs: so many 11 x 11 medians over the height grid */
+    /** 5; 3D, 0 to 10 in the dialogs: cutoff of the smoothing of the height grid in percent of its width; Speed 1
+     *  and 2 add 2. */
+    int32_t D3ShapeSmoothing;
+    int32_t DisableGPU; /**< 0; switch */
 } KyfFocusCompositionParameter;
 
 /** What a 2D selection takes of the full record. */
