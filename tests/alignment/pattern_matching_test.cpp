@@ -3,11 +3,13 @@
 #include <cmath>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <random>
 
 #include <gtest/gtest.h>
 
 #include "alignment/pattern_matching.h"
+#include "alignment/pattern_matching_rows.h"
 #include "filters/shapes.h"
 #include "reference/pattern_matching.h"
 #include "support/images.h"
@@ -109,6 +111,46 @@ TEST(SearchTemplate, EqualsThePlainFormWhereSumsOfSquaresAreRounded) {
         for (std::int32_t& sample : row) sample += 65535;
     ExpectSameAsPlain(bright, CutOut(bright, 20, 9, {1040, 1010}));
     ExpectSameAsPlain(bright, MakeTable({1050, 1020}, Noise(65536, 1, 8)));
+}
+
+// Beyond 4 million samples sums pass 2^53. Odd squares then are rounded, each in its turn.
+TEST(SearchLevel, AddsUpRoundedSquaresInTheOrderOfThePlainForm) {
+    const SampleTable search = MakeTable({2104, 2052}, Noise(2, 1, 9));
+    SampleTable bright = search;
+    for (auto& row : bright)
+        for (std::int32_t& sample : row) sample = sample ? 46345 : 46341;
+    const SampleTable sample = CutOut(bright, 1, 0, {2100, 2050});
+    KyfPatternMatching matcher;
+    kyf::PreparePatternMatching(matcher);
+    kyf::LoadSearchImage(matcher, ImageOf(bright).get(), {0, 0, 2104, 2052}, 0);
+    kyf::LoadTemplate(matcher, ImageOf(sample).get(), {0, 0, 2100, 2050}, 0);
+    kyf::SearchLevel(matcher, {0, 0, 3, 1}, 1, 0);
+
+    reference::SearchState state{bright, sample, 0, 0, 1, 1, 3, 2050, 2100, {}, {}};
+    reference::FillWindowTables(state);
+    EXPECT_TRUE(test::SameValues(state.WindowSums[0], matcher.WindowSums));
+    EXPECT_TRUE(test::SameValues(state.WindowSquareSums[0], matcher.WindowSquareSums));
+    double sum = 0.0;
+    double squareSum = 0.0;
+    reference::SumTemplate(sample, 1, sum, squareSum);
+    EXPECT_EQ(sum, matcher.TemplateSums[0]);
+    EXPECT_EQ(squareSum, matcher.TemplateSquareSums[0]);
+    EXPECT_GT(squareSum, kyf::kExactIntegers);
+}
+
+TEST(SumSquaredDifferences, AddsUpRoundedSquaresOneByOne) {
+    constexpr std::int32_t side = 1500;
+    const std::vector<std::uint16_t> bright(side * side, 65535);
+    const std::vector<std::uint16_t> dark(side * side, 0);
+    double expected = 0.0;
+    for (std::int32_t i = 0; i < side * side; ++i) expected += 65535.0 * 65535.0;
+    double actual = 0.0;
+    const double limit = std::numeric_limits<double>::infinity();
+    EXPECT_TRUE(kyf::SumSquaredDifferences({bright.data(), side}, {dark.data(), side}, side, side, limit, actual));
+    EXPECT_EQ(expected, actual);
+    EXPECT_GT(expected, kyf::kExactIntegers);
+    EXPECT_FALSE(
+        kyf::SumSquaredDifferences({bright.data(), side}, {dark.data(), side}, side, side, expected - 4, actual));
 }
 
 // A smooth scene, so that the coarse levels lead to the place.

@@ -50,7 +50,7 @@ test::Image Frame(std::int32_t shift, std::int32_t width = kWidth, std::int32_t 
 }
 
 KyfResult Add(KyfFocusComposition& session, std::int32_t shift) {
-    return KyfFocusAddImage(&session, Frame(shift).get(), 1, nullptr);
+    return KyfFocusAddImage(&session, Frame(shift).get(), 0, nullptr);
 }
 
 TEST(TemplateStack, KeepsTheTransformOfEachOfThreeHundredFrames) {
