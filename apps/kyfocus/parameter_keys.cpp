@@ -23,8 +23,8 @@ constexpr ParameterKey Number(const char* name, FieldOf field, std::int32_t leas
     return {name, field, least, most, subject, {}, option};
 }
 
-constexpr ParameterKey AnyNumber(const char* name, FieldOf field, const char* subject) {
-    return Number(name, field, kLeast, kMost, subject, nullptr);
+constexpr ParameterKey AnyNumber(const char* name, FieldOf field, const char* subject, const char* option) {
+    return Number(name, field, kLeast, kMost, subject, option);
 }
 
 constexpr ParameterKey Choice(const char* name, FieldOf field, const char* subject, const Choices& choices,
@@ -50,25 +50,25 @@ constexpr ParameterKey kKeys[] = {
            "smoothing of the sharpness, in percent of the width", "--comp-size"),
     Number("Smoothing", Field<&Parameter::Smoothing>, 0, kMostPercent,
            "smoothing of the heights of 2d, in percent of the width", "--smoothing"),
-    AnyNumber("AutoPos", Field<&Parameter::AutoPos>, "lining up by template areas, 0 is off"),
+    AnyNumber("AutoPos", Field<&Parameter::AutoPos>, "lining up by template areas, 0 is off", "--align"),
     Choice("Speed", Field<&Parameter::Speed>, "width at which sharpness is judged",
            {"full", "half; 256 samples in 3d", "quarter; 64 samples in 3d"}, "--speed"),
-    Choice("AreaNo", Field<&Parameter::AreaNo>, "template areas", {"2", "3", "4"}, nullptr),
-    AnyNumber("AreaPosX0", AreaX<0>, kFromLeft),
-    AnyNumber("AreaPosY0", AreaY<0>, kFromTop),
-    AnyNumber("AreaPosX1", AreaX<1>, kFromLeft),
-    AnyNumber("AreaPosY1", AreaY<1>, kFromTop),
-    AnyNumber("AreaPosX2", AreaX<2>, kFromLeft),
-    AnyNumber("AreaPosY2", AreaY<2>, kFromTop),
-    AnyNumber("AreaPosX3", AreaX<3>, kFromLeft),
-    AnyNumber("AreaPosY3", AreaY<3>, kFromTop),
+    Choice("AreaNo", Field<&Parameter::AreaNo>, "template areas", {"2", "3", "4"}, "--areas"),
+    AnyNumber("AreaPosX0", AreaX<0>, kFromLeft, "--area-pos"),
+    AnyNumber("AreaPosY0", AreaY<0>, kFromTop, "--area-pos"),
+    AnyNumber("AreaPosX1", AreaX<1>, kFromLeft, "--area-pos"),
+    AnyNumber("AreaPosY1", AreaY<1>, kFromTop, "--area-pos"),
+    AnyNumber("AreaPosX2", AreaX<2>, kFromLeft, "--area-pos"),
+    AnyNumber("AreaPosY2", AreaY<2>, kFromTop, "--area-pos"),
+    AnyNumber("AreaPosX3", AreaX<3>, kFromLeft, "--area-pos"),
+    AnyNumber("AreaPosY3", AreaY<3>, kFromTop, "--area-pos"),
     Choice("PlaneType", Field<&Parameter::PlaneType>, "level of areas without detail", {"bottom", "top", "other"},
            "--plane"),
     Choice("MatchingDetect", Field<&Parameter::MatchingDetectType>, "lining up by rows",
-           {"in several bands", "in one band"}, nullptr),
-    AnyNumber("MatchingPos", Field<&Parameter::MatchingPositionType>, "kept, without effect"),
+           {"in several bands", "in one band"}, "--align"),
+    AnyNumber("MatchingPos", Field<&Parameter::MatchingPositionType>, "kept, without effect", nullptr),
     AnyNumber("CompParamSetType", Field<&Parameter::CompParamSetType>,
-              "preset that a panel shows: 0 fine, 1 standard, 2 coarse, 3 none"),
+              "preset that a panel shows: 0 fine, 1 standard, 2 coarse, 3 none", nullptr),
     Choice("HalationMeasures", Field<&Parameter::HalationMeasures>, "heights around highlights",
            {"trusted", "done without"}, "--halation"),
     Choice("AdoptionPeakPos", Field<&Parameter::AdoptionPeakPosition>, "of several heights",
@@ -80,7 +80,7 @@ constexpr ParameterKey kKeys[] = {
     Number("ProjectionNoiseRemove", Field<&Parameter::ProjectionNoiseRemove>, 0, kMostDegree,
            "how often single wrong heights of 3d are taken away", "--noise-remove"),
     Choice("DisableGPU", Field<&Parameter::DisableGPU>, "graphics processor", {"used where there is one", "left alone"},
-           nullptr),
+           "--gpu"),
 };
 
 } // namespace

@@ -59,10 +59,13 @@ void AddParameterOptions(CLI::App& command, ComposeOptions& options, const std::
 void CheckParameters(const ComposeOptions& options) {
     if (options.ParametersFile.empty()) return;
     KyfFocusCompositionParameter settings = options.Settings;
-    for (const ParameterKey& key : ParameterKeys())
-        if (const std::int32_t value = key.Field(settings); !key.IsInRange(value))
+    for (const ParameterKey& key : ParameterKeys()) {
+        const std::int32_t value = key.Field(settings);
+        const bool isReplaced = key.Option && options.IsGiven(key.Option);
+        if (!isReplaced && !key.IsInRange(value))
             throw UsageError(DisplayPath(options.ParametersFile) + ": " + key.Name + " is " + std::to_string(value) +
                              ", expected " + key.Range());
+    }
 }
 
 void SaveParameterOutput(const ComposeOptions& options, OutputFiles& outputs) {
