@@ -88,6 +88,8 @@ void AddFrame(FocusSession& session, KyiImageData& frame, std::size_t index, con
     } catch (const Failure& failure) {
         throw Failure(DisplayPath(summary.Frames[index]) + ": " + failure.what());
     }
+    if (const std::optional<FrameMove> move = session.LastMove2d()) summary.Moves2d.push_back(*move);
+    if (const std::optional<FrameMove> move = session.LastMove3d()) summary.Moves3d.push_back(*move);
     summary.Seconds.Add += stopwatch.Seconds();
     display.ShowFrame(static_cast<int>(index) + 1, 0);
 }
@@ -125,7 +127,8 @@ void Compose(const ComposeOptions& options, const std::vector<double>& heights, 
     std::optional<TemporaryFolder> temporary; // outlives the session, which writes there to the end
     if (options.Settings.AlgType != KyfAlgorithmType2DSelection) temporary.emplace(options.TemporaryParent);
     ProgressDisplay display(options.Progress, static_cast<int>(summary.Frames.size()), stderr);
-    FocusSession session(options.Settings, !options.NoParallel, temporary ? temporary->Path() : fs::path());
+    FocusSession session(options.Settings, !options.NoParallel, options.Align.KeepBorder,
+                         temporary ? temporary->Path() : fs::path());
     AddFrames(session, options, heights, temporary ? &*temporary : nullptr, display, summary);
     Make(session, display, summary);
     if (options.Settings.AlgType == KyfAlgorithmType3DSafe) RequireKeptFrames(*temporary, summary);

@@ -20,6 +20,7 @@ namespace fs = std::filesystem;
 const char* const kFramesGroup = "Frames";
 const char* const kOutputGroup = "Output";
 const char* const kCompositionGroup = "Composition";
+const char* const kAlignGroup = "Alignment";
 const char* const kHeightGroup = "Heights";
 const char* const kSafe3dGroup = "Modes 3d and complex";
 const char* const kRunGroup = "Running";
@@ -112,8 +113,8 @@ void AddCompositionOptions(CLI::App& command, ComposeOptions& options) {
         ->group(kCompositionGroup);
     AddInteger(
         command, "--scope", options.Settings.ScopeType, 0, 3,
-        "Kind of instrument: 0 judges by edges, 2 takes the brightness of gray frames for the sharpness. Default 0. 1 "
-        "and 3 are the same two with the frames lined up by their rows; this version can't do that yet.")
+        "Kind of instrument: 0 judges by edges, 2 takes the brightness of gray frames for the sharpness. 1 and 3 are "
+        "the same two with the frames lined up as by --align lines-multi. Default 0, or what --align needs.")
         ->option_text("0..3")
         ->group(kCompositionGroup);
 }
@@ -169,6 +170,7 @@ void AddComposeOptions(CLI::App& command, ComposeOptions& options) {
     AddFrameOptions(command, options);
     AddOutputOptions(command, options);
     AddCompositionOptions(command, options);
+    AddAlignOptions(command, options, kAlignGroup);
     AddFrameHeights(command, options, kHeightGroup);
     AddSafe3dOptions(command, options, kSafe3dGroup);
     AddRunOptions(command, options);
@@ -177,12 +179,9 @@ void AddComposeOptions(CLI::App& command, ComposeOptions& options) {
 void CompleteComposeOptions(ComposeOptions& options) {
     RequireImageExtension(options.Output);
     CheckParameters(options);
-    const int scope = options.Settings.ScopeType;
-    if (scope == 1 || scope == 3)
-        throw UsageError("--scope " + std::to_string(scope) +
-                         ": lining up frames by their rows is not available yet, expected 0 or 2");
     CheckHeightOptions(options);
     ChooseMode(options);
+    CompleteAlignOptions(options);
 }
 
 } // namespace app

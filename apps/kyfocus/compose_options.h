@@ -11,6 +11,7 @@
 
 #include <kyfocus/settings.h>
 
+#include "align_options.h"
 #include "mesh_file.h"
 #include "progress_display.h"
 
@@ -31,6 +32,7 @@ struct ComposeOptions {
     std::string JsonOutput; // "-": stdout
 
     KyfFocusCompositionParameter Settings = DefaultSettings();
+    AlignOptions Align;                     // what the line says of it; in Settings once they are complete
     std::filesystem::path ParametersFile;   // Settings come from there where the line is silent; empty: none
     std::filesystem::path ParametersOutput; // empty: none
     bool HasModeOfFile = false;             // ParametersFile tells the mode

@@ -23,6 +23,10 @@ Progress NewProgress(const PercentCallback& onPercent) {
     return Progress(KyfAllocProgress(ReportRoot, const_cast<PercentCallback*>(&onPercent)));
 }
 
+bool IsLinedUp(const KyfFocusComposition& session) {
+    return session.ScopeType == 1 || session.ScopeType == 3 || (session.ScopeType == 0 && session.AutoPos != 0);
+}
+
 void Require(KyfResult result, const char* step) {
     if (result == KyfResultFailAlloc) throw std::bad_alloc();
     if (result != KyfResultOk) throw Failure(std::string(step) + ": " + DescribeResult(result));
@@ -30,13 +34,15 @@ void Require(KyfResult result, const char* step) {
 
 } // namespace
 
-FocusSession::FocusSession(const KyfFocusCompositionParameter& settings, bool parallel,
+FocusSession::FocusSession(const KyfFocusCompositionParameter& settings, bool parallel, bool keepBorder,
                            const std::filesystem::path& temporaryFolder)
     : m_session(KyfAllocFocusComposition()), m_isParallel(parallel), m_temporaryFolder(temporaryFolder) {
     const std::wstring folder = WidePath(temporaryFolder);
     KyfFocusInitializeParameter initialize{};
     initialize.TempFolder = folder.c_str();
     initialize.ScopeType = settings.ScopeType;
+    initialize.MatchingDetectType = settings.MatchingDetectType;
+    initialize.TrimInvalidBorder = !keepBorder;
     initialize.DisableGPU = settings.DisableGPU;
     Require(KyfFocusInitialize(m_session.get(), &initialize), "session");
     Require(KyfFocusStart(m_session.get(), &settings), "session");
@@ -56,7 +62,29 @@ void FocusSession::Add(KyiImageData& frame, std::optional<double> height, const 
 
 void FocusSession::Make(const PercentCallback& onPercent) {
     const Progress progress = NewProgress(onPercent);
-    Require(KyfFocusMakeCompImage(m_session.get(), m_isParallel, progress.get()), "result not made");
+    const KyfResult result = KyfFocusMakeCompImage(m_session.get(), m_isParallel, progress.get());
+    if (result == KyfResultFailAlloc && m_session->TrimInvalidBorder && IsLinedUp(*m_session))
+        throw Failure("result not made: out of memory, or the frames have moved so far, or are so small, that nothing "
+                      "is left when their borders are cut off, expected --keep-border");
+    Require(result, "result not made");
+}
+
+std::optional<FrameMove> FocusSession::LastMove2d() const {
+    const KyfFocusComposition& session = *m_session;
+    if (session.Mode == KyfMode3DSafe || !IsLinedUp(session)) return std::nullopt;
+    if (session.ScopeType != 0) return FrameMove{session.Matching2D.TotalShift, 0};
+    const std::int32_t last = session.State2D.FrameCount - 1;
+    if (last < 1 || session.FrameShifts == nullptr) return FrameMove{}; // the first frame stays
+    const KyfFrameShift& shift = session.FrameShifts[last];
+    return FrameMove{shift.ShiftX, shift.ShiftY, shift.ScaleX, shift.ScaleY};
+}
+
+std::optional<FrameMove> FocusSession::LastMove3d() const {
+    const KyfFocusComposition& session = *m_session;
+    if (session.Mode == KyfMode2DSelection || !IsLinedUp(session)) return std::nullopt;
+    if (session.ScopeType != 0) return FrameMove{session.Matching3D.TotalShift, 0};
+    if (session.ProjectionShift == nullptr) return FrameMove{};
+    return FrameMove{session.ProjectionShift->TotalX, session.ProjectionShift->TotalY};
 }
 
 Image FocusSession::ExtractImage() {

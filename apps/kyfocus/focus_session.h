@@ -10,6 +10,7 @@
 #include <kyfocus/kyfocus.h>
 
 #include "differentiation_map_file.h"
+#include "frame_move.h"
 #include "height_image_file.h"
 #include "height_map_file.h"
 #include "images.h"
@@ -23,12 +24,18 @@ using PercentCallback = std::function<void(int)>;
 class FocusSession {
   public:
     /// @param temporaryFolder  For the bitmaps of the 3D modes, for this session alone; empty in mode 2d.
-    FocusSession(const KyfFocusCompositionParameter& settings, bool parallel,
+    /// @param keepBorder  Keeps the frames' size where they are lined up.
+    FocusSession(const KyfFocusCompositionParameter& settings, bool parallel, bool keepBorder,
                  const std::filesystem::path& temporaryFolder);
 
     /// @param height  In the host's unit; give one with every frame or with none.
     void Add(KyiImageData& frame, std::optional<double> height, const PercentCallback& onPercent);
     void Make(const PercentCallback& onPercent);
+
+    /// How the frame that was added last has been moved for the 2D and for the 3D pipeline; nothing where a pipeline
+    /// does not run or line frames up.
+    std::optional<FrameMove> LastMove2d() const;
+    std::optional<FrameMove> LastMove3d() const;
 
     /// The composed image, handed over.
     Image ExtractImage();

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdio>
 #include <fstream>
+#include <utility>
 
 #include <nlohmann/json.hpp>
 
@@ -53,6 +54,25 @@ Json SettingsJson(const Summary& summary, const ComposeOptions& options) {
     return json;
 }
 
+Json MovesJson(const char* method, const std::vector<FrameMove>& moves) {
+    Json frames = Json::array();
+    for (const FrameMove& move : moves)
+        frames.push_back(
+            {{"shift_x", move.X}, {"shift_y", move.Y}, {"scale_x", move.ScaleX}, {"scale_y", move.ScaleY}});
+    return {{"method", method}, {"frames", frames}};
+}
+
+/// By the pipelines that line frames up; empty where none does.
+Json AlignmentJson(const Summary& summary, const ComposeOptions& options) {
+    Json json = Json::object();
+    const bool isAuto = options.Settings.ScopeType == 0;
+    const char* const lines = options.Settings.MatchingDetectType == 1 ? "lines" : "lines-multi";
+    if (!summary.Moves2d.empty()) json["2d"] = MovesJson(isAuto ? "areas" : lines, summary.Moves2d);
+    if (!summary.Moves3d.empty()) json["3d"] = MovesJson(isAuto ? "projection" : lines, summary.Moves3d);
+    if (!json.empty()) json["keep_border"] = options.Align.KeepBorder;
+    return json;
+}
+
 Json ResultJson(const Summary& summary, const ComposeOptions& options) {
     Json result = {{"file", DisplayPath(options.Output)},
                    {"width", summary.ResultWidth},
@@ -92,19 +112,20 @@ double FramesPerSecond(const Summary& summary) {
 } // namespace
 
 std::string FormatSummaryJson(const Summary& summary, const ComposeOptions& options) {
-    const Json json = {{"program", "kyfocus"},
-                       {"version", KYFOCUS_VERSION},
-                       {"frames", FramesJson(summary)},
-                       {"mode", ModeName(options.Settings.AlgType)},
-                       {"settings", SettingsJson(summary, options)},
-                       {"result", ResultJson(summary, options)},
-                       {"seconds", SecondsJson(summary)},
-                       {"frames_per_second", FramesPerSecond(summary)},
-                       {"memory",
-                        {{"peak_bytes", PeakMemoryBytes()},
-                         {"decoded_ahead_peak_bytes", summary.Loader.PeakBytes},
-                         {"decoded_ahead_peak_frames", summary.Loader.PeakFrames}}},
-                       {"temporary_bytes", summary.TemporaryBytes}};
+    Json json = {{"program", "kyfocus"},
+                 {"version", KYFOCUS_VERSION},
+                 {"frames", FramesJson(summary)},
+                 {"mode", ModeName(options.Settings.AlgType)},
+                 {"settings", SettingsJson(summary, options)},
+                 {"result", ResultJson(summary, options)},
+                 {"seconds", SecondsJson(summary)},
+                 {"frames_per_second", FramesPerSecond(summary)},
+                 {"memory",
+                  {{"peak_bytes", PeakMemoryBytes()},
+                   {"decoded_ahead_peak_bytes", summary.Loader.PeakBytes},
+                   {"decoded_ahead_peak_frames", summary.Loader.PeakFrames}}},
+                 {"temporary_bytes", summary.TemporaryBytes}};
+    if (Json alignment = AlignmentJson(summary, options); !alignment.empty()) json["alignment"] = std::move(alignment);
     return json.dump(2, ' ', /*ensure_ascii=*/false, Json::error_handler_t::replace) + "\n";
 }
 

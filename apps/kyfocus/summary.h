@@ -10,6 +10,7 @@
 
 #include "compose_options.h"
 #include "frame_loader.h"
+#include "frame_move.h"
 #include "height_image_file.h"
 
 namespace app {
@@ -37,6 +38,8 @@ struct Summary {
     int Threads = 0;
     int DecodeThreads = 0;
     std::size_t TemporaryBytes = 0; // of the frames that the 3D pipeline kept on disk
+    std::vector<FrameMove> Moves2d; // of each frame where the 2D pipeline lines them up
+    std::vector<FrameMove> Moves3d; // and the 3D pipeline
     LoaderStatistics Loader;
     StageSeconds Seconds;
     std::optional<HeightRange> Heights; // of the heights, when an output needed them

@@ -20,8 +20,8 @@ typedef struct KyfRect {
 typedef struct KyfFrameShift {
     double ScaleX;  /**< horizontal scale, reference over frame */
     double ScaleY;  /**< vertical scale */
-    int32_t ShiftX; /**< pixels */
-    int32_t ShiftY; /**< pixels */
+    int32_t ShiftX; /**< pixels to the right */
+    int32_t ShiftY; /**< pixels down */
     double Angle;   /**< degrees */
 } KyfFrameShift;
 
@@ -39,11 +39,22 @@ typedef struct KyfLineMatching {
     int32_t** LineProfiles; /**< the previous frame's band profiles */
     int32_t CentreRow;      /**< row of the band being read */
     int32_t* Profile;       /**< the previous frame's profile of the single-band method */
-    int32_t TotalShift;     /**< running horizontal displacement, in pixels */
+    int32_t TotalShift;     /**< running horizontal displacement, in pixels: how far the last frame was moved right */
 } KyfLineMatching;
 
+/** State of projection shift, the alignment of the 3D pipeline; a session has one while it lines frames up so. All
+ *  figures in pixels. */
+typedef struct KyfProjectionShift {
+    KyiImageData* PreviousFrame; /**< the previous frame as it came in, not moved; the session's */
+    int32_t TotalX;              /**< running displacement: by how much the last frame was moved right */
+    int32_t TotalY;              /**< and down */
+    int32_t MaxPositiveX;        /**< greatest positive totals so far */
+    int32_t MaxPositiveY;
+    int32_t MaxNegativeX; /**< greatest magnitudes of negative totals so far */
+    int32_t MaxNegativeY;
+} KyfProjectionShift;
+
 struct KyfPatternMatching; /* template matcher of a session */
-struct KyfProjectionShift; /* projection shift of a session */
 
 #ifdef __cplusplus
 }

@@ -11,17 +11,6 @@
 #include <kyfocus/alignment.h>
 #include <kyfocus/types.h>
 
-/// All figures in pixels. Held by the session as ProjectionShift.
-struct KyfProjectionShift {
-    KyiImageData* PreviousFrame; ///< the previous frame as it came in, not moved; owned
-    std::int32_t TotalX;         ///< running displacement
-    std::int32_t TotalY;
-    std::int32_t MaxPositiveX; ///< greatest positive totals so far
-    std::int32_t MaxPositiveY;
-    std::int32_t MaxNegativeX; ///< greatest magnitudes of negative totals so far
-    std::int32_t MaxNegativeY;
-};
-
 namespace kyf {
 
 /// A record of a stack's first frame, which is copied. Null frames give a record without one. Null when out of memory.

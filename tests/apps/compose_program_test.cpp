@@ -231,8 +231,6 @@ TEST_F(ComposeProgram, RefusesWrongUsageBeforeAnyWork) {
                   "out.gif: unknown extension, expected .png, .tif, .jpg or .bmp");
     ExpectRefusal(Compose({"-o", out, "--speed", "fast"}), 2, "--speed: 'fast' is not one of full, half, quarter");
     ExpectRefusal(Compose({"-o", out, "--scope", "4"}), 2, "--scope: '4' is not a whole number from 0 to 3");
-    ExpectRefusal(Compose({"-o", out, "--scope", "3"}), 2,
-                  "--scope 3: lining up frames by their rows is not available");
     ExpectRefusal(Compose({"-o", out, "--comp-size", "8.5"}), 2, "--comp-size: '8.5' is not a whole number");
     ExpectRefusal(Compose({"-o", out, "--threads", "0"}), 2, "--threads: '0' is not a whole number from 1");
     ExpectRefusal(Compose({"-o", out, "--step", "nan"}), 2, "--step: 'nan' is not a number");
@@ -340,13 +338,13 @@ TEST_F(ComposeProgram, TellsEveryOptionItsUnitAndDefault) {
     EXPECT_EQ(result.Status, 0);
     EXPECT_EQ(result.Errors, "");
     for (const char* const option :
-         {"--output",          "--speed",        "--preset",         "--comp-size",   "--smoothing",
-          "--scope",           "--heights",      "--start",          "--step",        "--unit",
-          "--height-map",      "--height-image", "--threads",        "--no-parallel", "--json",
-          "--progress",        "--keep-order",   "--mode",           "--plane",       "--halation",
-          "--no-halation",     "--adopt-top",    "--no-adopt-top",   "--sensitivity", "--noise-remove",
-          "--shape-smoothing", "--temp",         "--height-picture", "--mesh",        "--mesh-step",
-          "--pixel-size"})
+         {"--output",       "--speed",          "--preset",      "--comp-size",    "--smoothing",
+          "--scope",        "--align",          "--areas",       "--area-pos",     "--keep-border",
+          "--heights",      "--start",          "--step",        "--unit",         "--height-map",
+          "--height-image", "--threads",        "--no-parallel", "--json",         "--progress",
+          "--keep-order",   "--mode",           "--plane",       "--halation",     "--no-halation",
+          "--adopt-top",    "--no-adopt-top",   "--sensitivity", "--noise-remove", "--shape-smoothing",
+          "--temp",         "--height-picture", "--mesh",        "--mesh-step",    "--pixel-size"})
         EXPECT_NE(result.Output.find(std::string(option).append(1, ' ')), std::string::npos) << option;
     std::istringstream lines(result.Output);
     for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 100U) << line;
