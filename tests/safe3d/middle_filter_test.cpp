@@ -120,6 +120,23 @@ TEST(RepeatMiddleFilter, GivesWhatAsManyPassesGive) {
     }
 }
 
+// Four samples in a ring, each with the two beside it in its window and not the one across: every pass turns them over.
+TEST(RepeatMiddleFilter, GoesRoundWithSamplesThatTurnOverForever) {
+    const MapShape shape{11, 11};
+    std::vector<std::int32_t> samples(test::CountOf(shape), 7);
+    std::vector<std::int32_t> mask(test::CountOf(shape), 255);
+    for (const std::size_t at : {5U, 5U * 11 + 10, 10U * 11 + 5, 5U * 11}) mask[at] = 0;
+    samples[5] = samples[10 * 11 + 5] = 100;
+    samples[5 * 11] = samples[5 * 11 + 10] = 60000;
+    const auto odd = RunPasses(shape, samples, mask, 1, /*together=*/false);
+    EXPECT_EQ(odd[5], 60000);
+    EXPECT_EQ(odd[55], 100);
+    for (const std::int32_t times : {2, 16, 17, 18, 19, 20, 21, 50, 51, 1000, INT32_MAX - 1, INT32_MAX})
+        EXPECT_TRUE(
+            test::SameValues(times % 2 == 0 ? samples : odd, RunPasses(shape, samples, mask, times, /*together=*/true)))
+            << times;
+}
+
 TEST(RepeatMiddleFilter, EndsWhateverTheNumber) {
     const MapShape shape{24, 300};
     for (const auto& samples : {Stripes(shape), test::RandomSamples(test::CountOf(shape), 0, 65535, 9)}) {
