@@ -1,0 +1,241 @@
+/// kyfocus noisecut from the outside, on files that compose wrote and on files made by hand.
+#include <cmath>
+#include <filesystem>
+#include <iterator>
+#include <limits>
+#include <numeric>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "differentiation_map_file.h"
+#include "height_map_file.h"
+#include "images.h"
+#include "npy_file.h"
+#include "run_program.h"
+#include "support/case_files.h"
+#include "support/images.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using test::ProgramResult;
+using Names = std::vector<std::string>;
+
+constexpr int kWidth = 40;
+constexpr int kHeight = 30;
+constexpr int kWeakX = 20;
+constexpr int kWeakY = 10;
+
+class NoisecutProgram : public testing::Test {
+  protected:
+    void SetUp() override { fs::create_directory(Path("out")); }
+
+    std::string Path(const std::string& name) const { return m_folder.Path() / name; }
+    std::string Out(const std::string& name) const { return m_folder.Path() / "out" / name; }
+
+    static ProgramResult Noisecut(Names arguments) {
+        arguments.insert(arguments.begin(), "noisecut");
+        return test::RunProgram(arguments);
+    }
+
+    /// A slope of heights from `least` up by `unit` a column, with one wild height that the map judges to be weak.
+    void WriteSlope(double least, double unit, int depth = 256) const {
+        app::HeightMap heights{kWidth, kHeight, {}};
+        app::DifferentiationMap map{kWidth, kHeight, depth, {}};
+        for (int y = 0; y < kHeight; ++y)
+            for (int x = 0; x < kWidth; ++x) {
+                const bool isWeak = x == kWeakX && y == kWeakY;
+                heights.Values.push_back(least + unit * (isWeak ? kWidth - 1 : x));
+                map.Values.push_back(isWeak ? 3 : depth - 56);
+            }
+        app::SaveNpy(Path("z.npy"), heights);
+        app::SaveHeightMap(Path("z.tif"), heights, "slope");
+        app::SaveDifferentiationMap(Path("d.png"), map);
+    }
+    Names Slope(const Names& more) const {
+        Names arguments{Path("z.npy"), Path("d.png")};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        return arguments;
+    }
+
+    void ExpectRefusal(int status, const std::string& reason, const ProgramResult& result) const {
+        EXPECT_EQ(result.Status, status) << result.Errors;
+        EXPECT_NE(result.Errors.find(reason), std::string::npos) << result.Errors;
+        EXPECT_EQ(test::EntryNames(Path("out")), Names{});
+    }
+
+    static double At(const app::HeightMap& map, int x, int y) {
+        return map.Values[static_cast<std::size_t>(y) * kWidth + static_cast<std::size_t>(x)];
+    }
+
+  private:
+    test::TemporaryFolder m_folder;
+};
+
+TEST_F(NoisecutProgram, FillsTheWeakPixelAndLeavesAllOthersToTheBit) {
+    for (const double unit : {1.0, 1e-6, 3.7e9})
+        for (const double least : {0.0, -500.0 * unit, 1000.0 * unit}) {
+            WriteSlope(least, unit);
+            ASSERT_EQ(Noisecut(Slope({"-o", Out("cut.npy")})).Status, 0);
+            const app::HeightMap before = app::LoadNpy(Path("z.npy"));
+            const app::HeightMap after = app::LoadNpy(Out("cut.npy"));
+            for (int y = 0; y < kHeight; ++y)
+                for (int x = 0; x < kWidth; ++x) {
+                    if (x != kWeakX || y != kWeakY) {
+                        ASSERT_EQ(At(after, x, y), At(before, x, y)) << x << ", " << y;
+                    }
+                }
+            // The mean of 80 neighbours and of the pixel itself, which counts as the lowest height.
+            EXPECT_NEAR((At(after, kWeakX, kWeakY) - least) / unit, 20.0 * 80.0 / 81.0, 1e-6);
+        }
+}
+
+TEST_F(NoisecutProgram, FillsInThreeWays) {
+    WriteSlope(7.0, 0.5);
+    for (const auto& [fill, expected] : {std::pair<std::string, double>{"neighbours", 7.0 + 0.5 * 20.0 * 80.0 / 81.0},
+                                         {"smallest", 7.0},
+                                         {"largest", 7.0 + 0.5 * (kWidth - 1)}}) {
+        ASSERT_EQ(Noisecut(Slope({"-o", Out("cut.npy"), "--fill", fill})).Status, 0);
+        EXPECT_NEAR(At(app::LoadNpy(Out("cut.npy")), kWeakX, kWeakY), expected, 1e-6) << fill;
+    }
+}
+
+// A slope is what the smoothing leaves as it is; its own rise is nothing in the unit of the map.
+TEST_F(NoisecutProgram, SmoothsWithoutALift) {
+    WriteSlope(1000.0, 1e-4);
+    ASSERT_EQ(Noisecut(Slope({"-o", Out("cut.npy"), "--smoothing", "5"})).Status, 0);
+    const app::HeightMap after = app::LoadNpy(Out("cut.npy"));
+    EXPECT_NEAR(At(after, 2, 25), 1000.0 + 2e-4, 1e-7);
+    EXPECT_NEAR(At(after, 37, 28), 1000.0 + 37e-4, 1e-7);
+}
+
+TEST_F(NoisecutProgram, ShowsInAPreviewWhatWouldBeCut) {
+    for (const int depth : {256, 65536}) {
+        WriteSlope(-3.0, 2.0, depth);
+        const ProgramResult result = Noisecut(Slope({"--preview", Out("p.png"), "--cut-ratio", "0.05"}));
+        ASSERT_EQ(result.Status, 0) << result.Errors;
+        EXPECT_NE(result.Errors.find("1 of 1200 pixels cut"), std::string::npos) << result.Errors;
+        const app::Image picture = app::LoadImage(Out("p.png"));
+        ASSERT_EQ(picture->Format, KyiFormatGray16);
+        const std::vector<std::int32_t> samples = test::ToPlanes(*picture);
+        EXPECT_EQ(samples[kWeakY * kWidth + kWeakX], 65535);
+        EXPECT_EQ(samples[0], 0);
+        EXPECT_EQ(samples[kWidth - 1], 0xFE00);
+        EXPECT_EQ(test::EntryNames(Path("out")), Names{"p.png"});
+    }
+}
+
+TEST_F(NoisecutProgram, FillsHolesOfTheMapAsWell) {
+    WriteSlope(5.0, 1.0);
+    app::HeightMap heights = app::LoadNpy(Path("z.npy"));
+    heights.Values[kWidth + 1] = std::numeric_limits<double>::quiet_NaN();
+    heights.Values[kWidth + 9] = std::numeric_limits<double>::infinity();
+    app::SaveNpy(Path("z.npy"), heights);
+    for (const std::string smoothing : {"0", "4"}) {
+        ASSERT_EQ(Noisecut(Slope({"-o", Out("cut.npy"), "--cut-ratio", "0", "--smoothing", smoothing})).Status, 0);
+        for (const double height : app::LoadNpy(Out("cut.npy")).Values) ASSERT_TRUE(std::isfinite(height));
+    }
+}
+
+TEST_F(NoisecutProgram, TakesAndWritesTiffs) {
+    WriteSlope(5.0, 1.0);
+    ASSERT_EQ(Noisecut({Path("z.tif"), Path("d.png"), "-o", Out("cut.tif"), "--height-picture", Out("cut.png")}).Status,
+              0);
+    const app::HeightMap after = app::LoadHeightMap(Out("cut.tif"));
+    EXPECT_EQ(At(after, 3, 3), 8.0);
+    EXPECT_EQ(test::EntryNames(Path("out")), (Names{"cut.png", "cut.tif"}));
+}
+
+TEST_F(NoisecutProgram, WorksOnWhatComposeWrites) {
+    ASSERT_EQ(test::RunProgram({"synth", "-o", Path("stack"), "--size", "160x120", "--frames", "8", "--glare"}).Status,
+              0);
+    for (const bool isModeGiven : {true, false}) {
+        Names arguments{"compose",
+                        Path("stack"),
+                        "--heights",
+                        Path("stack/heights.txt"),
+                        "-o",
+                        Path("o.png"),
+                        "--height-map",
+                        Path("z.npy"),
+                        "--differentiation-map",
+                        Path("d.png"),
+                        "--json",
+                        "-",
+                        "--progress",
+                        "none"};
+        if (isModeGiven) arguments.insert(arguments.end(), {"--mode", "2d"});
+        const ProgramResult composed = test::RunProgram(arguments);
+        ASSERT_EQ(composed.Status, 0) << composed.Errors;
+        EXPECT_EQ(nlohmann::json::parse(composed.Output).at("result").at("differentiation_map").at("file"),
+                  Path("d.png"));
+        const app::DifferentiationMap map = app::LoadDifferentiationMap(Path("d.png"));
+        EXPECT_EQ(map.Depth, 256);
+        EXPECT_GT(*std::max_element(map.Values.begin(), map.Values.end()), 100);
+        const ProgramResult result = Noisecut(Slope({"-o", Out("cut.npy"), "--cut-ratio", "0.4"}));
+        EXPECT_EQ(result.Status, 0) << result.Errors;
+    }
+    fs::remove(Out("cut.npy"));
+    ExpectRefusal(2, "--differentiation-map is for --mode 2d, the mode is 3d",
+                  test::RunProgram({"compose", Path("stack"), "--step", "2", "--mode", "3d", "-o", Out("o.png"),
+                                    "--differentiation-map", Out("d.png")}));
+    ExpectRefusal(
+        2, "--differentiation-map",
+        test::RunProgram({"compose", Path("stack"), "-o", Out("o.png"), "--differentiation-map", Out("d.png")}));
+    ExpectRefusal(2, "unknown extension",
+                  test::RunProgram({"compose", Path("stack"), "--step", "2", "-o", Out("o.png"),
+                                    "--differentiation-map", Out("d.jpg")}));
+}
+
+TEST_F(NoisecutProgram, RefusesToFillWhereNothingIsLeft) {
+    WriteSlope(5.0, 1.0);
+    ExpectRefusal(1, "every pixel lies below --cut-ratio", Noisecut(Slope({"-o", Out("x.npy"), "--cut-ratio", "1"})));
+    EXPECT_EQ(Noisecut(Slope({"--preview", Out("p.png"), "--cut-ratio", "1"})).Status, 0);
+}
+
+TEST_F(NoisecutProgram, RefusesFilesThatDoNotFitAndNamesThem) {
+    WriteSlope(5.0, 1.0);
+    app::SaveDifferentiationMap(Path("small.png"), {2, 2, 256, {1, 2, 3, 4}});
+    app::SaveImage(Path("colour.png"), *test::RandomImage(kWidth, kHeight, KyiFormatBgr24, 1));
+    const std::string heights = Path("z.npy");
+    ExpectRefusal(1, "small.png: 2 x 2, expected 40 x 30 like",
+                  Noisecut({heights, Path("small.png"), "-o", Out("x.npy")}));
+    ExpectRefusal(1, "colour.png: is 40 x 30 8-bit colour, expected a gray image",
+                  Noisecut({heights, Path("colour.png"), "-o", Out("x.npy")}));
+    ExpectRefusal(1, "missing.png: ", Noisecut({heights, Path("missing.png"), "-o", Out("x.npy")}));
+    ExpectRefusal(1, "missing.tif: ", Noisecut({Path("missing.tif"), Path("d.png"), "-o", Out("x.npy")}));
+    ExpectRefusal(1, "d.png: ", Noisecut({Path("d.png"), Path("d.png"), "-o", Out("x.npy")}));
+    ExpectRefusal(1, "nowhere: ", Noisecut(Slope({"-o", Path("nowhere/x.npy")})));
+}
+
+TEST_F(NoisecutProgram, RefusesWhatTheLineCannotMean) {
+    WriteSlope(5.0, 1.0);
+    ExpectRefusal(2, "nothing to write", Noisecut(Slope({})));
+    ExpectRefusal(2, "MAP", Noisecut({Path("z.npy"), "-o", Out("x.npy")}));
+    ExpectRefusal(2, "unknown extension", Noisecut(Slope({"-o", Out("x.png")})));
+    ExpectRefusal(2, "unknown extension", Noisecut(Slope({"--preview", Out("x.jpg")})));
+    ExpectRefusal(2, "unknown extension", Noisecut(Slope({"--height-picture", Out("x.tif")})));
+    for (const std::string ratio : {"-0.1", "1.5", "nan", "much", ""})
+        ExpectRefusal(2, "--cut-ratio", Noisecut(Slope({"-o", Out("x.npy"), "--cut-ratio", ratio})));
+    ExpectRefusal(2, "--fill", Noisecut(Slope({"-o", Out("x.npy"), "--fill", "none"})));
+    ExpectRefusal(2, "--smoothing", Noisecut(Slope({"-o", Out("x.npy"), "--smoothing", "101"})));
+    ExpectRefusal(2, "named for two outputs",
+                  Noisecut(Slope({"--preview", Out("x.png"), "--height-picture", Out("x.png")})));
+}
+
+TEST_F(NoisecutProgram, TellsItsDefaults) {
+    const ProgramResult result = Noisecut({"--help"});
+    EXPECT_EQ(result.Status, 0);
+    std::istringstream words(result.Output); // lines are broken anywhere
+    const std::string text = std::accumulate(std::istream_iterator<std::string>(words), {}, std::string(),
+                                             [](const auto& line, const auto& word) { return line + " " + word; });
+    for (const std::string expected : {"--cut-ratio", "Default 0.1", "--fill", "Default neighbours", "--smoothing",
+                                       "Default 0.", "--preview", "--height-picture", "--unit", "Default um"})
+        EXPECT_NE(text.find(expected), std::string::npos) << expected;
+}
+
+} // namespace
