@@ -40,7 +40,7 @@ constexpr std::array<ModeOption, 13> kModeOptions = {{{"--comp-size", true, fals
                                                       {"--noise-remove", false, true, true},
                                                       {"--shape-smoothing", false, true, true},
                                                       {"--temp", false, true, true},
-                                                      {"--differentiation-map", true, false, true}}};
+                                                      {"--differentiation-map", true, false, false}}};
 
 bool Asks3d(const ComposeOptions& options) {
     return std::any_of(kModeOptions.begin(), kModeOptions.end(),
@@ -74,7 +74,8 @@ void ChooseMode(ComposeOptions& options) {
     KyfAlgorithmType& mode = options.Settings.AlgType;
     if (!options.IsGiven("--mode") && !options.HasModeOfFile) {
         const bool usesHeights = options.HasHeights() && (options.WantsHeights() || Asks3d(options));
-        mode = usesHeights ? KyfAlgorithmTypeComplexProcessing : KyfAlgorithmType2DSelection;
+        const bool needs2d = !options.DifferentiationMapOutput.empty(); // the only mode that makes one
+        mode = usesHeights && !needs2d ? KyfAlgorithmTypeComplexProcessing : KyfAlgorithmType2DSelection;
     }
     RequireFitting(options);
     if (mode != KyfAlgorithmType2DSelection && !options.HasHeights())

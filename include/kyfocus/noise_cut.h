@@ -58,8 +58,8 @@ typedef struct KyfFilterProgress {
 
 /** Cuts the session's heights: from the cut height map, as the make left it, into the map that the "AntNoise" getters
  *  give. May be called again with other settings. The differentiation map counts as one of 256 levels.
- *  @return 1; -1 for a FillType other than those above, and where the height map, the differentiation map (mode 1 makes
- *          none) or the map that receives the result is not there; -2 for a null argument or a bad signature; -3 when
+ *  @return 1; -1 for a FillType other than those above, and where the height map, the differentiation map (mode 0 alone
+ *          makes one) or the map that receives the result is not there; -2 for a null argument or a bad signature; -3 when
  *          out of memory. On failure the session is as it was. */
 KYF_API KyfResult KyfFocusFilterHeightNoiseCut(KyfFocusComposition* session,
                                                const KyfHeightNoiseCutParameter* parameter);
