@@ -44,7 +44,7 @@ class FocusSession {
     /// The same map as a 16-bit gray image. `scale` receives step and offset.
     Image HeightImage(HeightScale& scale) const;
 
-    /// How sharp each pixel of the result was at its best. Heights must have been given, and the mode not be 3d.
+    /// How sharp each pixel of the result was at its best. Heights must have been given, and the mode be 2d.
     /// @param format  Of the frames.
     DifferentiationMap BestFocus(int format) const;
 

@@ -82,7 +82,7 @@ void AddHeightOutputs(CLI::App& command, ComposeOptions& options, const std::str
             "The height map in false colours, to be looked at, with a colour bar in --unit. Needs heights.");
     addFile("--differentiation-map", options.DifferentiationMapOutput, "FILE.png|.tif",
             "How sharp each pixel was at its best, as a gray image of the frames' bits: what kyfocus noisecut judges "
-            "heights by. Of --mode 2d and complex. Needs heights.");
+            "heights by. Of --mode 2d, which it makes the default. Needs heights.");
     AddMeshOptions(command, options, group);
 }
 
