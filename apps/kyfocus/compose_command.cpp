@@ -94,16 +94,20 @@ void AddFrame(FocusSession& session, KyiImageData& frame, std::size_t index, con
     display.ShowFrame(static_cast<int>(index) + 1, 0);
 }
 
-/// Decodes and adds all frames.
-void AddFrames(FocusSession& session, const ComposeOptions& options, const std::vector<double>& heights,
+/// Decodes and adds all frames. What the first one is decides with what the session starts.
+void AddFrames(std::optional<FocusSession>& session, const ComposeOptions& options, const std::vector<double>& heights,
                const TemporaryFolder* temporary, ProgressDisplay& display, Summary& summary) {
     FrameLoader loader(summary.Frames, summary.DecodeThreads);
     for (std::size_t index = 0; index < summary.Frames.size(); ++index) {
         const Image frame = loader.Next();
-        if (index == 0) CheckFirstFrame(*frame, options, temporary, summary.Frames.size());
+        if (index == 0) {
+            CheckFirstFrame(*frame, options, temporary, summary.Frames.size());
+            session.emplace(SessionSettings(options, *frame), !options.NoParallel, options.Align.KeepBorder,
+                            temporary ? temporary->Path() : fs::path());
+        }
         RequireFit(*frame, summary.Frames[index], summary);
         if (temporary) summary.TemporaryBytes += ImageBytes(*frame);
-        AddFrame(session, *frame, index, heights, display, summary);
+        AddFrame(*session, *frame, index, heights, display, summary);
     }
     summary.Loader = loader.Statistics();
 }
@@ -127,12 +131,11 @@ void Compose(const ComposeOptions& options, const std::vector<double>& heights, 
     std::optional<TemporaryFolder> temporary; // outlives the session, which writes there to the end
     if (options.Settings.AlgType != KyfAlgorithmType2DSelection) temporary.emplace(options.TemporaryParent);
     ProgressDisplay display(options.Progress, static_cast<int>(summary.Frames.size()), stderr);
-    FocusSession session(options.Settings, !options.NoParallel, options.Align.KeepBorder,
-                         temporary ? temporary->Path() : fs::path());
+    std::optional<FocusSession> session;
     AddFrames(session, options, heights, temporary ? &*temporary : nullptr, display, summary);
-    Make(session, display, summary);
+    Make(*session, display, summary);
     if (options.Settings.AlgType == KyfAlgorithmType3DSafe) RequireKeptFrames(*temporary, summary);
-    SaveResults(session, options, outputs, summary);
+    SaveResults(*session, options, outputs, summary);
     display.ShowFinish(100);
 }
 
@@ -161,6 +164,7 @@ void AddComposeCommand(CLI::App& program) {
 void RunCompose(ComposeOptions options) {
     const Stopwatch wall;
     CompleteComposeOptions(options);
+    RequireGpu(options);
     const std::vector<fs::path> outputPaths = OutputPaths(options);
     Summary summary;
     summary.Frames = ListFrames(options.Frames, options.KeepOrder, outputPaths);

@@ -7,6 +7,7 @@
 
 #include "compose_mode.h"
 #include "errors.h"
+#include "gpu_options.h"
 #include "height_options.h"
 #include "images.h"
 #include "option_kinds.h"
@@ -133,6 +134,7 @@ void AddRunOptions(CLI::App& command, ComposeOptions& options) {
             "3d and complex above 512 pixels of width; a machine of one processor always does so. The number of "
             "--threads never changes the result.")
         ->group(kRunGroup);
+    AddGpuOptions(command, options, kRunGroup);
     AddChoice<ProgressStyle>(
         command, "--progress",
         {{"auto", ProgressStyle::Auto},
@@ -182,6 +184,7 @@ void CompleteComposeOptions(ComposeOptions& options) {
     CheckHeightOptions(options);
     ChooseMode(options);
     CompleteAlignOptions(options);
+    CompleteGpuOptions(options);
 }
 
 } // namespace app

@@ -12,6 +12,7 @@
 #include <kyfocus/settings.h>
 
 #include "align_options.h"
+#include "gpu_options.h"
 #include "mesh_file.h"
 #include "progress_display.h"
 
@@ -45,6 +46,8 @@ struct ComposeOptions {
     MeshForm Mesh;
     std::optional<double> PixelSize; // Unit
 
+    GpuChoice Gpu = GpuChoice::Auto; // None: by --no-gpu or the settings
+    bool NoGpu = false;
     int Threads = 0; // 0: as many as there are processors
     bool NoParallel = false;
     ProgressStyle Progress = ProgressStyle::Auto;

@@ -67,3 +67,7 @@ std::vector<std::string> SettingWarnings(const ComposeOptions& options, const Ky
 }
 
 } // namespace app
+    const bool isGpuAsked = options.Gpu == GpuChoice::Cuda || options.Gpu == GpuChoice::OpenCl;
+    if (isGpuAsked && SpoilsOnGpu(options.Settings, frame))
+        warnings.emplace_back("--gpu judges single bytes of 16-bit frames, and finds nothing in focus with --scope 2 and "
+                              "3, which spoils the result, expected --gpu auto or --no-gpu");

@@ -9,6 +9,7 @@
 
 #include "compare.h"
 #include "compose_command.h"
+#include "devices_command.h"
 #include "errors.h"
 #include "halation_command.h"
 #include "help_format.h"
@@ -31,6 +32,7 @@ void AddCommands(CLI::App& program) {
     app::AddHalationCommand(program);
     app::AddNoisecutCommand(program);
     app::AddParamsCommand(program);
+    app::AddDevicesCommand(program);
     for (CLI::App* const command : program.get_subcommands(nullptr)) command->group("Commands");
 }
 
