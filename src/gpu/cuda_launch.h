@@ -1,5 +1,5 @@
-/// Memory, kernels and launches on the CUDA device. No result of the driver is looked at: a call that fails leaves what
-/// the device holds, and the work goes on.
+/// Memory, kernels and launches on the CUDA device. A call that fails is neither told nor repeated, and the work goes
+/// on; what would read memory that is not there, or holds nothing, is left out.
 #ifndef KYFOCUS_GPU_CUDA_LAUNCH_H
 #define KYFOCUS_GPU_CUDA_LAUNCH_H
 
@@ -16,9 +16,9 @@ class CudaMemory {
   public:
     CudaMemory() = default;
     CudaMemory(const CCudaAPI& api, std::size_t bytes) : m_api(&api) { api.AllocMemory(&m_address, bytes); }
-    /// Holds a copy of host memory.
+    /// Holds a copy of host memory, or nothing where that fails.
     CudaMemory(const CCudaAPI& api, const void* from, std::size_t bytes) : CudaMemory(api, bytes) {
-        api.CopyToDevice(m_address, from, bytes);
+        if (api.CopyToDevice(m_address, from, bytes) != 0) Free();
     }
     CudaMemory(CudaMemory&& other) noexcept
         : m_api(std::exchange(other.m_api, nullptr)), m_address(std::exchange(other.m_address, 0)) {}
@@ -27,13 +27,15 @@ class CudaMemory {
         std::swap(m_address, other.m_address);
         return *this;
     }
-    ~CudaMemory() {
-        if (m_api && m_address != 0) m_api->FreeMemory(m_address);
-    }
+    ~CudaMemory() { Free(); }
 
     CUdeviceptr Address() const { return m_address; }
 
   private:
+    void Free() {
+        if (m_address != 0) m_api->FreeMemory(std::exchange(m_address, 0));
+    }
+
     const CCudaAPI* m_api = nullptr;
     CUdeviceptr m_address = 0;
 };
@@ -44,14 +46,22 @@ template <typename... Arguments> class CudaKernel<void(Arguments...)> {
   public:
     CudaKernel(const CCudaAPI& api, const char* name) : m_api(api) { api.GetKernel(&m_kernel, name); }
 
-    /// One thread for each of width x height results, in blocks of 16 x 16, on the default stream.
-    void Run(std::int32_t width, std::int32_t height, Arguments... arguments) const {
+    /// One thread for each of width x height results, in blocks of 16 x 16, on the default stream. Memory that could
+    /// not be had is kept from the device: a kernel that reads there would spoil the context for the rest of the
+    /// process.
+    /// @return whether the driver has taken the launch.
+    bool Run(std::int32_t width, std::int32_t height, Arguments... arguments) const {
+        if (!m_kernel || !(IsThere(arguments) && ...)) return false;
         void* parameters[] = {&arguments...};
-        m_api.Launch(m_kernel, Blocks(width), Blocks(height), 1, kBlock, kBlock, 1, 0, nullptr, parameters, nullptr);
+        return m_api.Launch(m_kernel, Blocks(width), Blocks(height), 1, kBlock, kBlock, 1, 0, nullptr, parameters,
+                            nullptr) == 0;
     }
 
   private:
     static constexpr unsigned int kBlock = 16;
+    static constexpr bool IsThere(CUdeviceptr memory) { return memory != 0; }
+    static constexpr bool IsThere(std::int32_t) { return true; }
+    static constexpr bool IsThere(double) { return true; }
     static constexpr unsigned int Blocks(std::int32_t length) {
         return (static_cast<unsigned int>(length) + kBlock - 1) / kBlock;
     }

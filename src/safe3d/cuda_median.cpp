@@ -26,7 +26,7 @@ std::vector<std::uint16_t> WideMaskOf(const KyiImageData& mask) {
     return wide;
 }
 
-// A copy back that fails leaves the heights as they were.
+// What fails leaves the heights as they were.
 void FilterOnDevice(std::vector<std::uint16_t>& heights, const std::vector<std::uint16_t>& mask, std::int32_t width,
                     std::int32_t height, std::int32_t size) {
     const CCudaAPI& api = CCudaAPI::TheInstance();
@@ -35,8 +35,8 @@ void FilterOnDevice(std::vector<std::uint16_t>& heights, const std::vector<std::
     const CudaMemory d_dest(api, bytes);
     const CudaMemory d_src(api, heights.data(), bytes);
     const CudaMemory d_mask(api, mask.data(), mask.size()); // one byte of the two that a pixel has
-    median.Run(width, height, d_dest.Address(), d_src.Address(), d_mask.Address(), height, width, size);
-    api.CopyToHost(heights.data(), d_dest.Address(), bytes);
+    if (median.Run(width, height, d_dest.Address(), d_src.Address(), d_mask.Address(), height, width, size))
+        api.CopyToHost(heights.data(), d_dest.Address(), bytes);
 }
 
 } // namespace

@@ -48,21 +48,20 @@ class CudaStages final : public FrameStages {
     const wchar_t* BeginLine() const override { return L"Begin processing by CUDA."; }
 
     void Reduce() override {
-        d_reduced = CudaMemory(m_api, m_area * kPackedBytes);
         if (UseParallelProcess(&m_frame, m_parallel)) {
             ReduceOnDevice();
             return;
         }
         ReduceImage(&m_frame, m_reduced.get(), m_parallel);
         const std::vector<std::uint8_t> packed = PackFirstBytes(*m_reduced, m_parallel);
-        m_api.CopyToDevice(d_reduced.Address(), packed.data(), packed.size());
+        d_reduced = CudaMemory(m_api, packed.data(), packed.size());
     }
 
     void TakeChannel() override {
         const CopyGreen copyGreen(m_api, "copy_green");
         for (CudaMemory* const channel : {&d_kido, &d_green_a, &d_green_b}) {
             *channel = NewImage();
-            copyGreen.Run(m_width, m_height, channel->Address(), d_reduced.Address(), m_height, m_width);
+            Note(copyGreen.Run(m_width, m_height, channel->Address(), d_reduced.Address(), m_height, m_width));
         }
     }
 
@@ -74,8 +73,8 @@ class CudaStages final : public FrameStages {
             UploadDoubles(m_api, BlurMatrix(m_session.BlurFilterX, m_session.BlurFilterY, size));
         const MultiFilter multiFilter(m_api, "multi_filter");
         for (std::int32_t pass = 0; pass < kBlurPasses; ++pass) {
-            multiFilter.Run(m_width - 2 * kBlurMargin, m_height - 2 * kBlurMargin, m_spare->Address(),
-                            m_blurred->Address(), m_height, m_width, kBlurMargin, d_matrix.Address(), size);
+            Note(multiFilter.Run(m_width - 2 * kBlurMargin, m_height - 2 * kBlurMargin, m_spare->Address(),
+                                 m_blurred->Address(), m_height, m_width, kBlurMargin, d_matrix.Address(), size));
             std::swap(m_blurred, m_spare);
         }
     }
@@ -94,6 +93,7 @@ class CudaStages final : public FrameStages {
         d_bokashi_bibun = UploadDoubles(m_api, zeros);
     }
 
+    // A frame of which a launch has failed counts as one without features.
     void MakeEdgeData(const FrameImages& images) override {
         const std::int32_t width = images.Edge.Width;
         const std::int32_t height = images.Edge.Height;
@@ -102,9 +102,10 @@ class CudaStages final : public FrameStages {
         const CudaMemory d_edge = UploadDoubles(m_api, edge);
         const CudaMemory d_result_kido = UploadDoubles(m_api, kido);
         const TotalData totalData(m_api, "total_data");
-        totalData.Run(width, height, d_edge.Address(), d_result_kido.Address(), height, width, m_spare->Address(),
-                      d_bokashi_bibun.Address(), d_kido.Address(), m_height, m_width,
-                      static_cast<double>(m_height) / height, static_cast<double>(m_width) / width, kHalfWindow);
+        if (m_isWhole)
+            totalData.Run(width, height, d_edge.Address(), d_result_kido.Address(), height, width, m_spare->Address(),
+                          d_bokashi_bibun.Address(), d_kido.Address(), m_height, m_width,
+                          static_cast<double>(m_height) / height, static_cast<double>(m_width) / width, kHalfWindow);
         FetchDoubles(m_api, d_edge, edge);
         FetchDoubles(m_api, d_result_kido, kido);
         StoreImage(edge, images.Edge);
@@ -112,20 +113,23 @@ class CudaStages final : public FrameStages {
     }
 
   private:
+    void Note(bool isLaunched) { m_isWhole = m_isWhole && isLaunched; }
+
     CudaMemory NewImage() const { return {m_api, m_area * sizeof(double)}; }
 
     void ReduceOnDevice() {
         const DeviceReduction to = ReductionTo(m_frame, m_width, m_height);
         const ReductionDownAve reduction(m_api, "reduction_down_ave");
         const std::vector<std::uint8_t> packed = PackFrame(m_frame, m_parallel);
+        d_reduced = CudaMemory(m_api, m_area * kPackedBytes);
         d_source = CudaMemory(m_api, packed.data(), packed.size());
-        reduction.Run(m_width, m_height, d_reduced.Address(), d_source.Address(), m_height, m_width, m_frame.Height,
-                      m_frame.Width, to.XRatio, to.YRatio, to.XStep, to.YStep);
+        Note(reduction.Run(m_width, m_height, d_reduced.Address(), d_source.Address(), m_height, m_width,
+                           m_frame.Height, m_frame.Width, to.XRatio, to.YRatio, to.XStep, to.YStep));
     }
 
-    void FilterHighPass(const CudaMemory& to, const CudaMemory& from) const {
+    void FilterHighPass(const CudaMemory& to, const CudaMemory& from) {
         const HighPassFilter highPass(m_api, "high_pass_filter");
-        highPass.Run(m_width, m_height, to.Address(), from.Address(), m_height, m_width);
+        Note(highPass.Run(m_width, m_height, to.Address(), from.Address(), m_height, m_width));
     }
 
     const CCudaAPI& m_api = CCudaAPI::TheInstance();
@@ -144,6 +148,7 @@ class CudaStages final : public FrameStages {
     CudaMemory d_bokashi_bibun;
     CudaMemory* m_blurred = &d_green_a; // after the blur the one last written
     CudaMemory* m_spare = &d_green_b;   // in the end the gradient of the channel
+    bool m_isWhole = true;              // every launch so far has been taken
 };
 
 } // namespace

@@ -52,6 +52,12 @@ class CudaStages : public testing::Test {
         return values;
     }
 
+    std::vector<double> AddOneOnFailing(const std::string& call, int from, const KyiImageData& frame,
+                                        std::int32_t scopeType) {
+        m_driver.FailAt(call, from);
+        return AddOne(frame, scopeType, 1);
+    }
+
     test::FakeDriver m_driver;
     test::TemporaryFolder m_folder;
 };
@@ -247,25 +253,30 @@ TEST_F(CudaStages, LeakNothingOverAThousandFrames) {
     EXPECT_GT(m_driver->Allocations, 7000);
 }
 
-TEST_F(CudaStages, FreeADeviceThatFailsAtAnyCallAndGoOn) {
+TEST_F(CudaStages, MakeAFeaturelessFrameOfADeviceThatFailsAtAnyCall) {
     const test::Image frame = test::RandomImage(20, 10, KyiFormatGray8, 1);
-    for (const char* const call :
-         {"cuMemAlloc_v2", "cuModuleGetFunction", "cuMemcpyHtoD_v2_ptds", "cuMemcpyDtoH_v2_ptds", "cuLaunchKernel"}) {
-        for (int from = 0; from < 10; ++from) {
-            for (const std::int32_t scopeType : {0, 2}) {
+    for (const std::int32_t scopeType : {0, 2}) {
+        m_driver.Forget();
+        const std::vector<double> whole = AddOne(*frame, scopeType, 1);
+        const std::vector<double> featureless(whole.size());
+        for (const char* const call :
+             {"cuMemAlloc_v2", "cuModuleGetFunction", "cuMemcpyHtoD_v2_ptds", "cuLaunchKernel"}) {
+            for (int from = 0; from < 12; ++from) {
+                SCOPED_TRACE(std::string(call) + " " + std::to_string(from));
                 m_driver.Forget();
-                m_driver.FailAt(call, from);
-                AddOne(*frame, scopeType, 1);
-                EXPECT_TRUE(m_driver->Memory.empty()) << call << " " << from;
-                EXPECT_EQ(m_driver->Complaints, Lines()) << call << " " << from;
+                const std::vector<double> values = AddOneOnFailing(call, from, *frame, scopeType);
+                const auto calls = std::count(m_driver->Calls.begin(), m_driver->Calls.end(), call);
+                EXPECT_TRUE(test::SameValues(calls > from ? featureless : whole, values));
+                EXPECT_TRUE(m_driver->Memory.empty());
+                EXPECT_EQ(m_driver->Complaints, Lines());
             }
         }
     }
 }
 
-TEST_F(CudaStages, MakeAFeaturelessFrameOfAFailedLaunch) {
-    m_driver.FailAt("cuLaunchKernel");
-    const std::vector<double> values = AddOne(*test::RandomImage(20, 10, KyiFormatGray8, 1), 0, 1);
+TEST_F(CudaStages, KeepZerosWhereResultsDoNotComeBack) {
+    const test::Image frame = test::RandomImage(20, 10, KyiFormatGray8, 1);
+    const std::vector<double> values = AddOneOnFailing("cuMemcpyDtoH_v2_ptds", 0, *frame, 0);
     EXPECT_TRUE(test::SameValues(std::vector<double>(values.size()), values));
 }
 

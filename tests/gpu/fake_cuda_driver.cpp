@@ -130,6 +130,7 @@ KY_ENTRY cuLaunchKernel(kyf::CUfunction function, unsigned int gridX, unsigned i
     Expect(gridZ == 1 && blockX == 16 && blockY == 16 && blockZ == 1, "cuLaunchKernel: grid or block");
     Expect(sharedBytes == 0 && !stream && !extra, "cuLaunchKernel: shared memory, stream or extra");
     if (Fails("cuLaunchKernel")) return kUnknown;
+    Expect(function != nullptr, "cuLaunchKernel: function");
     if (!function) return kInvalidHandle;
     const auto* const kernel = reinterpret_cast<const test::FakeKernel*>(function);
     State().Kernels.emplace_back(kernel->Name);

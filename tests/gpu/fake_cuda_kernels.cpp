@@ -153,6 +153,7 @@ template <auto Kernel> bool Launch(FakeCudaState& state, const char* name, const
     Check check(state, name, grid);
     CheckArguments(check, arguments);
     const bool lives = std::apply([&](const auto... argument) { return (Lives(state, argument) && ...); }, arguments);
+    check.That(lives, "memory that does not live");
     if (lives) RunThreads(Kernel, arguments, grid);
     return lives;
 }
