@@ -171,6 +171,8 @@ void RunCompose(ComposeOptions options) {
     OutputFiles outputs;
     for (const fs::path& path : outputPaths) outputs.Add(path);
     const std::vector<double> heights = FrameHeights(options, summary.Frames);
+    for (const std::string& warning : PlaneWarnings(options, heights))
+        std::fprintf(stderr, "kyfocus: warning: %s\n", warning.c_str());
     summary.Threads = options.NoParallel ? 1 : options.Threads > 0 ? options.Threads : omp_get_num_procs();
     summary.DecodeThreads = std::min(summary.Threads, kMostDecodeThreads);
     omp_set_num_threads(summary.Threads);

@@ -1,6 +1,8 @@
 #include "compose_warnings.h"
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
 
 #include "compose_mode.h"
@@ -50,12 +52,47 @@ void WarnOfCutSamples(const ComposeOptions& options, const KyiImageData& frame, 
         warnings.push_back(speed + " with --no-parallel" + tail + "--threads 1 in the place of --no-parallel");
 }
 
+/// The height at a frame number between 0 and the last one.
+double HeightAt(const std::vector<double>& heights, double position) {
+    const auto before = static_cast<std::size_t>(position);
+    if (before + 1 >= heights.size()) return heights.back();
+    return heights[before] + (heights[before + 1] - heights[before]) * (position - static_cast<double>(before));
+}
+
+std::string DescribePlane(KyfPlaneType plane, double level, double filled) {
+    const bool isBottom = plane == KyfPlaneTypeBottom;
+    const char* const name = isBottom ? "bottom" : "top";
+    std::array<char, 320> text;
+    const int length = std::snprintf(
+        text.data(), text.size(),
+        "--plane %s fills wide areas without detail with a height of about %g here, not with that of the %s, %g: it is "
+        "for heights that start at 0 and rise%s, expected --plane other",
+        name, filled, name, level, isBottom ? "" : " in steps of at least 1");
+    return {text.data(), static_cast<std::size_t>(length)};
+}
+
 } // namespace
+
+std::vector<std::string> PlaneWarnings(const ComposeOptions& options, const std::vector<double>& heights) {
+    const KyfPlaneType plane = options.Settings.PlaneType;
+    const bool hasLevel = plane == KyfPlaneTypeBottom || plane == KyfPlaneTypeTop;
+    if (options.Settings.AlgType == KyfAlgorithmType2DSelection || !hasLevel || heights.size() < 2) return {};
+    const auto [least, greatest] = std::minmax_element(heights.begin(), heights.end());
+    const double level = plane == KyfPlaneTypeBottom ? *least : *greatest;
+    const auto last = static_cast<double>(heights.size() - 1);
+    const double filled = HeightAt(heights, std::clamp(level, 0.0, last)); // the library takes it for a frame number
+    if (std::abs(filled - level) <= (*greatest - *least) / last / 2) return {};
+    return {DescribePlane(plane, level, filled)};
+}
 
 std::vector<std::string> SettingWarnings(const ComposeOptions& options, const KyiImageData& frame, int processors) {
     std::vector<std::string> warnings;
     WarnOfCutSamples(options, frame, processors, warnings);
     const KyfAlgorithmType mode = options.Settings.AlgType;
+    const bool isGpuAsked = options.Gpu == GpuChoice::Cuda || options.Gpu == GpuChoice::OpenCl;
+    if (isGpuAsked && SpoilsOnGpu(options.Settings, frame))
+        warnings.emplace_back("--gpu judges single bytes of 16-bit frames, and finds nothing in focus with --scope 2 and "
+                              "3, which spoils the result, expected --gpu auto or --no-gpu");
     if (mode != KyfAlgorithmType3DSafe)
         WarnOfCutoff("--comp-size", options.Settings.CompSize, WorkingWidth(options, frame.Width), warnings);
     if (mode == KyfAlgorithmType2DSelection && options.WantsHeights())
@@ -67,7 +104,3 @@ std::vector<std::string> SettingWarnings(const ComposeOptions& options, const Ky
 }
 
 } // namespace app
-    const bool isGpuAsked = options.Gpu == GpuChoice::Cuda || options.Gpu == GpuChoice::OpenCl;
-    if (isGpuAsked && SpoilsOnGpu(options.Settings, frame))
-        warnings.emplace_back("--gpu judges single bytes of 16-bit frames, and finds nothing in focus with --scope 2 and "
-                              "3, which spoils the result, expected --gpu auto or --no-gpu");

@@ -15,6 +15,10 @@ namespace app {
 /// @param processors  Of the machine: with one the library takes the sequential form of its steps.
 std::vector<std::string> SettingWarnings(const ComposeOptions& options, const KyiImageData& frame, int processors);
 
+/// One line when --plane would fill areas without detail with another height than the one that it names.
+/// @param heights  Of the frames; none where nothing needs them.
+std::vector<std::string> PlaneWarnings(const ComposeOptions& options, const std::vector<double>& heights);
+
 } // namespace app
 
 #endif

@@ -113,7 +113,8 @@ void AddSafe3dOptions(CLI::App& command, ComposeOptions& options, const std::str
         command, "--plane", {{"bottom", KyfPlaneTypeBottom}, {"top", KyfPlaneTypeTop}, {"other", KyfPlaneTypeOther}},
         [&settings](int plane) { settings.PlaneType = plane; },
         "What fills wide areas without detail, where no height can be measured: the level of the bottom, that of the "
-        "top, or, with other, what lies around them. Made for heights that rise from 0. Default top.")
+        "top, or, with other, what lies around them. bottom and top take their height's number for a frame number: "
+        "for heights that start at 0 and rise, top in steps of at least 1; other fits all. Default top.")
         ->option_text("NAME")
         ->group(group);
     AddSwitch(command, "halation", settings.HalationMeasures,

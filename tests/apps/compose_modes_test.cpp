@@ -237,6 +237,17 @@ TEST_F(ComposeModes, WarnOfASmoothingThatTheModeDoesNotUse) {
     EXPECT_EQ(quiet.Errors.find("does nothing"), std::string::npos) << quiet.Errors;
 }
 
+TEST_F(ComposeModes, WarnOfHeightsThatThePlaneDoesNotFit) {
+    const Names small{"--start", "0", "--step", "0.25", "--height-map", Out("z.npy"), "--temp", Path("temp")};
+    const ProgramResult top = Compose(small);
+    EXPECT_EQ(top.Status, 0) << top.Errors;
+    EXPECT_NE(top.Errors.find("kyfocus: warning: --plane top fills"), std::string::npos) << top.Errors;
+    Names other = small;
+    other.insert(other.end(), {"--plane", "other"});
+    EXPECT_EQ(Compose(other).Errors.find("--plane"), std::string::npos);
+    EXPECT_EQ(Compose3d({"--height-map", Out("z.npy")}).Errors.find("--plane"), std::string::npos);
+}
+
 TEST_F(ComposeModes, RefuseOutputsThatCannotBe) {
     const auto with = [&](Names options) {
         options.insert(options.end(), {"--step", "2", "--temp", Path("temp")});

@@ -55,6 +55,61 @@ TEST(SettingWarnings, TellThatThe3dModesReduceWide16BitFrames) {
     EXPECT_EQ(Warnings(options, 512, KyiFormatGray16).size(), 1U);
 }
 
+std::vector<double> Even(double start, double step, int count) {
+    std::vector<double> heights;
+    for (int i = 0; i < count; ++i) heights.push_back(start + step * i);
+    return heights;
+}
+
+bool WarnsOfPlane(int plane, const std::vector<double>& heights) {
+    app::ComposeOptions options;
+    options.Settings.AlgType = KyfAlgorithmTypeComplexProcessing;
+    options.Settings.PlaneType = plane;
+    return !app::PlaneWarnings(options, heights).empty();
+}
+
+TEST(PlaneWarnings, TellWhatThePlaneWouldFillWith) {
+    app::ComposeOptions options;
+    options.Settings.AlgType = KyfAlgorithmTypeComplexProcessing;
+    EXPECT_EQ(
+        app::PlaneWarnings(options, Even(0.0, 0.5, 20)),
+        Lines{"--plane top fills wide areas without detail with a height of about 4.75 here, not with that of the "
+              "top, 9.5: it is for heights that start at 0 and rise in steps of at least 1, expected --plane "
+              "other"});
+    options.Settings.AlgType = KyfAlgorithmType3DSafe;
+    options.Settings.PlaneType = KyfPlaneTypeBottom;
+    EXPECT_EQ(app::PlaneWarnings(options, Even(100.0, 2.0, 20)),
+              Lines{"--plane bottom fills wide areas without detail with a height of about 138 here, not with that of "
+                    "the bottom, 100: it is for heights that start at 0 and rise, expected --plane other"});
+}
+
+TEST(PlaneWarnings, AreNoneForHeightsThatThePlaneFits) {
+    EXPECT_FALSE(WarnsOfPlane(KyfPlaneTypeTop, Even(0.0, 1.0, 20)));
+    EXPECT_FALSE(WarnsOfPlane(KyfPlaneTypeTop, Even(0.0, 2.5, 3)));
+    EXPECT_FALSE(WarnsOfPlane(KyfPlaneTypeTop, Even(100.0, 2.0, 20)));
+    EXPECT_FALSE(WarnsOfPlane(KyfPlaneTypeBottom, Even(0.0, 0.1, 20)));
+    EXPECT_FALSE(WarnsOfPlane(KyfPlaneTypeBottom, Even(-50.0, 2.0, 20)));
+    EXPECT_FALSE(WarnsOfPlane(KyfPlaneTypeOther, Even(0.0, 0.1, 20)));
+}
+
+TEST(PlaneWarnings, ComeForHeightsThatThePlaneDoesNotFit) {
+    EXPECT_TRUE(WarnsOfPlane(KyfPlaneTypeTop, Even(0.0, 0.1, 20)));
+    EXPECT_TRUE(WarnsOfPlane(KyfPlaneTypeTop, Even(38.0, -2.0, 20)));
+    EXPECT_TRUE(WarnsOfPlane(KyfPlaneTypeTop, Even(-100.0, 2.0, 20)));
+    EXPECT_TRUE(WarnsOfPlane(KyfPlaneTypeBottom, Even(38.0, -2.0, 20)));
+    EXPECT_TRUE(WarnsOfPlane(KyfPlaneTypeBottom, Even(100.0, 2.0, 20)));
+    EXPECT_TRUE(WarnsOfPlane(KyfPlaneTypeBottom, Even(3.0, 0.1, 20)));
+}
+
+TEST(PlaneWarnings, AreNoneWhereNothingIsFilled) {
+    app::ComposeOptions options;
+    options.Settings.AlgType = KyfAlgorithmType2DSelection;
+    EXPECT_EQ(app::PlaneWarnings(options, Even(0.0, 0.1, 20)), Lines{});
+    EXPECT_FALSE(WarnsOfPlane(KyfPlaneTypeTop, {}));
+    EXPECT_FALSE(WarnsOfPlane(KyfPlaneTypeTop, {0.25}));
+    EXPECT_FALSE(WarnsOfPlane(KyfPlaneTypeTop, {0.25, 0.25, 0.25}));
+}
+
 TEST(SettingWarnings, LeaveOutWhatTheModeDoesNotRead) {
     app::ComposeOptions options;
     options.Settings.CompSize = options.Settings.Smoothing = 1;
