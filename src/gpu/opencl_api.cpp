@@ -135,7 +135,10 @@ void COpenCLAPI::Initialize() {
     m_devices.assign(bytes / sizeof(cl_device_id), nullptr);
     CheckOpenCl(m_table.clGetContextInfo(m_context, CL_CONTEXT_DEVICES, m_devices.size() * sizeof(cl_device_id),
                                          m_devices.data(), nullptr));
-    m_command_queue = m_table.clCreateCommandQueue(m_context, FirstDevice(), 0, &error);
+    if (FirstDevice())
+        m_command_queue = m_table.clCreateCommandQueue(m_context, FirstDevice(), 0, &error);
+    else
+        error = CL_INVALID_DEVICE;
     CheckOpenCl(error);
     m_is_initialized = true;
 }

@@ -65,6 +65,9 @@ class COpenCLAPI {
     /// Once there is a module, every entry is set.
     const OpenClTable& Table() const noexcept { return m_table; }
 
+    /// @name The driver's calls on the context, its devices and its queue. Null handles that no loader checks are
+    /// answered here with the error of the standard: some drivers look into them.
+    /// @{
     cl_mem CreateBuffer(cl_mem_flags flags, std::size_t bytes, void* host, cl_int* error) const noexcept {
         return m_table.clCreateBuffer(m_context, flags, bytes, host, error);
     }
@@ -76,7 +79,7 @@ class COpenCLAPI {
     }
     /// Waits until the data is there.
     cl_int ReadBuffer(cl_mem buffer, std::size_t bytes, void* to) const noexcept {
-        if (!buffer) return CL_INVALID_MEM_OBJECT; // some drivers look into what the loader does not check
+        if (!buffer) return CL_INVALID_MEM_OBJECT;
         return m_table.clEnqueueReadBuffer(m_command_queue, buffer, CL_TRUE, 0, bytes, to, 0, nullptr, nullptr);
     }
     cl_int Run(cl_kernel kernel, cl_uint dimensions, const std::size_t* global,
@@ -85,6 +88,25 @@ class COpenCLAPI {
         return m_table.clEnqueueNDRangeKernel(m_command_queue, kernel, dimensions, nullptr, global, local, 0, nullptr,
                                               nullptr);
     }
+    /// For the first `count` devices.
+    cl_int BuildProgram(cl_program program, cl_uint count, const char* options) const noexcept {
+        if (!FirstDevice()) return CL_INVALID_DEVICE;
+        return m_table.clBuildProgram(program, count, m_devices.data(), options, nullptr, nullptr);
+    }
+    /// Of the first device's build.
+    cl_int GetBuildLog(cl_program program, std::size_t room, void* log, std::size_t* bytes) const noexcept {
+        if (!FirstDevice()) return CL_INVALID_DEVICE;
+        return m_table.clGetProgramBuildInfo(program, FirstDevice(), CL_PROGRAM_BUILD_LOG, room, log, bytes);
+    }
+    /// For the first device.
+    cl_program CreateProgramWithBinary(std::size_t size, const unsigned char* bytes, cl_int* status,
+                                       cl_int* error) const noexcept {
+        const cl_device_id device = FirstDevice();
+        if (device) return m_table.clCreateProgramWithBinary(m_context, 1, &device, &size, &bytes, status, error);
+        *error = CL_INVALID_DEVICE;
+        return nullptr;
+    }
+    /// @}
 
   private:
     void LoadDll();

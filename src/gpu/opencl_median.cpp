@@ -13,11 +13,10 @@ namespace {
 
 /// Asks for what the compiler said and drops it: only whether the driver can tell goes to the trace.
 void AskBuildLog(const COpenCLAPI& api, cl_program program) {
-    const auto getInfo = api.Table().clGetProgramBuildInfo;
     std::size_t size = 0;
-    CheckOpenCl(getInfo(program, api.FirstDevice(), CL_PROGRAM_BUILD_LOG, 0, nullptr, &size));
+    CheckOpenCl(api.GetBuildLog(program, 0, nullptr, &size));
     std::string text(size, '\0');
-    CheckOpenCl(getInfo(program, api.FirstDevice(), CL_PROGRAM_BUILD_LOG, text.size(), text.data(), nullptr));
+    CheckOpenCl(api.GetBuildLog(program, text.size(), text.data(), nullptr));
 }
 
 std::pair<cl_program, cl_kernel> BuildKernel(const COpenCLAPI& api, std::int32_t size) {
@@ -27,8 +26,7 @@ std::pair<cl_program, cl_kernel> BuildKernel(const COpenCLAPI& api, std::int32_t
     CheckOpenCl(error);
     const std::string options =
         "-DFILTER_SIZE=" + std::to_string(size) + " -DHALF_FILTER_SIZE=" + std::to_string(size / 2);
-    CheckOpenCl(api.Table().clBuildProgram(program, static_cast<cl_uint>(api.Devices().size()), api.Devices().data(),
-                                           options.c_str(), nullptr, nullptr));
+    CheckOpenCl(api.BuildProgram(program, static_cast<cl_uint>(api.Devices().size()), options.c_str()));
     AskBuildLog(api, program);
     const cl_kernel kernel = api.CreateKernel(program, "f", &error);
     CheckOpenCl(error);

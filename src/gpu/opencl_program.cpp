@@ -34,11 +34,6 @@ std::unique_ptr<unsigned char[]> AllocBytes(std::size_t bytes) {
     return std::unique_ptr<unsigned char[]>(new (std::nothrow) unsigned char[bytes]());
 }
 
-cl_int Build(const COpenCLAPI& api, cl_program program) {
-    const cl_device_id device = api.FirstDevice();
-    return api.Table().clBuildProgram(program, 1, &device, nullptr, nullptr, nullptr);
-}
-
 /// The binary as the driver gives it, for a context of one device.
 struct Binary {
     std::size_t Size = 0;
@@ -83,20 +78,16 @@ bool COpenCLProgram::LoadBinary(const COpenCLAPI& api, const wchar_t* file, cons
         log.Trace(__FILE__, __LINE__, file);
         return false;
     }
-    const cl_device_id device = api.FirstDevice();
-    const std::size_t size = content->size();
-    const unsigned char* bytes = content->data();
     cl_int status = CL_SUCCESS;
     cl_int error = CL_SUCCESS;
-    const cl_program program =
-        api.Table().clCreateProgramWithBinary(*api.Context(), 1, &device, &size, &bytes, &status, &error);
+    const cl_program program = api.CreateProgramWithBinary(content->size(), content->data(), &status, &error);
     if (error != CL_SUCCESS || status != CL_SUCCESS) {
         const std::wstring codes = L"status = " + std::to_wstring(status) + L" err = " + std::to_wstring(error);
         log.Trace(__FILE__, __LINE__, codes.c_str(), L" ", file);
         return false;
     }
-    if (!CheckOpenCl(Build(api, program))) {
-        PutBuildInfoLog(api, &program, device);
+    if (!CheckOpenCl(api.BuildProgram(program, 1, nullptr))) {
+        PutBuildInfoLog(api, program);
         return false;
     }
     m_program = program;
@@ -111,8 +102,8 @@ bool COpenCLProgram::BuildSource(const COpenCLAPI& api, const wchar_t* file, con
     m_program = api.Table().clCreateProgramWithSource(*api.Context(), 1, &text, &length, &error);
     if (!CheckOpenCl(error)) return false;
     log.Trace(__FILE__, __LINE__, L"OpenCL: Build Program.");
-    if (!CheckOpenCl(Build(api, m_program))) {
-        PutBuildInfoLog(api, &m_program, api.FirstDevice());
+    if (!CheckOpenCl(api.BuildProgram(m_program, 1, nullptr))) {
+        PutBuildInfoLog(api, m_program);
         return false;
     }
     Binary binary;
@@ -123,17 +114,16 @@ bool COpenCLProgram::BuildSource(const COpenCLAPI& api, const wchar_t* file, con
     return true;
 }
 
-void PutBuildInfoLog(const COpenCLAPI& api, const cl_program* program, cl_device_id device) {
+void PutBuildInfoLog(const COpenCLAPI& api, cl_program program) {
     const CFuncTraceLog log(__FILE__, __LINE__, kClass, L"PutBuildInfoLog()", 0);
-    const auto getInfo = api.Table().clGetProgramBuildInfo;
     std::size_t size = 0;
-    if (!CheckOpenCl(getInfo(*program, device, CL_PROGRAM_BUILD_LOG, 0, nullptr, &size))) return;
+    if (!CheckOpenCl(api.GetBuildLog(program, 0, nullptr, &size))) return;
     const std::unique_ptr<unsigned char[]> bytes = AllocBytes(size);
     if (!bytes) {
         log.Trace(__FILE__, __LINE__, L"Error: Failed to allocate memory for build log");
         return;
     }
-    if (!CheckOpenCl(getInfo(*program, device, CL_PROGRAM_BUILD_LOG, size, bytes.get(), nullptr))) return;
+    if (!CheckOpenCl(api.GetBuildLog(program, size, bytes.get(), nullptr))) return;
     std::string text(reinterpret_cast<const char*>(bytes.get()), size);
     text.resize(std::min(text.find('\0'), text.size()));
     log.Trace(__FILE__, __LINE__, platform::ToWide(text).c_str());

@@ -34,8 +34,8 @@ class COpenCLProgram {
     bool m_is_failed = false;
 };
 
-/// Traces what the compiler said.
-void PutBuildInfoLog(const COpenCLAPI& api, const cl_program* program, cl_device_id device);
+/// Traces what the compiler said for the first device.
+void PutBuildInfoLog(const COpenCLAPI& api, cl_program program);
 
 } // namespace kyf
 

@@ -20,6 +20,7 @@ target_compile_definitions(opencl_double PRIVATE
 ky_test(NAME gpu_opencl
     SOURCES
         opencl_api_test.cpp
+        opencl_kept_objects.cpp
         opencl_median_test.cpp
         opencl_program_test.cpp
         opencl_stages_test.cpp

@@ -1,6 +1,7 @@
 // The median on OpenCL: computed results, the plain form, its table of kernels, and what fails.
 #include "gpu/opencl_median.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -161,6 +162,26 @@ TEST_F(OpenClMedianTest, TracesACallThatFailsReleasesItsBuffersAndKeepsTheHeight
     }
     Double().Reset();
     EXPECT_EQ(Run(median, 3), Expected(3)) << "works again";
+}
+
+TEST_F(OpenClMedianTest, KeepsTheHeightsWithoutAQueueOrADevice) {
+    for (const std::pair<const char*, int>& failure : {std::pair{"clCreateCommandQueue", 1}, {"clGetContextInfo", 2}}) {
+        SCOPED_TRACE(failure.first);
+        kyf::COpenCLAPI api;
+        Fail(failure.first, failure.second, -6);
+        api.GetReady();
+        Double().Reset();
+        ASSERT_TRUE(api.IsInitialized());
+        std::vector<std::uint16_t> heights(m_samples.begin(), m_samples.end());
+        const std::vector<std::uint8_t> mask(heights.size());
+        const test::TraceLines trace;
+        const CFuncTraceLog log(__FILE__, __LINE__, L"Median", 0);
+        kyf::OpenClMedian().Run(api, {heights.data(), mask.data(), m_shape.Width, m_shape.Height}, 3, log);
+        EXPECT_EQ(Samples(heights.begin(), heights.end()), m_samples);
+        const Lines lines = trace.Get();
+        EXPECT_TRUE(std::any_of(lines.begin(), lines.end(),
+                                [](const std::string& line) { return line.starts_with("err = "); }));
+    }
 }
 
 TEST_F(OpenClMedianTest, LeaksNothingOverAThousandRuns) {

@@ -230,6 +230,17 @@ TEST_F(OpenClProgram, FailsForGoodWithACallOfTheBuildThatFails) {
     }
 }
 
+TEST_F(OpenClProgram, IsNotHadWithoutTheListOfDevices) {
+    kyf::COpenCLAPI api;
+    Fail("clGetContextInfo", 2, -30);
+    api.GetReady();
+    ASSERT_TRUE(api.IsInitialized());
+    kyf::COpenCLProgram program;
+    const test::TraceLines trace;
+    EXPECT_EQ(program.GetProgram(api), nullptr);
+    EXPECT_TRUE(test::HasInOrder(trace.Get(), {"OpenCL: Build Program.", "OpenCL: m_program = nullptr"}));
+}
+
 TEST_F(OpenClProgram, TracesWhatTheCompilerSays) {
     const char* text = "kernel void f(global int *a) { a[0] = no_such_name; }";
     cl_int error = 0;
@@ -239,7 +250,7 @@ TEST_F(OpenClProgram, TracesWhatTheCompilerSays) {
     EXPECT_NE(m_api.Table().clBuildProgram(program, 1, &device, "", nullptr, nullptr), CL_SUCCESS);
     {
         const test::TraceLines trace;
-        kyf::PutBuildInfoLog(m_api, &program, device);
+        kyf::PutBuildInfoLog(m_api, program);
         const Lines lines = trace.Get();
         ASSERT_EQ(lines.size(), 3u);
         EXPECT_NE(lines[1].find("no_such_name"), std::string::npos) << lines[1];
@@ -248,7 +259,7 @@ TEST_F(OpenClProgram, TracesWhatTheCompilerSays) {
         Double().Reset();
         Fail("clGetProgramBuildInfo", call, -33);
         const test::TraceLines trace;
-        kyf::PutBuildInfoLog(m_api, &program, device);
+        kyf::PutBuildInfoLog(m_api, program);
         EXPECT_EQ(trace.Get(), (Lines{"Begin " + kLog, "err = -33", "End " + kLog}));
     }
 }
