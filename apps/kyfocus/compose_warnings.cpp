@@ -91,8 +91,9 @@ std::vector<std::string> SettingWarnings(const ComposeOptions& options, const Ky
     const KyfAlgorithmType mode = options.Settings.AlgType;
     const bool isGpuAsked = options.Gpu == GpuChoice::Cuda || options.Gpu == GpuChoice::OpenCl;
     if (isGpuAsked && SpoilsOnGpu(options.Settings, frame))
-        warnings.emplace_back("--gpu judges single bytes of 16-bit frames, and finds nothing in focus with --scope 2 and "
-                              "3, which spoils the result, expected --gpu auto or --no-gpu");
+        warnings.emplace_back(
+            "--gpu judges single bytes of 16-bit frames, and finds nothing in focus with --scope 2 and "
+            "3, which spoils the result, expected --gpu auto or --no-gpu");
     if (mode != KyfAlgorithmType3DSafe)
         WarnOfCutoff("--comp-size", options.Settings.CompSize, WorkingWidth(options, frame.Width), warnings);
     if (mode == KyfAlgorithmType2DSelection && options.WantsHeights())
