@@ -111,14 +111,14 @@ TEST(OutOfMemory, GivesNoImageOfAHostsHeights) {
 TEST(OutOfMemory, FailsTheDifferentiationMapsWithTheRecordAsItWas) {
     const test::Session made = MadeSession();
     const KyfFocusComposition* const session = made.get();
-    if (KY_OWN_OPERATORS == 0) GTEST_SKIP() << "the allocator is the checker's";
     using Map = KyfDifferentiationMap;
     using Bytes = KyfDifferentiationMap8Bit;
     ExpectFailures<Map>(
-        "map", 1 + kHeight, [&](Map* r) { return KyfFocusGetDifferentiationMap(session, KyiFormatGray8, r); },
+        "map", (1 + kHeight) * kOfOperators,
+        [&](Map* r) { return KyfFocusGetDifferentiationMap(session, KyiFormatGray8, r); },
         [](Map* r) { KyfFreeDifferentiationMap(r); });
     ExpectFailures<Bytes>(
-        "bytes", 1, [&](Bytes* r) { return KyfFocusGetDifferentiationMap8Bit(session, r); },
+        "bytes", kOfOperators, [&](Bytes* r) { return KyfFocusGetDifferentiationMap8Bit(session, r); },
         [](Bytes* r) { KyfFreeDifferentiationMap8Bit(r); });
 }
 

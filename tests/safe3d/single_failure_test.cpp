@@ -117,8 +117,10 @@ TEST_P(OneFailure, LeavesNoMapOrZerosOrAllHeights) {
         EXPECT_GT(n, kFewestAllocations) << "too few allocations were seen";
         EXPECT_EQ(endings[static_cast<std::size_t>(Ending::NoMap)], 2) << "the map's rows, and its samples";
         EXPECT_EQ(endings[static_cast<std::size_t>(Ending::NoCopy)], 2);
-        for (const Ending ending : {Ending::NoCut, Ending::Zeros, Ending::Whole})
-            EXPECT_GT(endings[static_cast<std::size_t>(ending)], 0) << static_cast<int>(ending);
+        EXPECT_GT(endings[static_cast<std::size_t>(Ending::NoCut)], 0);
+        EXPECT_GT(endings[static_cast<std::size_t>(Ending::Zeros)], 0);
+        const int fewestWhole = KY_OWN_OPERATORS ? 1 : 0; // the relaxation's copy comes from them
+        EXPECT_GE(endings[static_cast<std::size_t>(Ending::Whole)], fewestWhole);
     }
 }
 
