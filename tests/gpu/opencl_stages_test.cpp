@@ -121,6 +121,16 @@ TEST_F(OpenClStages, EqualThePlainFormOfTheirBranchInAllFormats) {
     }
 }
 
+TEST_F(OpenClStages, EqualThePlainFormWhereThereIsHardlyAnyEdge) {
+    const test::MapShape shape{257, 31};
+    std::vector<std::int32_t> faint = test::RandomSamples(test::CountOf(shape), 0, 999, 1);
+    for (std::int32_t& sample : faint) sample = sample == 0 ? 101 : 100;
+    const test::Image frame = test::FromPlanes(shape.Width, shape.Height, KyiFormatGray8, faint);
+    const std::vector<double> values = AddOne(*frame, 0, 1);
+    EXPECT_TRUE(test::SameValues(test::PlainGpuEdgeData(*frame, 0, 1), values));
+    EXPECT_TRUE(std::any_of(values.begin(), values.end(), [](double value) { return value > 0.0 && value < 1.0; }));
+}
+
 TEST_F(OpenClStages, EqualTheProcessorWhereTheChannelIsTheSame) {
     for (const test::MapShape& shape : test::kFrameShapes) {
         const test::Image gray = test::RandomImage(shape.Width, shape.Height, KyiFormatGray8, 5);
