@@ -59,7 +59,7 @@ KY_SIMD_CLONES void LoadWindowRow(const double* row, std::int32_t width, const W
         const double height = row[x];
         heights[x] = height >= 0.0 ? height : 0.0;
         counted[x] = height >= 0.0 ? 1 : 0;
-        live[x] = (height >= 0.0) & (height != kCutMark) ? 1 : 0;
+        live[x] = ((height >= 0.0) & (height != kCutMark)) ? 1 : 0;
     }
 }
 
