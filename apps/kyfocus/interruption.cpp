@@ -1,6 +1,8 @@
 #include "interruption.h"
 
+#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <mutex>
 #include <string>
@@ -17,7 +19,8 @@ namespace {
 namespace fs = std::filesystem;
 
 struct State {
-    std::mutex Mutex;
+    std::timed_mutex Mutex;
+    std::atomic<bool> IsEnding{false}; // whoever sees it takes no further step
     std::vector<fs::path> Folders;
     std::vector<fs::path> OutputFolders; // a folder comes before those in it
 };
@@ -49,17 +52,23 @@ void RemoveBusyFolder(const fs::path& folder) {
     }
 }
 
+/// Holds the calling thread until the program is gone.
+[[noreturn]] void WaitForTheEnd() {
+    for (;;) pause();
+}
+
 [[noreturn]] void EndInterrupted(int signal) {
+    constexpr std::chrono::seconds kPatience{10}; // for a disk that hangs
     State& state = SharedState();
-    state.Mutex.lock(); // kept: nobody makes a folder or renames an output any more
+    state.IsEnding = true;
+    // Kept: nobody makes a folder, fills one or renames an output any more.
+    [[maybe_unused]] const bool isAlone = state.Mutex.try_lock_for(kPatience);
     for (const fs::path& folder : state.Folders) RemoveBusyFolder(folder);
     std::error_code error; // a folder with files in it stays
     for (auto folder = state.OutputFolders.rbegin(); folder != state.OutputFolders.rend(); ++folder)
         fs::remove(*folder, error);
     constexpr char kMessage[] = "\nkyfocus: interrupted\n";
     [[maybe_unused]] const auto written = write(STDERR_FILENO, kMessage, sizeof kMessage - 1);
-    // Again: the library makes a folder anew that it finds gone.
-    for (const fs::path& folder : state.Folders) RemoveBusyFolder(folder);
     _exit(128 + signal);
 }
 
@@ -103,7 +112,9 @@ bool MakeOutputFolder(const fs::path& folder) {
 }
 
 void WithoutInterruption(const std::function<void()>& step) {
-    const std::lock_guard lock(SharedState().Mutex);
+    State& state = SharedState();
+    if (state.IsEnding) WaitForTheEnd(); // the mutex alone would let a loop of steps go on
+    const std::lock_guard lock(state.Mutex);
     step();
 }
 

@@ -25,7 +25,8 @@ void RemoveTemporaryFolder(const std::filesystem::path& folder);
 /// @return whether it is new.
 bool MakeOutputFolder(const std::filesystem::path& folder);
 
-/// Runs `step`; an interruption waits until it has ended. For steps that take no time, such as renaming the outputs.
+/// Runs `step`; an interruption waits until it has ended, 10 s at most. For steps that are soon done: renaming the
+/// outputs, adding a frame, which writes into a temporary folder.
 void WithoutInterruption(const std::function<void()>& step);
 
 } // namespace app
