@@ -6,15 +6,11 @@
 
 #include <gtest/gtest.h>
 
-#include "filters/filters.h"
 #include "gpu/fake_driver.h"
+#include "gpu/gpu_frames.h"
 #include "gpu/gpu_switches.h"
 #include "gpu/trace_lines.h"
-#include "reference/edge_data.h"
-#include "reference/gpu_channel.h"
-#include "safe3d/maps.h"
 #include "safe3d/safe3d.h"
-#include "safe3d/stack_session.h"
 #include "safe3d/threads.h"
 
 namespace {
@@ -64,38 +60,12 @@ class CudaStages : public testing::Test {
 
 // ---- computed results -------------------------------------------------------------------------------------------
 
-Lines CasesWithGpuRuns() {
-    Lines names = test::CaseNames("edge3d");
-    std::erase_if(names, [](const std::string& name) {
-        const json runs = test::LoadCase("edge3d", name).Json.at("runs");
-        return std::none_of(runs.begin(), runs.end(), [](const json& run) { return run.at("path") == "gpu"; });
-    });
-    return names;
-}
-
-void ExpectImages(const test::Case& data, const std::string& name, KyfImageData* const* images, std::int32_t count) {
-    std::vector<double> all;
-    std::vector<double> thinned;
-    const json steps = data.Json.value("row_step", json::object());
-    for (std::int32_t i = 0; i < count; ++i) {
-        for (std::int32_t y = 0; y < images[i]->Height; ++y) {
-            const double* const row = images[i]->Rows[y];
-            all.insert(all.end(), row, row + images[i]->Width);
-            if (y % steps.value(name, 1) == 0) thinned.insert(thinned.end(), row, row + images[i]->Width);
-        }
-    }
-    EXPECT_TRUE(test::SameValues(test::ReadDoubles(data.File(name + ".npy")).Values, thinned)) << name;
-    if (steps.contains(name)) {
-        EXPECT_EQ(data.Json.at("checksum").at(name).get<std::string>(), test::Hash(all)) << name;
-    }
-}
-
 class CudaCases : public CudaStages, public testing::WithParamInterface<std::string> {};
 TEST_P(CudaCases, KeepTheEdgeStrengthAndLuminanceOfTheModel) {
     const test::Case data = test::LoadCase("edge3d", GetParam());
     const auto frames = test::ReadInts(data.File("frames.npy"));
     for (const json& run : data.Json.at("runs")) {
-        if (run.at("path") != "gpu") continue;
+        if (!test::IsGpuRun(run)) continue;
         const auto scopeType = run.at("ScopeType").get<std::int32_t>();
         ASSERT_TRUE(frames.Shape[0] == 1 || scopeType % 2 == 0); // scopes 1 and 3 would move the frames after the first
         const auto parallel = run.at("UseParallelProcess").get<KyiBool>();
@@ -108,61 +78,24 @@ TEST_P(CudaCases, KeepTheEdgeStrengthAndLuminanceOfTheModel) {
             ASSERT_EQ(KyfFocusAddImage(session.get(), frame.get(), parallel, nullptr), KyfResultOk);
         }
         const auto name = run.at("name").get<std::string>();
-        ExpectImages(data, name + "_EdgeFrames", session->EdgeFrames, session->State3D.FrameCount);
-        ExpectImages(data, name + "_KidoFrames", session->KidoFrames, session->State3D.FrameCount);
+        test::ExpectImages(data, name + "_EdgeFrames", session->EdgeFrames, session->State3D.FrameCount);
+        test::ExpectImages(data, name + "_KidoFrames", session->KidoFrames, session->State3D.FrameCount);
     }
 }
-INSTANTIATE_TEST_SUITE_P(Edges, CudaCases, testing::ValuesIn(CasesWithGpuRuns()),
+INSTANTIATE_TEST_SUITE_P(Edges, CudaCases, testing::ValuesIn(test::CasesWithGpuRuns()),
                          [](const auto& test) { return test.param; });
 
 // ---- the plain form ---------------------------------------------------------------------------------------------
 
-std::vector<double> PlainEdgeData(const KyiImageData& frame, std::int32_t scopeType, KyiBool parallel) {
-    const reference::PackedSize from{frame.Width, frame.Height};
-    const bool isReduced = frame.Width >= 512;
-    const reference::PackedSize to =
-        isReduced ? reference::PackedSize{512, frame.Height * 512 / frame.Width} : reference::PackedSize(from);
-    reference::Bytes packed;
-    if (kyf::UseParallelProcess(&frame, parallel)) {
-        packed = reference::ReducePacked(reference::Pack(frame, false), from, to);
-    } else {
-        const test::Image reduced(KyiAllocImageData(to.Width, to.Height, frame.Format));
-        KyiFill(reduced.get(), 0, 0, 0);
-        kyf::ReduceImage(&frame, reduced.get(), parallel);
-        packed = reference::Pack(*reduced, true);
-    }
-    const reference::DoubleGrid channel = reference::CopyGreen(packed, to);
-    reference::DoubleGrid zeros = channel;
-    std::fill(zeros.Values.begin(), zeros.Values.end(), 0.0);
-    reference::DoubleGrid plain = zeros;
-    reference::DoubleGrid blurred = zeros;
-    if (scopeType == 0) {
-        reference::DoubleGrid source = channel;
-        for (int pass = 0; pass < 3; ++pass) {
-            reference::BlurPass(source, blurred, 0, {0.25, 0.5, 0.25}, {0.25, 0.5, 0.25});
-            source = blurred;
-        }
-        plain = reference::HighPass(channel);
-        blurred = reference::HighPass(blurred);
-    }
-    const auto data = reference::MakeEdgeData(plain, blurred, channel, 64, 64 * to.Height / to.Width);
-    std::vector<double> values = data.Edge.Values;
-    values.insert(values.end(), data.Kido.Values.begin(), data.Kido.Values.end());
-    return values;
-}
-
-const std::vector<test::MapShape> kFrameShapes{{1, 1},  {1, 7},  {7, 1},    {2, 2},    {3, 2},     {5, 5},    {63, 5},
-                                               {64, 5}, {65, 5}, {257, 31}, {512, 33}, {1024, 20}, {1300, 40}};
-
 TEST_F(CudaStages, EqualThePlainFormOfTheirBranchInAllFormats) {
     std::uint32_t seed = 0;
-    for (const test::MapShape& shape : kFrameShapes) {
+    for (const test::MapShape& shape : test::kFrameShapes) {
         for (const std::int32_t format : test::AllFormats()) {
             for (const std::int32_t scopeType : {0, 2}) {
                 for (const KyiBool parallel : {0, 1}) {
                     SCOPED_TRACE(test::Describe(shape, parallel, ++seed) + ", format " + std::to_string(format));
                     const test::Image frame = test::RandomImage(shape.Width, shape.Height, format, seed);
-                    EXPECT_TRUE(test::SameValues(PlainEdgeData(*frame, scopeType, parallel),
+                    EXPECT_TRUE(test::SameValues(test::PlainGpuEdgeData(*frame, scopeType, parallel),
                                                  AddOne(*frame, scopeType, parallel)));
                 }
             }
@@ -171,7 +104,7 @@ TEST_F(CudaStages, EqualThePlainFormOfTheirBranchInAllFormats) {
 }
 
 TEST_F(CudaStages, EqualTheProcessorWhereTheChannelIsTheSame) {
-    for (const test::MapShape& shape : kFrameShapes) {
+    for (const test::MapShape& shape : test::kFrameShapes) {
         const test::Image gray = test::RandomImage(shape.Width, shape.Height, KyiFormatGray8, 5);
         const test::Image colour = test::RandomImage(shape.Width, shape.Height, KyiFormatBgr24, 6);
         for (const KyiBool parallel : {0, 1})
@@ -291,23 +224,7 @@ TEST_F(CudaStages, RefuseAFrameTooFlatForTheGrid) {
 
 TEST_F(CudaStages, MakeTheHeightsOfTheModel) {
     const test::Case data = test::LoadCase("heightmap", "brightness_on_gpu");
-    const json& parameters = data.Json.at("parameters");
-    test::StackSettings settings;
-    settings.ScopeType = parameters.at("ScopeType").get<std::int32_t>();
-    settings.Speed = parameters.at("Speed").get<std::int32_t>();
-    settings.PlaneType = parameters.at("PlaneType").get<std::int32_t>();
-    settings.Adoption = parameters.at("AdoptionPeakPosition").get<std::int32_t>();
-    settings.Sensitivity = parameters.at("FocusingValueDetectionSensitivity").get<std::int32_t>();
-    settings.D3ShapeSmoothing = parameters.at("D3ShapeSmoothing").get<std::int32_t>();
-    settings.ProjectionNoiseRemove = parameters.at("ProjectionNoiseRemove").get<std::int32_t>();
-    const test::Session session = test::StartStack(settings, m_folder.Path());
-    session->DisableGPU = 0;
-    const auto frames = test::ReadInts(data.File("frames.npy"));
-    const auto heights = data.Json.at("HeightList").get<std::vector<double>>();
-    for (std::size_t i = 0; i < heights.size(); ++i) {
-        const test::Image frame = test::FromPlanes(42, 8, KyiFormatGray8, frames.Entry(i));
-        ASSERT_EQ(KyfFocusAddImageWithHeight(session.get(), frame.get(), heights[i], 1, nullptr), KyfResultOk);
-    }
+    const test::Session session = test::AddGpuHeightStack(data, m_folder.Path());
     EXPECT_EQ(KyfFocusMakeCompImage(session.get(), 1, nullptr), data.Json.at("make_result").get<KyfResult>());
     EXPECT_EQ(std::count(m_driver->Kernels.begin(), m_driver->Kernels.end(), "middle_filter"), 5);
     EXPECT_TRUE(test::SameValues(test::ReadDoubles(data.File("State3D_HeightDataMap.npy")).Values,
