@@ -22,7 +22,7 @@ std::string ToUtf16(std::string_view text) {
         bytes += static_cast<char>(unit >> 8);
     };
     for (const wchar_t character : ToWide(text)) {
-        const auto code = static_cast<std::uint32_t>(character);
+        const char32_t code = static_cast<char32_t>(character);
         if (code < 0x10000) {
             append(code);
         } else {
