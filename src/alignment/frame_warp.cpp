@@ -10,6 +10,7 @@
 
 #include "alignment/frame_warp_plan.h"
 #include "alignment/frame_warp_rows.h"
+#include "alignment/unused_sample.h"
 #include "filters/image_layout.h"
 #include "filters/numbers.h"
 #include "filters/sample_rows.h"
@@ -260,6 +261,12 @@ void Warp(const KyiImageData& source, const KyiImageData& destination, const Kyf
         TurningWarp<T>(source, destination, shift).Run(parallel);
 }
 
+void ClearUnusedSamples(const KyiImageData& image, KyiBool parallel) noexcept {
+    const SampleRows<std::uint8_t> rows(image);
+#pragma omp parallel for schedule(static) if (parallel != 0)
+    for (std::int32_t y = 0; y < image.Height; ++y) ClearUnusedInRow(rows[y], image.Width, image.PixelBytes);
+}
+
 } // namespace
 
 KyPoint MapForward(KyPoint point, std::int32_t width, std::int32_t height, const KyfFrameShift& shift) noexcept {
@@ -277,10 +284,11 @@ KyPoint MapForward(KyPoint point, std::int32_t width, std::int32_t height, const
 void WarpFrame(const KyiImageData& source, KyiImageData& destination, const KyfFrameShift& shift, KyiBool parallel) {
     if (!IsSameLayout(source, destination) || source.Pixels == destination.Pixels) return;
     switch (SampleBytes(source.PixelBytes)) {
-    case 1: return Warp<std::uint8_t>(source, destination, shift, parallel);
-    case 2: return Warp<std::uint16_t>(source, destination, shift, parallel);
+    case 1: Warp<std::uint8_t>(source, destination, shift, parallel); break;
+    case 2: Warp<std::uint16_t>(source, destination, shift, parallel); break;
     default: return;
     }
+    if (destination.PixelBytes == 4) ClearUnusedSamples(destination, parallel);
 }
 
 } // namespace kyf

@@ -12,7 +12,7 @@ namespace kyf {
 KyPoint MapForward(KyPoint point, std::int32_t width, std::int32_t height, const KyfFrameShift& shift) noexcept;
 
 /// Resamples all channels of a frame by bilinear interpolation. Black where the frame does not reach; no sample exceeds
-/// the largest value less 1. Unused samples of four-byte pixels go along with their pixels.
+/// the largest value less 1. Unused samples of four-byte pixels are 0.
 /// @param destination  Of the source's size and format, and another image; anything else stays as it is.
 /// Throws std::bad_alloc.
 void WarpFrame(const KyiImageData& source, KyiImageData& destination, const KyfFrameShift& shift, KyiBool parallel);

@@ -10,6 +10,7 @@
 #include <kyimaging/kyimaging.h>
 
 #include "alignment/projection_shift_search.h"
+#include "alignment/unused_sample.h"
 
 namespace kyf {
 
@@ -129,6 +130,7 @@ void MoveFrame(const KyiImageData& frame, KyiImageData& moved, std::int32_t offs
         std::memcpy(out + leftBytes, KyiGetPixelAddress(&frame, left + offsetX, static_cast<std::int32_t>(from)),
                     rightBytes - leftBytes);
         std::memset(out + rightBytes, 0, lineBytes - rightBytes);
+        ClearUnusedInRow(out, frame.Width, frame.PixelBytes);
     }
 }
 

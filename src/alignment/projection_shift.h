@@ -35,7 +35,8 @@ ProjectionMove MeasureProjection(const KyfProjectionShift& shift, const KyiImage
 void AcceptProjection(KyfProjectionShift& shift, const KyiImageData& frame, const ProjectionMove& move,
                       KyiBool parallel) noexcept;
 
-/// moved(x, y) = frame(x + offsetX, y + offsetY), and 0 where that lies outside. Both have one size and format.
+/// moved(x, y) = frame(x + offsetX, y + offsetY), and 0 where that lies outside. Both have one size and format. Unused
+/// samples of four-byte pixels are 0.
 void MoveFrame(const KyiImageData& frame, KyiImageData& moved, std::int32_t offsetX, std::int32_t offsetY,
                KyiBool parallel) noexcept;
 

@@ -93,6 +93,19 @@ TEST(WarpFrame, KeepsAFrameThatDoesNotMoveButForItsBrightestSample) {
     }
 }
 
+TEST(WarpFrame, LeavesNothingInTheUnusedSample) {
+    for (const KyfFrameShift& shift : kShifts)
+        for (const test::Threads threads : test::kThreads) {
+            SCOPED_TRACE(Describe(shift));
+            const test::ThreadScope scope(threads.Count);
+            const test::Image warped = test::RandomImage(67, 35, KyiFormatBgr32, 5);
+            kyf::WarpFrame(*test::RandomImage(67, 35, KyiFormatBgr32, kSeed), *warped, shift, threads.Flag);
+            for (std::int32_t y = 0; y < 35; ++y)
+                for (std::int32_t x = 0; x < 67; ++x)
+                    ASSERT_EQ(*static_cast<const std::uint8_t*>(KyiGetPixelAddress(warped.get(), x, y)), 0);
+        }
+}
+
 TEST(WarpFrame, LeavesAlonePixelsThatItDoesNotKnowAndImagesThatDoNotFit) {
     const KyfFrameShift shift{1.0, 1.0, 1, 1, 0.0};
     const test::Image source = test::RandomImage(9, 8, KyiFormatBgr24, kSeed);

@@ -160,6 +160,17 @@ TEST(ProjectionShift, AcceptsNothingAtEveryLevel) {
     EXPECT_EQ(record, nullptr);
 }
 
+TEST(MoveFrame, LeavesNothingInTheUnusedSample) {
+    const test::Image frame = test::RandomImage(9, 6, KyiFormatBgr32, kSeed);
+    for (const test::Step offset : {test::Step{0, 0}, test::Step{2, -1}, test::Step{-3, 4}}) {
+        const test::Image moved = test::RandomImage(9, 6, KyiFormatBgr32, 5);
+        kyf::MoveFrame(*frame, *moved, offset.X, offset.Y, 1);
+        for (std::int32_t y = 0; y < 6; ++y)
+            for (std::int32_t x = 0; x < 9; ++x)
+                EXPECT_EQ(*static_cast<const std::uint8_t*>(KyiGetPixelAddress(moved.get(), x, y)), 0);
+    }
+}
+
 TEST(MoveFrame, FillsWhatComesInWithZeros) {
     const Image frame = test::FromPlanes(3, 3, KyiFormatGray8, std::vector<std::int32_t>{1, 2, 3, 4, 5, 6, 7, 8, 9});
     const Image moved(KyiDuplicateImageData(frame.get(), 0));
