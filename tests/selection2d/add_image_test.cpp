@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "alignment/drifting_stack.h"
 #include "selection2d/selection2d.h"
 #include "selection2d/session_run.h"
 #include "support/case_files.h"
@@ -220,6 +221,71 @@ TEST(AddImage, SaysThatAStackHasBeenMadeOrTaken) {
     EXPECT_EQ(trace.Count("takes no more frames"), 2);
     EXPECT_EQ(KyfFocusMakeCompImage(session.get(), 0, nullptr), KyfResultInvalidParameter);
     EXPECT_EQ(trace.Count("There is no composite"), 1);
+}
+
+TEST(AddImage, SaysThatAutomaticPositioningCannotBeginLater) {
+    const Trace trace;
+    const test::Session session = test::StartSession({});
+    const test::Image frame = test::TexturedImage(40, 30, 3, 1);
+    ASSERT_EQ(Add(*session, frame), KyfResultOk);
+    session->AutoPos = 1;
+    EXPECT_EQ(Add(*session, frame), KyfResultInvalidParameter);
+    EXPECT_EQ(trace.Count("Automatic positioning was off when the stack began"), 1);
+    session->AutoPos = 0;
+    EXPECT_EQ(Add(*session, frame), KyfResultOk);
+    EXPECT_EQ(trace.Count("Automatic positioning was off"), 1);
+}
+
+TEST(AddImage, SaysThatTheKindOfLineMatchingIsUnknownAndMovesNothing) {
+    for (const std::int32_t detectType : {-1, 0, 1, 2}) {
+        SCOPED_TRACE(detectType);
+        const Trace trace;
+        SessionSettings settings;
+        settings.ScopeType = 1;
+        const test::Session session = test::StartSession(settings);
+        session->MatchingDetectType = detectType;
+        for (const test::Image& frame :
+             test::DriftingStack(120, 60, KyiFormatGray8, test::Content::CrossedLines, {{6, 0}}, 1))
+            ASSERT_EQ(Add(*session, frame), KyfResultOk);
+        const bool isKnown = detectType == 0 || detectType == 1;
+        EXPECT_EQ(trace.Count("The MatchingDetectType is unknown"), isKnown ? 0 : 1);
+        EXPECT_EQ(session->Matching2D.TotalShift, isKnown ? 6 : 0);
+    }
+}
+
+// The session keeps what it is handed at a reduced working size, unless template areas make an image of their own.
+TEST(AddImage, LinesUpFramesThatItIsHandedAsItDoesThoseOfTheHost) {
+    for (const std::int32_t autoPos : {0, 1})
+        for (const std::int32_t speed : {0, 1}) {
+            SessionSettings settings;
+            settings.ScopeType = 1 - autoPos;
+            settings.AutoPos = autoPos;
+            settings.Speed = speed;
+            settings.CompSize = 20;
+            const test::Session handed = test::StartSession(settings);
+            const test::Session lent = test::StartSession(settings);
+            bool isFirst = true;
+            for (const test::Image& frame : test::DriftingStack(120, 90, KyiFormatBgr24, test::Content::CrossedLines,
+                                                                {{5, 0}, {-8, 0}, {1, 0}}, 1)) {
+                const test::Image before(KyiDuplicateImageData(frame.get(), 0));
+                ASSERT_EQ(Add(*lent, frame), KyfResultOk);
+                EXPECT_TRUE(test::SameImage(*before, *frame));
+                test::Image own(KyiDuplicateImageData(frame.get(), 0));
+                KyiBool isTaken = 7;
+                ASSERT_EQ(kyf::Kyf2DSelectionAddImage(handed.get(), own.get(), 1, isTaken, 0, nullptr), KyfResultOk);
+                EXPECT_EQ(isTaken, !isFirst && autoPos == 0 && speed == 1 ? 1 : 0);
+                if (isTaken) own.release(); // NOLINT: freed by the session
+                isFirst = false;
+            }
+            EXPECT_EQ(handed->Matching2D.TotalShift, lent->Matching2D.TotalShift);
+            EXPECT_EQ(lent->Matching2D.TotalShift, autoPos ? 0 : -2);
+            if (autoPos) {
+                EXPECT_NE(lent->FrameShifts[1].ShiftX, 0);
+                EXPECT_EQ(handed->FrameShifts[3].ShiftX, lent->FrameShifts[3].ShiftX);
+            }
+            EXPECT_TRUE(test::SameImage(*lent->State2D.CompImage, *handed->State2D.CompImage));
+            EXPECT_TRUE(test::SameValues(test::BestFocus(*lent), test::BestFocus(*handed)));
+        }
 }
 
 // Without a single working pixel nothing can be compared: the first frame stays.
