@@ -16,7 +16,7 @@ typedef struct KyfRect {
     int32_t Bottom;
 } KyfRect;
 
-/** Transform of one frame onto the stack. */
+/** Transform of one frame onto the stack. Scales are not finite, or far from 1, where its areas were not found. */
 typedef struct KyfFrameShift {
     double ScaleX;  /**< horizontal scale, reference over frame */
     double ScaleY;  /**< vertical scale */

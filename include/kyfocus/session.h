@@ -76,11 +76,15 @@ typedef struct KyfFocusComposition {
     int32_t** BestFocusMap; /**< BestFocusHeight rows: greatest focus value so far */
     int32_t BestFocusWidth;
     int32_t BestFocusHeight;
+    /** One entry a frame that 2D selection has warped by template areas; entry 0, of the first frame, is zeroed: its
+     *  scales are 0, not 1. Null until the second frame. */
     KyfFrameShift* FrameShifts;
     int32_t FrameShiftCapacity;
     KyiImageData** AreaTemplates; /**< 4 entries, null beyond the areas in use: what each area is searched in */
     KyfRect AreaSearchRects[4];
     KyfRect AreaTemplateRects[4];
+    /** What all frames so far cover, where template areas line them up. The first frame gives (0, 0, SourceWidth - 1,
+     *  SourceHeight - 1), right and bottom excluded: the last column and row never count. Empty: nothing is left. */
     KyfRect CommonRect;
     struct KyfPatternMatching* Matcher;
     int32_t** CuttedBestFocusMap; /**< BestFocusMap cut to the result rectangle, 2D selection only */
@@ -131,9 +135,12 @@ KYF_API KyfResult KyfFocusInitialize(KyfFocusComposition* session, const KyfFocu
  *  call goes on trying: give each session a private folder. */
 KYF_API void KyfFocusTerminate(KyfFocusComposition* session);
 
-/** Chooses mode and settings by AlgType. @return 1; -2 on a bad signature, a null argument or an unknown AlgType. */
+/** Chooses mode and settings by AlgType. ScopeType, MatchingDetectType, MatchingPositionType and DisableGPU stay those
+ *  of KyfFocusInitialize, whatever the record says of them.
+ *  @return 1; -2 on a bad signature, a null argument or an unknown AlgType. */
 KYF_API KyfResult KyfFocusStart(KyfFocusComposition* session, const KyfFocusCompositionParameter* parameter);
-/** Mode 0. @return 1; -2 on a bad signature or a null argument (here and in the next three). */
+/** Mode 0. With AutoPos, AreaPos has to hold places that differ: a zeroed one spoils every frame but the first.
+ *  @return 1; -2 on a bad signature or a null argument (here and in the next three). */
 KYF_API KyfResult KyfFocusStart2DSelection(KyfFocusComposition* session,
                                            const KyfFocusComposition2DSelectionParameter* parameter);
 /** Mode 0 with fixed quick settings: quarter speed, CompSize 8, Smoothing 5, no automatic positioning. */
@@ -141,16 +148,19 @@ KYF_API KyfResult KyfFocusStartGyre(KyfFocusComposition* session);
 /** Mode 1. */
 KYF_API KyfResult KyfFocusStart3DSafe(KyfFocusComposition* session,
                                       const KyfFocusComposition3DSelectionParameter* parameter);
-/** Mode 2: both pipelines see every frame. Where both records have a field, that of the 3D record wins. */
+/** Mode 2: both pipelines see every frame. Where both records have a field, that of the 3D record wins: AutoPos and
+ *  AreaPos too. */
 KYF_API KyfResult KyfFocusStartComplexProcessing(KyfFocusComposition* session,
                                                  const KyfFocusComposition2DSelectionParameter* parameter2D,
                                                  const KyfFocusComposition3DSelectionParameter* parameter3D);
 
 /* ---- frames ---------------------------------------------------------------------------------------------------- */
 
-/** Adds the caller's image, which stays the caller's. The first frame fixes size and format of the stack.
+/** Adds the caller's image, which stays the caller's. The first frame fixes size and format of the stack. With
+ *  ScopeType 1 and 3 the modes 1 and 2 move the rows of the image itself: it holds the frame lined up afterwards.
  *  @param parallel  Allows threads in this call. @param progress  A fresh node, or null.
- *  @return 1; -2 for a bad session, an unknown mode or a frame that does not fit; from the 3D modes also -3 when out
+ *  @return 1; -2 for a bad session, an unknown mode or a frame that does not fit, and in modes 0 and 2 with ScopeType 0
+ *          when AutoPos has been switched on after the first frame; from the 3D modes also -3 when out
  *          of memory or for a frame more than 512, 256 or 64 times as wide as high at Speed 0, 1 or 2, and -4 when
  *          the temporary bitmap cannot be written, as always with TempFolder "". A pipeline that refuses a frame has
  *          not counted it and goes on with the next one, but the 3D pipeline may keep the first frame that it

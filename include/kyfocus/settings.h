@@ -49,14 +49,23 @@ typedef int32_t KyfAdoptionPeakPositions;
 /** 2D presets: 0, 1, 2; 3 free values. */
 typedef int32_t Kyf2DSelectionFocusCompositionMode;
 
-/** Every user-facing choice of a composition. A switch is 0 or non-zero. */
+/** Every user-facing choice of a composition. A switch is 0 or non-zero. The start calls take most of it; ScopeType,
+ *  MatchingDetectType, MatchingPositionType and DisableGPU reach a session by KyfFocusInitializeParameter alone, into
+ *  which the host copies them. */
 typedef struct KyfFocusCompositionParameter {
     KyfScopeType ScopeType;   /**< 0 */
     KyfAlgorithmType AlgType; /**< 1; which composition KyfFocusStart starts */
     KyfSpeed Speed;           /**< 1 */
-    int32_t AutoPos;          /**< 0; switch: automatic positioning by template areas */
-    KyfAreaNo AreaNo;         /**< 0 */
-    KyPoint AreaPos[4];       /**< (50, 25) (75, 50) (50, 75) (25, 50); area centres in percent of the image */
+    /** 0; switch, for ScopeType 0: automatic positioning. 2D selection goes by template areas, the 3D pipeline by
+     *  projection shift, without areas. Switch it before the first frame: modes 0 and 2 refuse the frames of a stack
+     *  in which it comes on later, mode 1 goes on without it. Cut results of 2D selection lose their last column and
+     *  row even where nothing has moved. */
+    int32_t AutoPos;
+    KyfAreaNo AreaNo; /**< 0 */
+    /** (50, 25) (75, 50) (50, 75) (25, 50); centres of the template areas. 0 to 100 span the central 80 % of width and
+     *  height: place 0 lies at 10 % of the frame, 100 at 90 %. The areas in use must not all lie in one place, such as
+     *  (0, 0) in a record that has been zeroed: their frames get a scale that is not finite, and turn black. */
+    KyPoint AreaPos[4];
     Kyf2DSelectionFocusCompositionMode CompParamSetType; /**< 1; the preset, kept for the parameter panel */
     int32_t CompSize;       /**< 8; 2D: cutoff of the focus value smoothing, percent of the width */
     int32_t Smoothing;      /**< 6; 2D: cutoff of the height smoothing, percent of the result's width */
@@ -78,7 +87,7 @@ typedef struct KyfFocusCompositionParameter {
     int32_t DisableGPU; /**< 0; switch */
 } KyfFocusCompositionParameter;
 
-/** What a 2D selection takes of the full record. */
+/** What a 2D selection takes of the full record, with the meanings that the fields have there. */
 typedef struct KyfFocusComposition2DSelectionParameter {
     KyfSpeed Speed;
     int32_t CompSize;
@@ -88,7 +97,8 @@ typedef struct KyfFocusComposition2DSelectionParameter {
     KyPoint AreaPos[4];
 } KyfFocusComposition2DSelectionParameter;
 
-/** What a 3D composition takes of the full record. Copy by name: the last two stand the other way round there. */
+/** What a 3D composition takes of the full record. Copy by name: the last two stand the other way round there. The 3D
+ *  pipeline itself makes no use of AreaNo and AreaPos; in mode 2 they are the ones that 2D selection gets. */
 typedef struct KyfFocusComposition3DSelectionParameter {
     KyfSpeed Speed;
     KyfPlaneType PlaneType;
@@ -102,7 +112,7 @@ typedef struct KyfFocusComposition3DSelectionParameter {
     int32_t ProjectionNoiseRemove;
 } KyfFocusComposition3DSelectionParameter;
 
-/** Fills a 3D record from the full one. Does nothing when either is null. */
+/** Fills a 3D record from the full one. Does nothing when either is null. A 2D record is filled by hand, by name. */
 KYF_API void KyfSet3DSelectionParameter(const KyfFocusCompositionParameter* parameter,
                                         KyfFocusComposition3DSelectionParameter* parameter3D);
 
