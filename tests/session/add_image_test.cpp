@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "alignment/drifting_stack.h"
 #include "session/sessions.h"
 
 namespace {
@@ -174,6 +175,75 @@ TEST(AddImageFile, ComposesAsTheImagesDo) {
         ASSERT_EQ(KyfFocusAddImage(fromImages.get(), frame.get(), 1, nullptr), KyfResultOk);
     }
     EXPECT_TRUE(test::SameImage(*fromImages->State2D.CompImage, *fromFiles->State2D.CompImage));
+}
+
+/// Started for a mode, with frames that are to be lined up.
+test::Session AligningSession(KyfAlgorithmType mode, std::int32_t scopeType, const std::wstring& folder) {
+    KyfFocusCompositionParameter parameter = CKyfFocusCompositionSetting().Get();
+    parameter.AlgType = mode;
+    parameter.ScopeType = scopeType;
+    parameter.AutoPos = 1;
+    parameter.CompSize = 20;
+    parameter.DisableGPU = 1;
+    test::Session session(KyfAllocFocusComposition());
+    KyfFocusInitializeParameter initial{};
+    initial.TempFolder = folder.c_str();
+    initial.ScopeType = scopeType;
+    initial.DisableGPU = 1;
+    KyfFocusInitialize(session.get(), &initial);
+    KyfFocusStart(session.get(), &parameter);
+    return session;
+}
+
+void ExpectSameMoves(const KyfFocusComposition& expected, const KyfFocusComposition& actual) {
+    EXPECT_EQ(expected.Matching2D.TotalShift, actual.Matching2D.TotalShift);
+    EXPECT_EQ(expected.Matching3D.TotalShift, actual.Matching3D.TotalShift);
+    ASSERT_EQ(expected.FrameShifts == nullptr, actual.FrameShifts == nullptr);
+    if (expected.FrameShifts) {
+        EXPECT_EQ(expected.FrameShifts[2].ShiftX, actual.FrameShifts[2].ShiftX);
+    }
+    ASSERT_EQ(expected.ProjectionShift == nullptr, actual.ProjectionShift == nullptr);
+    if (expected.ProjectionShift) {
+        EXPECT_EQ(expected.ProjectionShift->TotalX, actual.ProjectionShift->TotalX);
+    }
+}
+
+TEST(AddImageFile, LinesFramesUpAsItDoesImages) {
+    const std::vector<test::Image> frames =
+        test::DriftingStack(160, 120, KyiFormatBgr24, test::Content::CrossedLines, {{5, 0}, {-8, 0}}, 1);
+    for (const KyfAlgorithmType mode :
+         {KyfAlgorithmType2DSelection, KyfAlgorithmType3DSafe, KyfAlgorithmTypeComplexProcessing})
+        for (const std::int32_t scopeType : {0, 1}) {
+            SCOPED_TRACE("mode " + std::to_string(mode) + ", scope " + std::to_string(scopeType));
+            const test::TemporaryFolder files;
+            const test::TemporaryFolder kept[2];
+            const test::Session fromFiles = AligningSession(mode, scopeType, kept[0].Path().wstring());
+            const test::Session fromImages = AligningSession(mode, scopeType, kept[1].Path().wstring());
+            for (std::size_t i = 0; i < frames.size(); ++i) {
+                const std::wstring path = (files.Path() / std::to_string(i).append(".bmp")).wstring();
+                ASSERT_TRUE(KyiSaveImageData(path.c_str(), frames[i].get(), 0));
+                const double height = 1.0 + static_cast<double>(i);
+                ASSERT_EQ(KyfFocusAddImageFileWidthHeight(fromFiles.get(), path.c_str(), height, 1, nullptr),
+                          KyfResultOk);
+                const test::Image image(KyiDuplicateImageData(frames[i].get(), 0));
+                ASSERT_EQ(KyfFocusAddImageWithHeight(fromImages.get(), image.get(), height, 1, nullptr), KyfResultOk);
+            }
+            const bool is2D = mode != KyfAlgorithmType3DSafe;
+            const bool is3D = mode != KyfAlgorithmType2DSelection;
+            if (scopeType == 1) {
+                EXPECT_EQ(fromImages->Matching2D.TotalShift, is2D ? -3 : 0);
+                EXPECT_EQ(fromImages->Matching3D.TotalShift, is3D ? -3 : 0);
+            } else if (is3D) {
+                EXPECT_EQ(fromImages->ProjectionShift->TotalX, -3);
+            }
+            ExpectSameMoves(*fromImages, *fromFiles);
+            ASSERT_EQ(KyfFocusMakeCompImage(fromFiles.get(), 1, nullptr), KyfResultOk);
+            ASSERT_EQ(KyfFocusMakeCompImage(fromImages.get(), 1, nullptr), KyfResultOk);
+            const auto image = [&](const test::Session& session) -> const KyiImageData& {
+                return mode == KyfAlgorithmType3DSafe ? *session->State3D.CompImage : *session->State2D.CompImage;
+            };
+            EXPECT_TRUE(test::SameImage(image(fromImages), image(fromFiles)));
+        }
 }
 
 // What is freed twice or not at all ends the run or shows in the checked build.

@@ -53,6 +53,15 @@ FIELD(KyfLineMatching, CentreRow, Profile);
 FIELD(KyfLineMatching, Profile, TotalShift);
 LAST(KyfLineMatching, TotalShift);
 
+FIRST(KyfProjectionShift, PreviousFrame);
+FIELD(KyfProjectionShift, PreviousFrame, TotalX);
+FIELD(KyfProjectionShift, TotalX, TotalY);
+FIELD(KyfProjectionShift, TotalY, MaxPositiveX);
+FIELD(KyfProjectionShift, MaxPositiveX, MaxPositiveY);
+FIELD(KyfProjectionShift, MaxPositiveY, MaxNegativeX);
+FIELD(KyfProjectionShift, MaxNegativeX, MaxNegativeY);
+LAST(KyfProjectionShift, MaxNegativeY);
+
 FIRST(KyfImageData, Rows);
 FIELD(KyfImageData, Rows, Width);
 FIELD(KyfImageData, Width, Height);
