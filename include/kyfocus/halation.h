@@ -34,10 +34,13 @@ typedef struct KyfHalationRemoval {
 /** Settings of a series. */
 typedef struct KyfHalationParameter {
     int32_t Threshold;     /**< 1 to 255. Compared with samples as they are, also of 16 bits. A colour pixel counts as
-                                over-bright when one of its channels is. */
+                                over-bright when one of its channels is. Smoothed samples of 8 bits end at 254: 254 and
+                                255 replace nothing there, and without a pre-smoothing 255 does not. */
     int32_t PreSmoothing;  /**< 1 to 100: half the cutoff wavelength in 1/1024 of the width, cut to whole pixels. Spots
                                 that are smaller vanish before the threshold. 0 pixels: no smoothing. */
-    int32_t MaskSmoothing; /**< 1 to 100, the same for the mask: how softly a spot goes over into what lies around. */
+    int32_t MaskSmoothing; /**< 1 to 100, the same for the mask: how softly a spot goes over into what lies around. A
+                                mask that is smoothed ends at 254 of 255: 1/255 of the old picture stays in every spot.
+                                One of 0 pixels takes the spot wholly from the frame. */
 } KyfHalationParameter;
 
 /** A new record with the defaults and no image. Null when out of memory. */
@@ -56,7 +59,8 @@ KYF_API KyfResult KyfHalationStart(KyfHalationRemoval* record, const KyfHalation
  *  where the soft mask is above 0; four-byte pixels keep their unused byte.
  *  @param image     Gray or colour, 8 or 16 bits. Of the first frame's size, format and origin.
  *  @param parallel  Allows threads in this call; does not change the result.
- *  @param progress  A fresh node, completed at the end, or null.
+ *  @param progress  A fresh node, completed at the end, or null. After -3 it may hold steps already: free it, and give
+ *                   the next call another one.
  *  @return 1; -2 for a null record or image, a bad signature, or an image that does not fit the one held (which counts
  *          for the first frame as well: none may be held, and for later ones: one must); -3 when out of memory. The
  *          record then is as it was and the node is not completed. */

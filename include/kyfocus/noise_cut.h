@@ -19,8 +19,9 @@ extern "C" {
 /** Values of KyfHeightNoiseCutParameter.FillType. */
 enum {
     /** The mean of the window of 9 x 9 around a pixel, over and over until all are filled or the rest has nothing but
-     *  cut pixels around. Negative heights are left out of means; cut pixels count as (almost) 0, which pulls the
-     *  rim of wide gaps down. Pixels that cannot be filled keep the mark. */
+     *  cut pixels around. Negative heights are left out of means. Cut pixels, that in the middle too, count as (almost)
+     *  0, which pulls every filled pixel towards 0: a lone one loses 1/81 of its height, the middle of a wide gap
+     *  nearly all. Pixels that cannot be filled keep the mark. */
     KyfNoiseCutFillNeighbours = 0,
     KyfNoiseCutFillSmallest = 1, /**< the least height that was not cut; 0 when there is none below 2147483647 */
     KyfNoiseCutFillLargest = 2   /**< the greatest height, marks counted: 0 on a map of negative heights */
@@ -32,7 +33,8 @@ typedef struct KyfHeightNoiseCutParameter {
     double CutRatio;   /**< part of the map's range below which pixels are cut, 0 to 1: (Depth - 1) * CutRatio, rounded,
                             is the least value that stays. Other numbers are taken as they come. */
     int32_t FillType;  /**< KyfNoiseCutFill... */
-    int32_t Smoothing; /**< cutoff in percent of the width; 0 or less: none */
+    int32_t Smoothing; /**< cutoff in percent of the width; 0 or less: none. It runs along whole rows and columns: one
+                            height that is no number and not cut makes all of them so. */
 } KyfHeightNoiseCutParameter;
 
 /** A host's own heights for KyfFilterHeightNoiseCut and its preview. Lent. */
@@ -57,10 +59,12 @@ typedef struct KyfFilterProgress {
 } KyfFilterProgress;
 
 /** Cuts the session's heights: from the cut height map, as the make left it, into the map that the "AntNoise" getters
- *  give. May be called again with other settings. The differentiation map counts as one of 256 levels.
+ *  give. May be called again with other settings. The differentiation map counts as one of 256 levels, whatever the
+ *  frames: values of 16-bit frames go far beyond, so that a CutRatio up to 1 cuts next to none. 257 times the ratio
+ *  does what is meant there.
  *  @return 1; -1 for a FillType other than those above, and where the height map, the differentiation map (mode 0 alone
- *          makes one) or the map that receives the result is not there; -2 for a null argument or a bad signature; -3 when
- *          out of memory. On failure the session is as it was. */
+ *          makes one) or the map that receives the result is not there; -2 for a null argument or a bad signature; -3
+ *          when out of memory. On failure the session is as it was. */
 KYF_API KyfResult KyfFocusFilterHeightNoiseCut(KyfFocusComposition* session,
                                                const KyfHeightNoiseCutParameter* parameter);
 
