@@ -1,4 +1,5 @@
 // What the calls of the noise cut accept, refuse and leave alone.
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <limits>
@@ -12,6 +13,8 @@
 #include "height/noise_cut.h"
 #include "height/noise_cut_data.h"
 #include "support/images.h"
+
+extern "C" int RunNoiseCutInC(void);
 
 namespace {
 
@@ -147,6 +150,8 @@ std::int32_t Sample(const test::Image& image, std::int32_t x, std::int32_t y) {
     return value;
 }
 
+TEST(HostNoiseCut, IsUsableFromC) { EXPECT_EQ(RunNoiseCutInC(), 1); }
+
 TEST(HostNoiseCut, ReportsItsStages) {
     const OneWeakPixel data;
     const test::Image image = GrayImage();
@@ -246,6 +251,44 @@ TEST(HostNoiseCut, TakesThePercentOfTheSmoothingFromTheReferencesWidth) {
     ASSERT_EQ(KyfFilterHeightNoiseCut(narrow.get(), one.get(), &data.Record, nullptr), KyfResultOk);
     ASSERT_EQ(KyfFilterHeightNoiseCut(wide.get(), other.get(), &data.Record, nullptr), KyfResultOk);
     EXPECT_FALSE(test::SamePixelBytes(*one, *other));
+}
+
+// A map beyond the heights judges those that there are; one of no width or a negative one judges none.
+TEST(HostNoiseCut, TakesMapsOfOtherSizes) {
+    IntField wide = OneWeakPixel::Map();
+    for (auto& row : wide) row.insert(row.end(), 5, 0);
+    wide.insert(wide.end(), 3, std::vector<std::int32_t>(kWidth + 5, 0));
+    test::NoiseCutData larger(OneWeakPixel::Heights(), wide, 256);
+    larger.Record.Parameter = kFillLargest;
+    OneWeakPixel none;
+    const auto samplesOf = [](const KyfHeightNoiseCutData& record) {
+        const test::Image image = GrayImage();
+        EXPECT_EQ(KyfFilterHeightNoiseCut(image.get(), image.get(), &record, nullptr), KyfResultOk);
+        return test::ToPlanes(*image);
+    };
+    std::vector<std::int32_t> expected;
+    for (const double height : test::Flat(OneWeakPixel::Heights()))
+        expected.push_back(static_cast<std::int32_t>(height));
+    for (const std::int32_t width : {0, -1, -kWidth, std::numeric_limits<std::int32_t>::min()}) {
+        none.Record.DifferentiationMap.Width = width;
+        EXPECT_EQ(samplesOf(none.Record), expected) << width;
+    }
+    expected[2 * kWidth + 3] = static_cast<std::int32_t>(kLargest);
+    EXPECT_EQ(samplesOf(larger.Record), expected);
+}
+
+// What a filter along whole rows and columns makes of it.
+TEST(HostNoiseCut, LosesAllHeightsToOneThatIsNoNumberWhenItSmooths) {
+    OneWeakPixel data;
+    data.Record.HeightData.Rows[5][7] = std::numeric_limits<double>::quiet_NaN();
+    for (const std::int32_t smoothing : {0, 20}) {
+        data.Record.Parameter.Smoothing = smoothing;
+        const test::Image image = GrayImage();
+        ASSERT_EQ(KyfFilterHeightNoiseCut(image.get(), image.get(), &data.Record, nullptr), KyfResultOk);
+        const std::vector<std::int32_t> samples = test::ToPlanes(*image);
+        EXPECT_EQ(samples[5 * kWidth + 7], 0);
+        EXPECT_EQ(std::count(samples.begin(), samples.end(), 0), smoothing == 0 ? 2 : kWidth * kHeight);
+    }
 }
 
 TEST(HostNoiseCut, HasNothingToDoForAnEmptyRecord) {
