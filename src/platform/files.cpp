@@ -91,6 +91,8 @@ FileReplacement::FileReplacement(const wchar_t* path) : m_target(Utf8Path(path))
         if (!S_ISREG(status.st_mode) && !S_ISLNK(status.st_mode)) Throw(EINVAL, "pipes and devices are not replaced");
         m_keepsMode = S_ISREG(status.st_mode);
         m_keptMode = status.st_mode & 0777;
+        m_keptOwner = status.st_uid;
+        m_keptGroup = status.st_gid;
         m_replacesEmpty = m_keepsMode && status.st_size == 0;
     }
     for (int attempt = 0; attempt < kNameAttempts && !m_handle.IsOpen(); ++attempt) {
@@ -143,8 +145,14 @@ bool FileReplacement::TakePlace() noexcept {
     return rename(m_temporary.c_str(), m_target.c_str()) == 0;
 }
 
+/// Only some callers may give files away: for the others the new file is their own.
+void FileReplacement::KeepOwnerAndMode() noexcept {
+    [[maybe_unused]] const int given = fchown(m_handle.Get(), m_keptOwner, m_keptGroup);
+    if (fchmod(m_handle.Get(), m_keptMode) != 0) Fail(errno);
+}
+
 void FileReplacement::Commit() {
-    if (m_error == 0 && m_keepsMode && fchmod(m_handle.Get(), m_keptMode) != 0) Fail(errno);
+    if (m_error == 0 && m_keepsMode) KeepOwnerAndMode();
     if (!m_handle.Close()) Fail(errno);
     if (m_error == 0 && !TakePlace()) Fail(errno);
     if (m_error != 0) Throw(m_error, "the file cannot be written");

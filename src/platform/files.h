@@ -65,7 +65,8 @@ class InputFile {
 class FileReplacement {
   public:
     /// A target that exists must be a regular file or a link; a link is itself replaced. Permissions of an existing
-    /// file are kept, a new file gets those that the process gives to new files.
+    /// file are kept, and owner and group where the process may set them; a new file gets those that the process gives
+    /// to new files.
     explicit FileReplacement(const wchar_t* path);
     ~FileReplacement();
     FileReplacement(const FileReplacement&) = delete;
@@ -87,6 +88,7 @@ class FileReplacement {
 
   private:
     bool Fail(int error) noexcept;
+    void KeepOwnerAndMode() noexcept;
     bool TakePlace() noexcept;
 
     std::string m_target;
@@ -94,6 +96,8 @@ class FileReplacement {
     FileHandle m_handle;
     std::uint64_t m_size = 0;
     mode_t m_keptMode = 0;
+    uid_t m_keptOwner = 0;
+    gid_t m_keptGroup = 0;
     bool m_keepsMode = false;
     bool m_replacesEmpty = false;
     int m_error = 0;

@@ -7,6 +7,7 @@
 
 #include <cstdlib>
 #include <cwchar>
+#include <filesystem>
 #include <memory>
 #include <string_view>
 #include <system_error>
@@ -21,6 +22,7 @@ namespace {
 
 // A profile is written by hand or key by key; what is larger is no profile.
 constexpr std::size_t kLargestProfile = std::size_t{64} << 20;
+constexpr int kMostLinks = 40; // as many as the system follows
 
 /// The bytes of a file, none when it is missing. Empty when it is there and cannot be read.
 std::optional<std::string> ReadBytes(const wchar_t* path) try {
@@ -46,11 +48,20 @@ struct FreeText {
     void operator()(char* text) const { std::free(text); } // NOLINT(cppcoreguidelines-no-malloc): from realpath
 };
 
-/// The file that a path leads to, links followed; the path itself while there is none.
+/// The file that a path leads to, links followed. While there is none: the path itself, or the one that the last link
+/// names.
 std::wstring FollowLinks(const wchar_t* path) {
     const std::string name = ToUtf8(path);
-    const std::unique_ptr<char, FreeText> target(realpath(name.c_str(), nullptr));
-    return target ? ToWide(target.get()) : std::wstring(path);
+    if (const std::unique_ptr<char, FreeText> target(realpath(name.c_str(), nullptr)); target)
+        return ToWide(target.get());
+    std::filesystem::path file = name;
+    std::error_code error;
+    for (int links = 0; links < kMostLinks && std::filesystem::is_symlink(file, error); ++links) {
+        const std::filesystem::path text = std::filesystem::read_symlink(file, error);
+        if (error) break;
+        file = file.parent_path() / text;
+    }
+    return ToWide(file.native());
 }
 
 /// Whether the caller may write into the file, or there is none. A folder that may be written to would let a file be

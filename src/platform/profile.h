@@ -39,8 +39,9 @@ struct ProfileEntry {
 };
 
 /// Gives keys of one section their values, as ChangeProfile does, and puts the file in its place in one step: a reader
-/// finds either none of the changes or all. File and section are made as needed, folders are not. Permissions and a
-/// link that leads to the file are kept.
+/// finds either none of the changes or all. File and section are made as needed, folders are not. Permissions are kept,
+/// owner and group where the process may set them, and a link that leads to the file; of a link that leads nowhere the
+/// file that it names is made. Another name of the file (a hard link) keeps the old content.
 /// @param entries  Each key once.
 /// @return false, with the file as it was, when it cannot be read or written, or when a name or value is none.
 bool WriteProfileTexts(const wchar_t* path, const wchar_t* section, std::span<const ProfileEntry> entries);

@@ -107,6 +107,48 @@ TEST_F(ProfileWrite, FollowsAChainOfLinks) {
     EXPECT_TRUE(fs::is_symlink(m_folder.Path() / "first") && fs::is_symlink(m_folder.Path() / "second"));
 }
 
+TEST_F(ProfileWrite, MakesTheFileThatALinkNames) {
+    fs::create_directory(m_folder.Path() / "sub");
+    fs::create_symlink("sub/next", m_folder.Path() / "link");
+    fs::create_symlink("../profile.ini", m_folder.Path() / "sub" / "next");
+    const std::vector<platform::ProfileEntry> entries{{L"A", L"2"}};
+    EXPECT_TRUE(platform::WriteProfileTexts((m_folder.Path() / "link").wstring().c_str(), L"S", entries));
+    EXPECT_EQ(Text(), "[S]\nA=2\n");
+    EXPECT_TRUE(fs::is_symlink(m_folder.Path() / "link") && fs::is_symlink(m_folder.Path() / "sub" / "next"));
+    fs::create_symlink("none/profile.ini", m_folder.Path() / "lost");
+    fs::create_symlink("circle", m_folder.Path() / "circle");
+    for (const char* name : {"lost", "circle"}) {
+        EXPECT_FALSE(platform::WriteProfileTexts((m_folder.Path() / name).wstring().c_str(), L"S", entries));
+        EXPECT_TRUE(fs::is_symlink(m_folder.Path() / name));
+    }
+    EXPECT_EQ(FileCount(), 5);
+}
+
+TEST_F(ProfileWrite, KeepsTheOwnerWhereItMay) {
+    constexpr uid_t kSomebody = 12345;
+    Create("[S]\nA=1\n", 0640);
+    const bool mayGive = chown(File().c_str(), kSomebody, kSomebody + 1) == 0;
+    EXPECT_TRUE(Write());
+    struct stat status {};
+    ASSERT_EQ(stat(File().c_str(), &status), 0);
+    EXPECT_EQ(status.st_uid, mayGive ? kSomebody : geteuid());
+    EXPECT_EQ(status.st_gid, mayGive ? kSomebody + 1 : getegid());
+    EXPECT_EQ(status.st_mode & 07777u, 0640u);
+}
+
+TEST_F(ProfileWrite, TakesAFileOfSomebodyElseOverWhereItMayNotBeGivenBack) {
+    if (geteuid() != 0) GTEST_SKIP() << "only the superuser can give a file away";
+    Create("[S]\nA=1\n", 0666);
+    constexpr uid_t kSomebody = 12345;
+    ASSERT_EQ(chown(File().c_str(), kSomebody, kSomebody), 0);
+    {
+        const OrdinaryUser user;
+        EXPECT_TRUE(Write());
+    }
+    EXPECT_EQ(Text(), "[S]\nA=2\n");
+    EXPECT_EQ(fs::status(File()).permissions(), fs::perms(0666));
+}
+
 TEST_F(ProfileWrite, RefusesNullPipesFoldersAndFilesThatAreNoProfile) {
     const std::vector<platform::ProfileEntry> entries{{L"A", L"1"}};
     EXPECT_FALSE(platform::WriteProfileTexts(nullptr, L"S", entries));
