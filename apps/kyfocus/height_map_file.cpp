@@ -8,6 +8,7 @@
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <string_view>
 #include <system_error>
 
 #include <tiffio.h>
@@ -128,6 +129,22 @@ HeightMap LoadHeightMap(const std::filesystem::path& file) {
         std::copy(row.begin(), row.end(), map.Values.begin() + static_cast<std::ptrdiff_t>(y) * map.Width);
     }
     return map;
+}
+
+std::string HeightUnit(const std::filesystem::path& file) {
+    constexpr std::string_view kKey = "unit=";
+    constexpr std::size_t kLongest = 32; // a longer one is no unit
+    std::string reason;
+    const Tiff tiff = Open(file, "r", reason);
+    const char* description = nullptr;
+    if (!tiff || TIFFGetField(tiff.get(), TIFFTAG_IMAGEDESCRIPTION, &description) != 1) return {};
+    const std::string_view text = description;
+    const std::size_t key = text.rfind(kKey);
+    if (key == std::string_view::npos || (key > 0 && text[key - 1] != ' ' && text[key - 1] != '\n')) return {};
+    const std::string_view line = text.substr(key + kKey.size());
+    const std::string_view unit = line.substr(0, line.find_first_of("\r\n"));
+    const bool isText = std::none_of(unit.begin(), unit.end(), [](unsigned char byte) { return byte < ' '; });
+    return isText && unit.size() <= kLongest ? std::string(unit) : std::string();
 }
 
 void SaveHeightMap(const std::filesystem::path& file, const HeightMap& map, const std::string& description) {

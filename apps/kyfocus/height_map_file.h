@@ -21,6 +21,10 @@ bool IsHeightMapFile(const std::filesystem::path& file);
 /// Throws Failure, naming the file and the reason, when it is no such TIFF, damaged or cut short.
 HeightMap LoadHeightMap(const std::filesystem::path& file);
 
+/// The unit of the heights that the file's description tells, as SaveHeightMap's callers write it: what follows "unit="
+/// in its line. Empty when it tells none, or nothing that could be one. Throws nothing but std::bad_alloc.
+std::string HeightUnit(const std::filesystem::path& file);
+
 /// @param description  Goes into the file's description field: what the numbers are and in which unit.
 /// Values are rounded to floats. Throws Failure, naming the file and the reason; a partial file may stay.
 void SaveHeightMap(const std::filesystem::path& file, const HeightMap& map, const std::string& description);

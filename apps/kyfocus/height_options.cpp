@@ -103,6 +103,7 @@ void AddFrameHeights(CLI::App& command, ComposeOptions& options, const std::stri
         ->option_text("NUMBER")
         ->group(group);
     command.add_option("--unit", options.Unit, "Unit of all heights, for the outputs to tell. Default um.")
+        ->check(RequireUnit)
         ->option_text("NAME")
         ->group(group);
 }

@@ -22,12 +22,15 @@ constexpr double kRange = 1 << 30;
 /// The record of the library with the tables that it points to.
 class HostRecord {
   public:
-    HostRecord(const HeightMap& heights, const DifferentiationMap& map) : m_heights(heights.Values), m_map(map.Values) {
-        FindRange();
+    HostRecord(const HeightMap& heights, const DifferentiationMap& map, double cutRatio)
+        : m_heights(heights.Values), m_map(map.Values) {
+        const KeptHeights kept = FindKeptHeights(heights, map, cutRatio);
+        m_least = kept.Least;
+        m_unit = std::max((kept.Greatest - kept.Least) / kRange, std::numeric_limits<double>::min()); // flat maps too
         for (std::size_t i = 0; i < m_heights.size(); ++i) {
             const bool isHole = !std::isfinite(m_heights[i]);
             if (isHole) m_map[i] = kHole;
-            m_heights[i] = isHole ? 0.0 : (m_heights[i] - m_least) / m_unit;
+            m_heights[i] = isHole ? 0.0 : std::clamp((m_heights[i] - m_least) / m_unit, 0.0, kRange);
         }
         for (int y = 0; y < heights.Height; ++y) {
             const std::ptrdiff_t first = static_cast<std::ptrdiff_t>(y) * heights.Width;
@@ -36,6 +39,7 @@ class HostRecord {
         }
         Record.HeightData = {m_heightRows.data(), heights.Width, heights.Height};
         Record.DifferentiationMap = {m_mapRows.data(), map.Width, map.Height, map.Depth};
+        Record.Parameter.CutRatio = cutRatio;
     }
     HostRecord(const HostRecord&) = delete;
     HostRecord& operator=(const HostRecord&) = delete;
@@ -45,18 +49,6 @@ class HostRecord {
     KyfHeightNoiseCutData Record{};
 
   private:
-    void FindRange() {
-        double least = std::numeric_limits<double>::infinity();
-        double greatest = -least;
-        for (const double height : m_heights) {
-            if (!std::isfinite(height)) continue;
-            least = std::min(least, height);
-            greatest = std::max(greatest, height);
-        }
-        m_least = least <= greatest ? least : 0.0;
-        m_unit = least < greatest ? (greatest - least) / kRange : 1.0;
-    }
-
     std::vector<double> m_heights;
     std::vector<std::int32_t> m_map;
     std::vector<double*> m_heightRows;
@@ -90,9 +82,23 @@ std::vector<std::int32_t> CutSamples(HostRecord& host, double step, KyiImageData
 
 } // namespace
 
+std::int32_t LeastThatStays(const DifferentiationMap& map, double cutRatio) {
+    return static_cast<std::int32_t>(std::floor((map.Depth - 1) * cutRatio + 0.5));
+}
+
+KeptHeights FindKeptHeights(const HeightMap& heights, const DifferentiationMap& map, double cutRatio) {
+    const std::int32_t threshold = LeastThatStays(map, cutRatio);
+    KeptHeights kept{std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()};
+    for (std::size_t i = 0; i < heights.Values.size(); ++i) {
+        const double height = heights.Values[i];
+        if (map.Values[i] < threshold || !std::isfinite(height)) continue;
+        kept = {std::min(kept.Least, height), std::max(kept.Greatest, height)};
+    }
+    return kept.Least <= kept.Greatest ? kept : KeptHeights{};
+}
+
 NoiseCutPreview PreviewNoiseCut(const HeightMap& heights, const DifferentiationMap& map, double cutRatio) {
-    HostRecord host(heights, map);
-    host.Record.Parameter.CutRatio = cutRatio;
+    HostRecord host(heights, map, cutRatio);
     host.Record.Step = kRange / kBrightestHeight;
     NoiseCutPreview preview{NewSamples(heights), 0};
     KyfPreviewFilterHeightNoiseCut(preview.Picture.get(), preview.Picture.get(), &host.Record);
@@ -103,7 +109,7 @@ NoiseCutPreview PreviewNoiseCut(const HeightMap& heights, const DifferentiationM
 
 HeightMap CutNoise(const HeightMap& heights, const DifferentiationMap& map, const KyfHeightNoiseCutParameter& parameter,
                    const NoiseCutPreview& preview) {
-    HostRecord host(heights, map);
+    HostRecord host(heights, map, parameter.CutRatio);
     host.Record.Parameter = parameter;
     const Image image = NewSamples(heights);
     constexpr double kWord = 65536.0;

@@ -2,13 +2,17 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <sstream>
 #include <string>
+#include <system_error>
 #include <vector>
 
+#include "cut_report.h"
 #include "errors.h"
 #include "height_picture.h"
 #include "noise_cut.h"
@@ -30,7 +34,7 @@ struct NoisecutOptions {
     double CutRatio = 0.1;
     int Fill = KyfNoiseCutFillNeighbours;
     int Smoothing = 0;
-    std::string Unit = "um";
+    std::optional<std::string> Unit;
 };
 
 std::string LowerExtension(const fs::path& path) {
@@ -63,8 +67,8 @@ void AddFiles(CLI::App& command, NoisecutOptions& options) {
             "neither cut nor smoothed stays as it was.")
         ->group(group);
     addFile("--preview", options.Preview, "FILE.png|.tif",
-            "What would be cut, as a 16-bit gray image: the heights from black to nearly white, cut pixels at 65535. "
-            "Neither filled nor smoothed.")
+            "What would be cut, as a 16-bit gray image: the heights from 0 to 65024, cut pixels at 65535. Neither "
+            "filled nor smoothed.")
         ->group(group);
     addFile("--height-picture", options.Picture, "FILE.png",
             "The height map after the cut in false colours, with a colour bar in --unit.")
@@ -80,7 +84,10 @@ void AddSettings(CLI::App& command, NoisecutOptions& options) {
     };
     command
         .add_option("--cut-ratio", options.CutRatio,
-                    "Part of the map's range below which pixels are cut; 0 cuts none. Default 0.1.")
+                    "Part of the map's range, 255 or 65535, below which pixels are cut; 0 cuts none. A blank area lies "
+                    "at 0 in the map, but any grain of the surface lifts it above half of the range: 0.1 cuts what is "
+                    "blank, and on surfaces that are rough all over cutting begins at 0.5 to 0.7. The map's least and "
+                    "greatest value are told at each run. Default 0.1.")
         ->check(isRatio)
         ->option_text("0..1")
         ->group(group);
@@ -90,9 +97,10 @@ void AddSettings(CLI::App& command, NoisecutOptions& options) {
          {"smallest", KyfNoiseCutFillSmallest},
          {"largest", KyfNoiseCutFillLargest}},
         [&options](int fill) { options.Fill = fill; },
-        "What cut pixels and holes get: neighbours is the mean of 9 x 9 pixels, over and over until all are filled, in "
-        "which pixels still to be filled count as the lowest height and so pull wide gaps down; smallest and largest "
-        "are the least and the greatest height that was not cut. Default neighbours.")
+        "What cut pixels and holes get: neighbours is the mean of the 9 x 9 pixels around, over and over until all are "
+        "filled. Pixels still to be filled, the one in the middle too, count in it with the least height that was not "
+        "cut and pull it down: a lone one loses 1/81 of its height above the least, the middle of a wide gap nearly "
+        "all. smallest and largest are the least and the greatest height that was not cut. Default neighbours.")
         ->option_text("NAME")
         ->group(group);
     AddInteger(command, "--smoothing", options.Smoothing, 0, 100,
@@ -100,7 +108,10 @@ void AddSettings(CLI::App& command, NoisecutOptions& options) {
                "Default 0.")
         ->option_text("PERCENT")
         ->group(group);
-    command.add_option("--unit", options.Unit, "Unit of the heights, for the outputs to tell. Default um.")
+    command
+        .add_option("--unit", options.Unit,
+                    "Unit of the heights, for the outputs to tell. Default: that which HEIGHTS tells, or um.")
+        ->check(RequireUnit)
         ->option_text("NAME")
         ->group(group);
 }
@@ -111,6 +122,12 @@ void Check(const NoisecutOptions& options) {
     RequireExtension(options.Output, {".tif", ".tiff", ".npy"});
     RequireExtension(options.Preview, {".png", ".tif", ".tiff"});
     RequireExtension(options.Picture, {".png"});
+    for (const fs::path& output : {options.Output, options.Preview, options.Picture})
+        for (const fs::path& input : {options.Heights, options.Map}) {
+            std::error_code error;
+            if (!output.empty() && fs::equivalent(output, input, error))
+                throw UsageError(output.native() + ": named as an input and as an output");
+        }
 }
 
 std::string SizeText(int width, int height) { return std::to_string(width) + " x " + std::to_string(height); }
@@ -122,15 +139,43 @@ void SaveMap(const fs::path& path, const HeightMap& map, const std::string& unit
         SaveHeightMap(path, map, "Height map by kyfocus, noise cut. Heights in " + unit + ". unit=" + unit);
 }
 
+std::string ToText(double number) {
+    std::ostringstream text;
+    text << number;
+    return text.str();
+}
+
 /// Nothing to fill from is no result; nothing cut may be meant.
-void TellCut(const NoisecutOptions& options, std::size_t cut, std::size_t pixels) {
-    const double percent = 100.0 * static_cast<double>(cut) / static_cast<double>(pixels);
-    std::fprintf(stderr, "%zu of %zu pixels cut (%.2f percent)\n", cut, pixels, percent);
+void TellCut(const NoisecutOptions& options, const CutFigures& figures, std::size_t cut) {
+    std::fprintf(stderr, "%s\n", DescribeCut(figures, cut).c_str());
     const bool isFilled = !options.Output.empty() || !options.Picture.empty();
-    if (cut == pixels && isFilled)
-        throw Failure(DisplayPath(options.Map) +
-                      ": every pixel lies below --cut-ratio, nothing is left to fill from; expected a smaller ratio "
-                      "(see --preview)");
+    if (cut == figures.Pixels && isFilled)
+        throw Failure(DisplayPath(options.Map) + ": every pixel lies below --cut-ratio " + ToText(options.CutRatio) +
+                      ", nothing is left to fill from; expected a ratio of at most " + GreatestUsefulRatio(figures));
+    if (cut > figures.Holes) return;
+    const std::string least = LeastCuttingRatio(figures);
+    std::fprintf(stderr, "kyfocus: warning: nothing lies below --cut-ratio %s: %s\n", ToText(options.CutRatio).c_str(),
+                 least.empty() ? "no ratio cuts a map like this" : ("cutting begins at " + least).c_str());
+}
+
+/// What has to be known of the files before any work.
+CutFigures CheckMaps(const NoisecutOptions& options, const HeightMap& heights, const DifferentiationMap& map) {
+    if (map.Width != heights.Width || map.Height != heights.Height)
+        throw Failure(DisplayPath(options.Map) + ": " + SizeText(map.Width, map.Height) + ", expected " +
+                      SizeText(heights.Width, heights.Height) + " like " + DisplayPath(options.Heights));
+    const CutFigures figures = JudgeCut(heights, map);
+    if (figures.Holes == figures.Pixels) throw Failure(DisplayPath(options.Heights) + ": holds no height, only holes");
+    const KeptHeights kept = FindKeptHeights(heights, map, options.CutRatio);
+    if (!std::isfinite(kept.Greatest - kept.Least))
+        throw Failure(DisplayPath(options.Heights) + ": heights from " + ToText(kept.Least) + " to " +
+                      ToText(kept.Greatest) + ", expected a range that a 64-bit float holds");
+    return figures;
+}
+
+std::string UnitOf(const NoisecutOptions& options) {
+    if (options.Unit) return *options.Unit;
+    const std::string told = IsNpyFile(options.Heights) ? std::string() : HeightUnit(options.Heights);
+    return told.empty() ? "um" : told;
 }
 
 void Run(const NoisecutOptions& options) {
@@ -140,20 +185,19 @@ void Run(const NoisecutOptions& options) {
         if (!path.empty()) outputs.Add(path);
     const HeightMap heights = IsNpyFile(options.Heights) ? LoadNpy(options.Heights) : LoadHeightMap(options.Heights);
     const DifferentiationMap map = LoadDifferentiationMap(options.Map);
-    if (map.Width != heights.Width || map.Height != heights.Height)
-        throw Failure(DisplayPath(options.Map) + ": " + SizeText(map.Width, map.Height) + ", expected " +
-                      SizeText(heights.Width, heights.Height) + " like " + DisplayPath(options.Heights));
+    const CutFigures figures = CheckMaps(options, heights, map);
     const NoiseCutPreview preview = PreviewNoiseCut(heights, map, options.CutRatio);
-    TellCut(options, preview.CutPixels, heights.Values.size());
+    TellCut(options, figures, preview.CutPixels);
     if (!options.Preview.empty())
         outputs.Write(options.Preview, [&](const fs::path& path) { SaveImage(path, *preview.Picture); });
     if (!options.Output.empty() || !options.Picture.empty()) {
+        const std::string unit = UnitOf(options);
         const HeightMap cut = CutNoise(heights, map, {options.CutRatio, options.Fill, options.Smoothing}, preview);
         if (!options.Output.empty())
-            outputs.Write(options.Output, [&](const fs::path& path) { SaveMap(path, cut, options.Unit); });
+            outputs.Write(options.Output, [&](const fs::path& path) { SaveMap(path, cut, unit); });
         if (!options.Picture.empty())
             outputs.Write(options.Picture,
-                          [&](const fs::path& path) { SaveImage(path, *RenderHeightPicture(cut, options.Unit)); });
+                          [&](const fs::path& path) { SaveImage(path, *RenderHeightPicture(cut, unit)); });
     }
     outputs.Commit();
 }
@@ -168,7 +212,7 @@ void AddNoisecutCommand(CLI::App& program) {
     AddSettings(command, *options);
     command.footer(
         "Example: kyfocus compose stack -o sharp.png --step 2 --height-map z.tif --differentiation-map d.png "
-        "&& kyfocus noisecut z.tif d.png --cut-ratio 0.05 -o cut.tif");
+        "&& kyfocus noisecut z.tif d.png --cut-ratio 0.65 -o cut.tif");
     command.callback([options] { Run(*options); });
 }
 

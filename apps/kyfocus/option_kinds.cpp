@@ -27,4 +27,8 @@ CLI::Option* AddFinite(CLI::App& command, const std::string& name, std::optional
 
 std::string RequireText(const std::string& text) { return text.empty() ? "an empty name, expected a file" : ""; }
 
+std::string RequireUnit(const std::string& text) {
+    return text.empty() ? "an empty unit, expected one such as um" : "";
+}
+
 } // namespace app

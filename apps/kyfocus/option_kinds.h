@@ -36,6 +36,9 @@ CLI::Option* AddFinite(CLI::App& command, const std::string& name, std::optional
 /// A check for file names: an empty one is a slip of the shell, such as a variable that is not set.
 std::string RequireText(const std::string& text);
 
+/// The same for units.
+std::string RequireUnit(const std::string& text);
+
 } // namespace app
 
 #endif

@@ -47,6 +47,25 @@ TEST(HeightMapFile, ReadsBackWhatWasWritten) {
     for (std::size_t i = 4; i < map.Values.size(); ++i) ASSERT_EQ(map.Values[i], loaded.Values[i]) << i;
 }
 
+TEST(HeightMapFile, TellsTheUnitInItsDescription) {
+    const test::TemporaryFolder folder;
+    const fs::path file = folder.Path() / "map.tif";
+    const auto unitOf = [&](const std::string& description) {
+        app::SaveHeightMap(file, SampleMap(), description);
+        return app::HeightUnit(file);
+    };
+    EXPECT_EQ("um", unitOf("Height map. Heights in um. unit=um"));
+    EXPECT_EQ("\xC2\xB5m", unitOf("unit=\xC2\xB5m"));
+    EXPECT_EQ("micron", unitOf("made elsewhere\nunit=micron\nmin=0\n"));
+    EXPECT_EQ("", unitOf("heights in um"));
+    EXPECT_EQ("", unitOf("unit="));
+    EXPECT_EQ("", unitOf("spacingunit=px"));
+    EXPECT_EQ("", unitOf("unit=\x1B[31m"));
+    EXPECT_EQ("", unitOf("unit=" + std::string(33, 'm')));
+    EXPECT_EQ("", app::HeightUnit(folder.Path() / "missing.tif"));
+    EXPECT_EQ("", app::HeightUnit(folder.Path()));
+}
+
 TEST(HeightMapFile, IsNoImageAndNoMissingFile) {
     const test::TemporaryFolder folder;
     const fs::path image = folder.Path() / "image.tif";

@@ -6,6 +6,7 @@
 #include <numeric>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -66,6 +67,13 @@ class NoisecutProgram : public testing::Test {
         EXPECT_EQ(result.Status, status) << result.Errors;
         EXPECT_NE(result.Errors.find(reason), std::string::npos) << result.Errors;
         EXPECT_EQ(test::EntryNames(Path("out")), Names{});
+    }
+
+    /// A number as a stream shows it.
+    static std::string ShortText(const std::string& number) {
+        std::ostringstream text;
+        text << std::stod(number);
+        return text.str();
     }
 
     static double At(const app::HeightMap& map, int x, int y) {
@@ -153,6 +161,8 @@ TEST_F(NoisecutProgram, TakesAndWritesTiffs) {
 TEST_F(NoisecutProgram, WorksOnWhatComposeWrites) {
     ASSERT_EQ(test::RunProgram({"synth", "-o", Path("stack"), "--size", "160x120", "--frames", "8", "--glare"}).Status,
               0);
+    constexpr double kRatio = 0.75;
+    constexpr int kThreshold = 191; // of 255
     for (const bool isModeGiven : {true, false}) {
         Names arguments{"compose",
                         Path("stack"),
@@ -175,9 +185,23 @@ TEST_F(NoisecutProgram, WorksOnWhatComposeWrites) {
                   Path("d.png"));
         const app::DifferentiationMap map = app::LoadDifferentiationMap(Path("d.png"));
         EXPECT_EQ(map.Depth, 256);
-        EXPECT_GT(*std::max_element(map.Values.begin(), map.Values.end()), 100);
-        const ProgramResult result = Noisecut(Slope({"-o", Out("cut.npy"), "--cut-ratio", "0.4"}));
-        EXPECT_EQ(result.Status, 0) << result.Errors;
+        const ProgramResult result = Noisecut(Slope({"-o", Out("cut.npy"), "--cut-ratio", std::to_string(kRatio)}));
+        ASSERT_EQ(result.Status, 0) << result.Errors;
+        const app::HeightMap before = app::LoadNpy(Path("z.npy"));
+        const app::HeightMap after = app::LoadNpy(Out("cut.npy"));
+        std::size_t cut = 0;
+        std::size_t changed = 0;
+        for (std::size_t i = 0; i < map.Values.size(); ++i) {
+            cut += map.Values[i] < kThreshold;
+            changed += after.Values[i] != before.Values[i];
+            if (map.Values[i] >= kThreshold) {
+                ASSERT_EQ(after.Values[i], before.Values[i]) << i;
+            }
+        }
+        EXPECT_GT(cut, 100U);
+        EXPECT_LT(cut, map.Values.size() / 2);
+        EXPECT_GT(changed, cut / 2);
+        EXPECT_TRUE(result.Errors.starts_with(std::to_string(cut) + " of 19200 pixels cut")) << result.Errors;
     }
     fs::remove(Out("cut.npy"));
     ExpectRefusal(2, "--differentiation-map is for --mode 2d, the mode is 3d",
@@ -193,8 +217,114 @@ TEST_F(NoisecutProgram, WorksOnWhatComposeWrites) {
 
 TEST_F(NoisecutProgram, RefusesToFillWhereNothingIsLeft) {
     WriteSlope(5.0, 1.0);
-    ExpectRefusal(1, "every pixel lies below --cut-ratio", Noisecut(Slope({"-o", Out("x.npy"), "--cut-ratio", "1"})));
+    const std::string greatest = "expected a ratio of at most 0.7862"; // 200 stays from 200.5 / 255 on
+    ExpectRefusal(1, greatest, Noisecut(Slope({"-o", Out("x.npy"), "--cut-ratio", "1"})));
+    ExpectRefusal(1, greatest, Noisecut(Slope({"-o", Out("x.npy"), "--cut-ratio", "0.7863"})));
+    ASSERT_EQ(Noisecut(Slope({"-o", Out("x.npy"), "--cut-ratio", "0.7862"})).Status, 0);
+    fs::remove(Out("x.npy"));
     EXPECT_EQ(Noisecut(Slope({"--preview", Out("p.png"), "--cut-ratio", "1"})).Status, 0);
+    fs::remove(Out("p.png"));
+    app::SaveNpy(Path("z.npy"), {2, 1, {std::nan(""), HUGE_VAL}});
+    app::SaveDifferentiationMap(Path("d.png"), {2, 1, 256, {200, 200}});
+    ExpectRefusal(1, "z.npy: holds no height, only holes", Noisecut(Slope({"-o", Out("x.npy")})));
+}
+
+TEST_F(NoisecutProgram, TellsTheRangeOfTheMapAndFromWhichRatioItCuts) {
+    for (const auto& [depth, range, least, below] : {std::tuple{256, "3 to 200 of 255", "0.0138", "0.0137"},
+                                                     {65536, "3 to 65480 of 65535", "0.000054", "0.000053"}}) {
+        WriteSlope(5.0, 1.0, depth);
+        const ProgramResult none = Noisecut(Slope({"-o", Out("x.npy"), "--cut-ratio", below}));
+        ASSERT_EQ(none.Status, 0) << none.Errors;
+        EXPECT_EQ(none.Errors, std::string("0 of 1200 pixels cut (0.00 percent); the differentiation map runs from ") +
+                                   range + "\nkyfocus: warning: nothing lies below --cut-ratio " + ShortText(below) +
+                                   ": cutting begins at " + least + "\n");
+        const ProgramResult one = Noisecut(Slope({"-o", Out("x.npy"), "--cut-ratio", least}));
+        EXPECT_EQ(one.Errors, std::string("1 of 1200 pixels cut (0.08 percent); the differentiation map runs from ") +
+                                  range + "\n");
+    }
+    app::SaveDifferentiationMap(Path("d.png"), {kWidth, kHeight, 256, std::vector<int>(kWidth * kHeight, 255)});
+    const ProgramResult result = Noisecut(Slope({"-o", Out("x.npy"), "--cut-ratio", "1"}));
+    EXPECT_NE(result.Errors.find("--cut-ratio 1: no ratio cuts a map like this"), std::string::npos) << result.Errors;
+}
+
+// What is cut must not reach what is put in its place, however low or high it was.
+TEST_F(NoisecutProgram, FillsAsIfWildHeightsThatAreCutWereNotThere) {
+    constexpr std::size_t kWild = 5 * kWidth + 30;
+    constexpr std::size_t kOther = 20 * kWidth + 10;
+    for (const double wild : {-1000.0, 1e9, -1.7e308, 1.7e308}) {
+        app::HeightMap heights{kWidth, kHeight, {}};
+        for (int y = 0; y < kHeight; ++y)
+            for (int x = 0; x < kWidth; ++x) heights.Values.push_back(10.0 + x);
+        std::vector<std::int32_t> map(heights.Values.size(), 200);
+        heights.Values[kWild] = wild;
+        map[kWild] = map[kOther] = 2;
+        app::SaveNpy(Path("z.npy"), heights);
+        app::SaveDifferentiationMap(Path("d.png"), {kWidth, kHeight, 256, map});
+        ASSERT_EQ(Noisecut(Slope({"-o", Out("cut.npy"), "--preview", Out("p.png")})).Status, 0);
+        const app::HeightMap after = app::LoadNpy(Out("cut.npy"));
+        EXPECT_NEAR(after.Values[kWild], 10.0 + 30.0 * 80.0 / 81.0, 1e-6) << wild;
+        EXPECT_NEAR(after.Values[kOther], 10.0 + 10.0 * 80.0 / 81.0, 1e-6) << wild;
+        const std::vector<std::int32_t> samples = test::ToPlanes(*app::LoadImage(Out("p.png")));
+        EXPECT_EQ(samples[kWild], 65535);
+        EXPECT_EQ(samples[0], 0);
+        EXPECT_EQ(samples[kWidth - 1], 0xFE00);
+    }
+}
+
+TEST_F(NoisecutProgram, FillsAFlatMapWithItsHeight) {
+    std::vector<std::int32_t> map(kWidth * kHeight, 200);
+    map[5] = 0;
+    for (const double height : {10.0, 0.0, -3e-300, 2.2250738585072014e-308}) {
+        app::HeightMap heights{kWidth, kHeight, std::vector<double>(map.size(), height)};
+        heights.Values[5] = -1000.0;
+        app::SaveNpy(Path("z.npy"), heights);
+        app::SaveDifferentiationMap(Path("d.png"), {kWidth, kHeight, 256, map});
+        for (const std::string smoothing : {"0", "3"}) {
+            ASSERT_EQ(Noisecut(Slope({"-o", Out("cut.npy"), "--smoothing", smoothing})).Status, 0);
+            for (const double after : app::LoadNpy(Out("cut.npy")).Values) ASSERT_NEAR(after, height, 1e-306);
+        }
+    }
+}
+
+TEST_F(NoisecutProgram, KeepsTheUnitOfTheHeightsUnlessToldAnother) {
+    WriteSlope(5.0, 1.0);
+    const auto unitAfter = [&](const std::string& description, const Names& more) {
+        app::SaveHeightMap(Path("z.tif"), app::LoadNpy(Path("z.npy")), description);
+        Names arguments{Path("z.tif"), Path("d.png"), "-o", Out("cut.tif")};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        EXPECT_EQ(Noisecut(arguments).Status, 0);
+        return app::HeightUnit(Out("cut.tif"));
+    };
+    EXPECT_EQ(unitAfter("Heights in mm. unit=mm", {}), "mm");
+    EXPECT_EQ(unitAfter("Heights in mm. unit=mm", {"--unit", "nm"}), "nm");
+    EXPECT_EQ(unitAfter("heights of no unit", {}), "um");
+    ASSERT_EQ(Noisecut(Slope({"-o", Out("cut.tif"), "--unit", "deg"})).Status, 0);
+    EXPECT_EQ(app::HeightUnit(Out("cut.tif")), "deg");
+    fs::remove(Out("cut.tif"));
+    ExpectRefusal(2, "an empty unit", Noisecut(Slope({"-o", Out("cut.tif"), "--unit", ""})));
+}
+
+TEST_F(NoisecutProgram, RefusesOutputsThatAreItsInputs) {
+    WriteSlope(5.0, 1.0);
+    fs::create_symlink(Path("z.tif"), Path("link.tif"));
+    const std::string reason = "named as an input and as an output";
+    const Names inputs{Path("z.tif"), Path("d.png")};
+    for (const Names& outputs :
+         {Names{"-o", Path("out/../z.tif")}, Names{"-o", Path("link.tif")}, Names{"--preview", Path("d.png")},
+          Names{"--height-picture", Path("d.png")}, Names{"-o", Out("x.tif"), "--preview", Path("z.tif")}}) {
+        Names arguments = inputs;
+        arguments.insert(arguments.end(), outputs.begin(), outputs.end());
+        ExpectRefusal(2, reason, Noisecut(arguments));
+    }
+    EXPECT_EQ(app::HeightUnit(Path("z.tif")), "");
+    EXPECT_EQ(app::LoadHeightMap(Path("z.tif")).Values[0], 5.0);
+}
+
+TEST_F(NoisecutProgram, RefusesHeightsWhoseRangeIsTooLarge) {
+    app::SaveNpy(Path("z.npy"), {3, 1, {-1.5e308, 0.0, 1.5e308}});
+    app::SaveDifferentiationMap(Path("d.png"), {3, 1, 256, {200, 200, 200}});
+    ExpectRefusal(1, "z.npy: heights from -1.5e+308 to 1.5e+308, expected a range that a 64-bit float holds",
+                  Noisecut(Slope({"-o", Out("x.npy"), "--preview", Out("p.png")})));
 }
 
 TEST_F(NoisecutProgram, RefusesFilesThatDoNotFitAndNamesThem) {
@@ -233,8 +363,9 @@ TEST_F(NoisecutProgram, TellsItsDefaults) {
     std::istringstream words(result.Output); // lines are broken anywhere
     const std::string text = std::accumulate(std::istream_iterator<std::string>(words), {}, std::string(),
                                              [](const auto& line, const auto& word) { return line + " " + word; });
-    for (const std::string expected : {"--cut-ratio", "Default 0.1", "--fill", "Default neighbours", "--smoothing",
-                                       "Default 0.", "--preview", "--height-picture", "--unit", "Default um"})
+    for (const std::string expected :
+         {"--cut-ratio", "Default 0.1", "--fill", "Default neighbours", "--smoothing", "Default 0.", "--preview",
+          "--height-picture", "--unit", "which HEIGHTS tells, or um"})
         EXPECT_NE(text.find(expected), std::string::npos) << expected;
 }
 
