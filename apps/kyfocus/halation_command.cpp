@@ -70,8 +70,8 @@ void AddFrames(CLI::App& command, HalationOptions& options) {
     command
         .add_option("FRAMES", options.Frames,
                     "Files, folders, quoted patterns such as 'series/*.png', or any mix of them, of one size and "
-                    "format. The first frame is the picture; of the others only what lies behind its bright spots is "
-                    "taken, one frame after the other.")
+                    "format. The first frame is the picture, so that the brightest comes first: of the others only "
+                    "what lies behind its bright spots is taken, one frame after the other.")
         ->check(RequireText)
         ->option_text("...")
         ->required();
@@ -92,12 +92,13 @@ void AddSettings(CLI::App& command, HalationOptions& options) {
     AddInteger(
         command, "--threshold", options.Settings.Threshold, 1, 255,
         "Sample value above which a pixel is over-bright; of a colour pixel the brightest channel counts. Samples "
-        "of 16 bits are compared as they are, on their scale up to 65535. Default 180.")
+        "of 16 bits are compared as they are, on their scale up to 65535. Smoothed samples of 8 bits end at 254: "
+        "254 and 255 replace nothing unless --pre-smoothing is less than a pixel. Default 180.")
         ->option_text("1..255")
         ->group(group);
     AddInteger(command, "--pre-smoothing", options.Settings.PreSmoothing, 1, 100,
-               "Smoothing ahead of the threshold: half its cutoff wavelength in 1/1024 of the width. Spots that are "
-               "smaller do not count. Default 20.")
+               "Smoothing ahead of the threshold: half its cutoff wavelength in 1/1024 of the width, cut to whole "
+               "pixels. Spots that are smaller do not count. Default 20.")
         ->option_text("1..100")
         ->group(group);
     AddInteger(command, "--mask-smoothing", options.Settings.MaskSmoothing, 1, 100,
@@ -137,6 +138,43 @@ void RequireFit(const KyiImageData& first, const fs::path& firstFile, const KyiI
                   DisplayPath(firstFile));
 }
 
+std::vector<std::int32_t> RowOf(const KyiImageData& image, int y, int channel) {
+    std::vector<std::int32_t> row(static_cast<std::size_t>(image.Width));
+    KyiGetLinePixel(&image, 0, y, channel, row.data(), image.Width);
+    return row;
+}
+
+/// Share of the pixels that differ in any channel. The images have one size and format.
+double PercentChanged(const KyiImageData& before, const KyiImageData& after) {
+    const int channels = KyiIsFormatBgr(before.Format) ? 3 : 1;
+    std::size_t changed = 0;
+    std::vector<char> isChanged(static_cast<std::size_t>(before.Width));
+    for (int y = 0; y < before.Height; ++y) {
+        std::fill(isChanged.begin(), isChanged.end(), '\0');
+        for (int channel = 0; channel < channels; ++channel) {
+            const std::vector<std::int32_t> old = RowOf(before, y, channel);
+            const std::vector<std::int32_t> now = RowOf(after, y, channel);
+            for (std::size_t x = 0; x < old.size(); ++x)
+                if (old[x] != now[x]) isChanged[x] = 1;
+        }
+        changed += static_cast<std::size_t>(std::count(isChanged.begin(), isChanged.end(), 1));
+    }
+    return 100.0 * static_cast<double>(changed) / (static_cast<double>(before.Width) * before.Height);
+}
+
+/// Nothing replaced may be meant, or the threshold may be out of reach.
+void TellResult(const HalationOptions& options, const KyiImageData& first, const KyiImageData& result,
+                std::size_t frames) {
+    const double percent = PercentChanged(first, result);
+    std::fprintf(stderr, "%s: %s of %zu frames, %.2f percent of the pixels replaced\n",
+                 DisplayPath(options.Output).c_str(), DescribeImage(result).c_str(), frames, percent);
+    if (frames > 1 && percent == 0.0)
+        std::fprintf(stderr,
+                     "kyfocus: warning: nothing was replaced, expected spots above --threshold %d that are wider than "
+                     "--pre-smoothing, in the first frame\n",
+                     options.Settings.Threshold);
+}
+
 void Run(const HalationOptions& options) {
     RequireImageName(options.Output);
     const std::vector<fs::path> files = ListFrames(options.Frames, options.KeepOrder, {options.Output});
@@ -161,8 +199,7 @@ void Run(const HalationOptions& options) {
     const Image result = series.ExtractImage();
     outputs.Write(options.Output, [&](const fs::path& path) { SaveImage(path, *result); });
     outputs.Commit();
-    std::fprintf(stderr, "%s: %s of %zu frames\n", DisplayPath(options.Output).c_str(), DescribeImage(*result).c_str(),
-                 files.size());
+    TellResult(options, *first, *result, files.size());
 }
 
 } // namespace

@@ -2,6 +2,9 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <numeric>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -84,6 +87,49 @@ TEST_F(HalationProgram, TakesTheOrderGivenWhenToldTo) {
     EXPECT_TRUE(test::SameImage(*app::LoadImage(Exposure(3)), *app::LoadImage(Out("b.png")))) << "nothing is bright";
 }
 
+TEST_F(HalationProgram, TakesBothSmoothingsFromTheLine) {
+    const auto run = [&](const Names& more) {
+        Names arguments{Series(), "-o", Out("x.png")};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        EXPECT_EQ(Halation(arguments).Status, 0);
+        return app::LoadImage(Out("x.png"));
+    };
+    const app::Image plain = run({"--pre-smoothing", "8", "--mask-smoothing", "30"});
+    const app::Image otherBefore = run({"--pre-smoothing", "14", "--mask-smoothing", "30"});
+    const app::Image otherMask = run({"--pre-smoothing", "8", "--mask-smoothing", "60"});
+    EXPECT_FALSE(test::SameImage(*plain, *otherBefore));
+    EXPECT_FALSE(test::SameImage(*plain, *otherMask));
+    EXPECT_FALSE(test::SameImage(*otherBefore, *otherMask));
+    EXPECT_TRUE(test::SameImage(*plain, *run({"--pre-smoothing", "8", "--mask-smoothing", "30"})));
+}
+
+// Smoothed samples end one below the greatest.
+TEST_F(HalationProgram, TellsHowMuchItReplaced) {
+    const auto percent = [&](const Names& more) {
+        Names arguments{Series(), "-o", Out("x.png")};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        const ProgramResult result = Halation(arguments);
+        EXPECT_EQ(result.Errors.find("warning: nothing was replaced") != std::string::npos,
+                  result.Errors.find(" 0.00 percent of the pixels replaced") != std::string::npos)
+            << result.Errors;
+        const std::size_t start = result.Errors.find("4 frames, ");
+        return start == std::string::npos ? -1.0 : std::stod(result.Errors.substr(start + 10));
+    };
+    const std::vector<std::int32_t> before = test::ToPlanes(*app::LoadImage(Exposure(0)));
+    const double told = percent({"--pre-smoothing", "8", "--mask-smoothing", "30"});
+    const std::vector<std::int32_t> after = test::ToPlanes(*app::LoadImage(Out("x.png")));
+    const std::size_t pixels = before.size() / 3;
+    int changed = 0;
+    for (std::size_t i = 0; i < pixels; ++i)
+        changed += before[i] != after[i] || before[pixels + i] != after[pixels + i] ||
+                   before[2 * pixels + i] != after[2 * pixels + i];
+    EXPECT_GT(changed, 1000);
+    EXPECT_NEAR(told, 100.0 * changed / static_cast<double>(pixels), 0.006);
+    EXPECT_EQ(percent({"--threshold", "254", "--pre-smoothing", "8"}), 0.0);
+    EXPECT_GT(percent({"--threshold", "254", "--pre-smoothing", "3"}), 0.0); // 3 / 1024 of 300 pixels are none
+    EXPECT_EQ(percent({"--threshold", "255", "--pre-smoothing", "3"}), 0.0);
+}
+
 TEST_F(HalationProgram, GivesTheSameWithAnyNumberOfThreads) {
     ASSERT_EQ(Halation({Series(), "-o", Out("one.bmp"), "--no-parallel"}).Status, 0);
     for (const std::string threads : {"1", "2", "5"}) {
@@ -126,9 +172,13 @@ TEST_F(HalationProgram, RefusesWhatTheLineCannotMean) {
 TEST_F(HalationProgram, TellsItsDefaults) {
     const ProgramResult result = Halation({"--help"});
     EXPECT_EQ(result.Status, 0);
-    for (const std::string text : {"--threshold", "Default 180", "--pre-smoothing", "Default 20", "--mask-smoothing",
-                                   "Default 50", "--keep-order", "--threads", "--no-parallel", "1/1024"})
-        EXPECT_NE(result.Output.find(text), std::string::npos) << text;
+    std::istringstream words(result.Output); // lines are broken anywhere
+    const std::string output = std::accumulate(std::istream_iterator<std::string>(words), {}, std::string(),
+                                               [](const auto& line, const auto& word) { return line + " " + word; });
+    for (const std::string text :
+         {"--threshold", "Default 180", "--pre-smoothing", "Default 20", "--mask-smoothing", "Default 50",
+          "--keep-order", "--threads", "--no-parallel", "1/1024", "the brightest comes first"})
+        EXPECT_NE(output.find(text), std::string::npos) << text;
 }
 
 TEST_F(HalationProgram, GetsFromSynthExposuresOfFallingBrightness) {
