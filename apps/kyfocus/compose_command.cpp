@@ -170,6 +170,7 @@ void RunCompose(ComposeOptions options) {
     summary.Frames = ListFrames(options.Frames, options.KeepOrder, outputPaths);
     OutputFiles outputs;
     for (const fs::path& path : outputPaths) outputs.Add(path);
+    SaveParameterOutput(options, outputs);
     const std::vector<double> heights = FrameHeights(options, summary.Frames);
     for (const std::string& warning : PlaneWarnings(options, heights))
         std::fprintf(stderr, "kyfocus: warning: %s\n", warning.c_str());

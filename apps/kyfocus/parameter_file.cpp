@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -11,6 +12,7 @@
 #include <string_view>
 
 #include <kyfocus/setting_persister.h>
+#include <unistd.h>
 
 #include "errors.h"
 #include "images.h"
@@ -23,6 +25,7 @@ using Parameter = KyfFocusCompositionParameter;
 constexpr std::string_view kSection = "focuscompositionsetting";
 constexpr std::string_view kBlanks = " \t\v\f";
 constexpr std::uintmax_t kLargestFile = std::uintmax_t{64} << 20; // the library reads no larger one
+constexpr std::size_t kLongestText = 40;                          // characters of a text of the file in a message
 
 std::string_view Trim(std::string_view text) {
     const std::size_t first = text.find_first_not_of(kBlanks);
@@ -36,13 +39,21 @@ std::string LowerCase(std::string_view text) {
     return lower;
 }
 
-std::string ReadBytes(const fs::path& file) {
+/// Opens a file that may be one of parameters. Asked before it is opened: a pipe without a writer would hold the
+/// program.
+std::ifstream Open(const fs::path& file) {
+    std::error_code error;
+    const fs::file_status status = fs::status(file, error);
+    if (fs::exists(status) && !fs::is_regular_file(status)) throw Failure(DisplayPath(file) + ": is no plain file");
     std::ifstream stream(file, std::ios::binary);
     if (!stream) throw Failure(DisplayPath(file) + ": parameters cannot be read: " + std::strerror(errno));
-    std::error_code error;
-    if (!fs::is_regular_file(file, error)) throw Failure(DisplayPath(file) + ": is no plain file");
     if (fs::file_size(file, error) > kLargestFile)
         throw Failure(DisplayPath(file) + ": too large for a parameter file, expected at most 64 MiB");
+    return stream;
+}
+
+std::string ReadBytes(const fs::path& file) {
+    std::ifstream stream = Open(file);
     return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
 }
 
@@ -59,6 +70,9 @@ struct KeyText {
     std::string Name;
     std::string Value; // as it stands, quotes included
 };
+
+/// A key without a value counts as absent.
+bool IsEmptyValue(const std::string& text) { return text.empty() || text == "\"\"" || text == "''"; }
 
 /// The keys of the first section of parameters; empty without one.
 std::optional<std::vector<KeyText>> ReadSection(std::string_view text) {
@@ -104,8 +118,9 @@ ParameterFile ReadParameterFile(const fs::path& file) {
         ParameterEntry entry{&key, ParameterEntry::Source::File, key.Field(loaded), {}};
         const auto text = texts.find(LowerCase(key.Name));
         if (key.Field(zeros) != key.Field(ones)) {
-            entry.From = text == texts.end() ? ParameterEntry::Source::Missing : ParameterEntry::Source::Unreadable;
-            if (text != texts.end()) entry.Text = text->second;
+            const bool isMissing = text == texts.end() || IsEmptyValue(text->second);
+            entry.From = isMissing ? ParameterEntry::Source::Missing : ParameterEntry::Source::Unreadable;
+            if (!isMissing) entry.Text = text->second;
         }
         result.Entries.push_back(entry);
         if (text != texts.end()) texts.erase(text);
@@ -115,10 +130,24 @@ ParameterFile ReadParameterFile(const fs::path& file) {
     return result;
 }
 
+std::string ShownText(std::string text) {
+    for (char& letter : text)
+        if (static_cast<unsigned char>(letter) < ' ' || letter == '\x7F') letter = '?';
+    return text.size() <= kLongestText ? text : text.substr(0, kLongestText) + "...";
+}
+
 void LoadParameters(const fs::path& file, Parameter& settings) {
     CKyfFocusCompositionSetting setting(settings);
     CKyfFocusCompositionSettingPersister::Load(WidePath(file), setting);
     settings = setting.Get();
+}
+
+void RequireWritable(const fs::path& file) {
+    std::error_code error;
+    if (!fs::exists(file, error)) return;
+    Open(file);
+    if (access(file.c_str(), W_OK) != 0)
+        throw Failure(DisplayPath(file) + ": parameters cannot be written: " + std::strerror(errno));
 }
 
 void SaveParameters(const Parameter& settings, const fs::path& file) {
@@ -129,7 +158,8 @@ void SaveParameters(const Parameter& settings, const fs::path& file) {
         Parameter expected = settings;
         return key.Field(expected) == key.Field(saved);
     });
-    if (!isSame) throw Failure(DisplayPath(file) + ": parameters cannot be written");
+    if (!isSame)
+        throw Failure(DisplayPath(file) + ": parameters cannot be written: they do not read back, as on a full disk");
 }
 
 } // namespace app

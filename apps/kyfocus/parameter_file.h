@@ -32,8 +32,14 @@ struct ParameterFile {
 /// that says nothing.
 ParameterFile ReadParameterFile(const std::filesystem::path& file);
 
+/// A text of the file on a terminal: short, and without characters that steer it.
+std::string ShownText(std::string text);
+
 /// Overlays settings with what the file gives.
 void LoadParameters(const std::filesystem::path& file, KyfFocusCompositionParameter& settings);
+
+/// Throws Failure, with the reason, for a file that is there and cannot be changed.
+void RequireWritable(const std::filesystem::path& file);
 
 /// Writes settings; all else that the file holds stays. Throws Failure.
 void SaveParameters(const KyfFocusCompositionParameter& settings, const std::filesystem::path& file);

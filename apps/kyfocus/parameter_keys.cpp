@@ -27,15 +27,29 @@ constexpr ParameterKey AnyNumber(const char* name, FieldOf field, const char* su
     return Number(name, field, kLeast, kMost, subject, option);
 }
 
-constexpr ParameterKey Choice(const char* name, FieldOf field, const char* subject, const Choices& choices,
-                              const char* option) {
+constexpr std::int32_t CountOf(const Choices& choices) {
     std::int32_t count = 0;
     for (const char* choice : choices) count += choice != nullptr ? 1 : 0;
-    return {name, field, 0, count - 1, subject, choices, option};
+    return count;
 }
 
-constexpr const char* kFromLeft = "centre of a template area, in percent of the width from the left";
-constexpr const char* kFromTop = "centre of a template area, in percent of the height from the top";
+constexpr ParameterKey Choice(const char* name, FieldOf field, const char* subject, const Choices& choices,
+                              const char* option) {
+    return {name, field, 0, CountOf(choices) - 1, subject, choices, option};
+}
+
+/// Every number that is none of the first choices stands for the last one.
+constexpr ParameterKey OpenChoice(const char* name, FieldOf field, const char* subject, const Choices& choices,
+                                  const char* option) {
+    return {name, field, kLeast, kMost, subject, choices, option};
+}
+
+constexpr ParameterKey Percent(const char* name, FieldOf field, const char* subject, const char* option) {
+    return Number(name, field, 0, kMostPercent, subject, option);
+}
+
+constexpr const char* kFromLeft = "centre of a template area from the left: 0 lies at 10 % of the width, 100 at 90 %";
+constexpr const char* kFromTop = "centre of a template area from the top: 0 lies at 10 % of the height, 100 at 90 %";
 
 constexpr ParameterKey kKeys[] = {
     Choice("AlgType", Field<&Parameter::AlgType>, "mode",
@@ -46,24 +60,24 @@ constexpr ParameterKey kKeys[] = {
            {"judges by edges", "judges by edges, lines frames up by their rows", "judges gray frames by brightness",
             "judges gray frames by brightness, lines frames up by their rows"},
            "--scope"),
-    Number("CompositionSize", Field<&Parameter::CompSize>, 0, kMostPercent,
-           "smoothing of the sharpness, in percent of the width", "--comp-size"),
-    Number("Smoothing", Field<&Parameter::Smoothing>, 0, kMostPercent,
-           "smoothing of the heights of 2d, in percent of the width", "--smoothing"),
+    Percent("CompositionSize", Field<&Parameter::CompSize>, "smoothing of the sharpness, in percent of the width",
+            "--comp-size"),
+    Percent("Smoothing", Field<&Parameter::Smoothing>, "smoothing of the heights of 2d, in percent of the width",
+            "--smoothing"),
     AnyNumber("AutoPos", Field<&Parameter::AutoPos>, "lining up by template areas, 0 is off", "--align"),
     Choice("Speed", Field<&Parameter::Speed>, "width at which sharpness is judged",
            {"full", "half; 256 samples in 3d", "quarter; 64 samples in 3d"}, "--speed"),
     Choice("AreaNo", Field<&Parameter::AreaNo>, "template areas", {"2", "3", "4"}, "--areas"),
-    AnyNumber("AreaPosX0", AreaX<0>, kFromLeft, "--area-pos"),
-    AnyNumber("AreaPosY0", AreaY<0>, kFromTop, "--area-pos"),
-    AnyNumber("AreaPosX1", AreaX<1>, kFromLeft, "--area-pos"),
-    AnyNumber("AreaPosY1", AreaY<1>, kFromTop, "--area-pos"),
-    AnyNumber("AreaPosX2", AreaX<2>, kFromLeft, "--area-pos"),
-    AnyNumber("AreaPosY2", AreaY<2>, kFromTop, "--area-pos"),
-    AnyNumber("AreaPosX3", AreaX<3>, kFromLeft, "--area-pos"),
-    AnyNumber("AreaPosY3", AreaY<3>, kFromTop, "--area-pos"),
-    Choice("PlaneType", Field<&Parameter::PlaneType>, "level of areas without detail", {"bottom", "top", "other"},
-           "--plane"),
+    Percent("AreaPosX0", AreaX<0>, kFromLeft, "--area-pos"),
+    Percent("AreaPosY0", AreaY<0>, kFromTop, "--area-pos"),
+    Percent("AreaPosX1", AreaX<1>, kFromLeft, "--area-pos"),
+    Percent("AreaPosY1", AreaY<1>, kFromTop, "--area-pos"),
+    Percent("AreaPosX2", AreaX<2>, kFromLeft, "--area-pos"),
+    Percent("AreaPosY2", AreaY<2>, kFromTop, "--area-pos"),
+    Percent("AreaPosX3", AreaX<3>, kFromLeft, "--area-pos"),
+    Percent("AreaPosY3", AreaY<3>, kFromTop, "--area-pos"),
+    OpenChoice("PlaneType", Field<&Parameter::PlaneType>, "level of areas without detail", {"bottom", "top", "other"},
+               "--plane"),
     Choice("MatchingDetect", Field<&Parameter::MatchingDetectType>, "lining up by rows",
            {"in several bands", "in one band"}, "--align"),
     AnyNumber("MatchingPos", Field<&Parameter::MatchingPositionType>, "kept, without effect", nullptr),
@@ -71,8 +85,8 @@ constexpr ParameterKey kKeys[] = {
               "preset that a panel shows: 0 fine, 1 standard, 2 coarse, 3 none", nullptr),
     Choice("HalationMeasures", Field<&Parameter::HalationMeasures>, "heights around highlights",
            {"trusted", "done without"}, "--halation"),
-    Choice("AdoptionPeakPos", Field<&Parameter::AdoptionPeakPosition>, "of several heights",
-           {"the sharpest", "the uppermost"}, "--adopt-top"),
+    OpenChoice("AdoptionPeakPos", Field<&Parameter::AdoptionPeakPosition>, "of several heights",
+               {"the sharpest, none where two are much alike", "the uppermost", "the sharpest"}, "--adopt-top"),
     Number("FocusingValueDetectionSensitivity", Field<&Parameter::FocusingValueDetectionSensitivity>, 0, kMostDegree,
            "how faint a detail may be to give a height", "--sensitivity"),
     Number("D3ShapeSmoothing", Field<&Parameter::D3ShapeSmoothing>, 0, kMostDegree, "smoothing of the surface of 3d",
@@ -83,6 +97,11 @@ constexpr ParameterKey kKeys[] = {
            "--gpu"),
 };
 
+const char* ChoiceOf(const Choices& choices, std::int32_t value) {
+    const std::int32_t last = CountOf(choices) - 1;
+    return choices[static_cast<std::size_t>(value >= 0 && value < last ? value : last)];
+}
+
 } // namespace
 
 std::string ParameterKey::Range() const { return std::to_string(Least) + " to " + std::to_string(Most); }
@@ -92,7 +111,7 @@ std::string ParameterKey::Meaning(std::int32_t value) const {
     if (!IsInRange(value))
         text += ": no such value, expected " + Range();
     else if (Choices[0])
-        text.append(": ").append(Choices[static_cast<std::size_t>(value)]);
+        text.append(": ").append(ChoiceOf(Choices, value));
     return Option ? text + " (" + Option + ")" : text;
 }
 

@@ -17,7 +17,7 @@ struct ParameterKey {
     std::int32_t Least; // what a composition can take
     std::int32_t Most;
     const char* Subject;                // what the value is, with its unit
-    std::array<const char*, 4> Choices; // what each value from 0 on is; null: the number tells all
+    std::array<const char*, 4> Choices; // what each value from 0 on is, the last also all others; null: a number
     const char* Option;                 // of `kyfocus compose`; null: none
 
     bool IsInRange(std::int32_t value) const { return value >= Least && value <= Most; }

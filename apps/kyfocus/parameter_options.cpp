@@ -3,6 +3,9 @@
 #include <cstdio>
 #include <filesystem>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include "errors.h"
 #include "images.h"
 #include "option_kinds.h"
@@ -14,15 +17,29 @@ namespace {
 namespace fs = std::filesystem;
 
 void ReadParameters(const fs::path& file, ComposeOptions& options) {
-    for (const ParameterEntry& entry : ReadParameterFile(file).Entries) {
+    const ParameterFile parameters = ReadParameterFile(file);
+    const std::string name = DisplayPath(file);
+    for (const ParameterEntry& entry : parameters.Entries) {
         const bool isMode = std::string("AlgType") == entry.Key->Name;
         if (isMode && entry.From == ParameterEntry::Source::File) options.HasModeOfFile = true;
         if (entry.From == ParameterEntry::Source::Unreadable)
-            std::fprintf(stderr, "kyfocus: warning: %s: %s is no whole number and is not used\n",
-                         DisplayPath(file).c_str(), entry.Key->Name);
+            options.ParameterWarnings.push_back(name + ": " + entry.Key->Name + " is no whole number and is not used");
     }
+    for (const std::string& key : parameters.UnknownKeys)
+        options.ParameterWarnings.push_back(name + ": " + ShownText(key) +
+                                            " is no parameter and is not used, see kyfocus params");
     LoadParameters(file, options.Settings);
+}
+
+/// While the line is parsed: what is wrong with the file counts once the line is known to be right.
+void TakeParameters(const fs::path& file, ComposeOptions& options) {
+    if (!options.ParametersFile.empty()) throw CLI::ArgumentMismatch::AtMost("--params", 1, 2);
     options.ParametersFile = file;
+    try {
+        ReadParameters(file, options);
+    } catch (const Failure& failure) {
+        options.ParametersFailure = failure.what();
+    }
 }
 
 /// The number of the preset that the two settings are, for panels to show.
@@ -36,12 +53,23 @@ std::int32_t PresetOf(const KyfFocusCompositionParameter& settings) {
     return preset;
 }
 
+/// A fresh copy, or none where there is no file. Its owner is kept where the process may set it.
+void CopyToChange(const fs::path& from, const fs::path& to) {
+    fs::remove(to);
+    struct stat status {};
+    if (stat(from.c_str(), &status) != 0) return;
+    std::error_code error;
+    fs::copy_file(from, to, error);
+    if (error) throw Failure(DisplayPath(to) + ": cannot be written: " + error.message());
+    [[maybe_unused]] const int given = chown(to.c_str(), status.st_uid, status.st_gid);
+}
+
 } // namespace
 
 void AddParameterOptions(CLI::App& command, ComposeOptions& options, const std::string& group) {
     command
         .add_option_function<std::string>(
-            "--params", [&options](const std::string& file) { ReadParameters(file, options); },
+            "--params", [&options](const std::string& file) { TakeParameters(file, options); },
             "Settings from a parameter file: mode and all that follows from it. Options on the line win over the file. "
             "kyfocus params shows what is in it.")
         ->trigger_on_parse() // before the other options take effect
@@ -58,6 +86,9 @@ void AddParameterOptions(CLI::App& command, ComposeOptions& options, const std::
 
 void CheckParameters(const ComposeOptions& options) {
     if (options.ParametersFile.empty()) return;
+    if (!options.ParametersFailure.empty()) throw Failure(options.ParametersFailure);
+    for (const std::string& warning : options.ParameterWarnings)
+        std::fprintf(stderr, "kyfocus: warning: %s\n", warning.c_str());
     KyfFocusCompositionParameter settings = options.Settings;
     for (const ParameterKey& key : ParameterKeys()) {
         const std::int32_t value = key.Field(settings);
@@ -71,9 +102,8 @@ void CheckParameters(const ComposeOptions& options) {
 void SaveParameterOutput(const ComposeOptions& options, OutputFiles& outputs) {
     if (options.ParametersOutput.empty()) return;
     outputs.Write(options.ParametersOutput, [&options](const fs::path& path) {
-        std::error_code error;
-        if (fs::exists(options.ParametersOutput, error)) fs::copy_file(options.ParametersOutput, path, error);
-        if (error) throw Failure(DisplayPath(path) + ": cannot be read: " + error.message());
+        RequireWritable(options.ParametersOutput);
+        CopyToChange(options.ParametersOutput, path);
         KyfFocusCompositionParameter settings = options.Settings;
         settings.CompParamSetType = PresetOf(settings);
         SaveParameters(settings, path);

@@ -11,8 +11,6 @@
 namespace app {
 namespace {
 
-constexpr std::size_t kLongestText = 40; // characters of a value that is no number
-
 std::string SourceText(ParameterEntry::Source from) {
     switch (from) {
     case ParameterEntry::Source::File: return "file";
@@ -26,13 +24,6 @@ std::string TableLine(const std::string& key, const std::string& value, const st
     char columns[128];
     std::snprintf(columns, sizeof columns, "%-34s%11s  %-11s ", key.c_str(), value.c_str(), from.c_str());
     return columns + meaning + "\n";
-}
-
-/// A text of the file on a terminal: short, and without characters that steer it.
-std::string ShownText(std::string text) {
-    for (char& letter : text)
-        if (static_cast<unsigned char>(letter) < ' ' || letter == '\x7F') letter = '?';
-    return text.size() <= kLongestText ? text : text.substr(0, kLongestText) + "...";
 }
 
 std::string EntryLine(const ParameterEntry& entry) {

@@ -43,7 +43,7 @@ Json SettingsJson(const Summary& summary, const ComposeOptions& options) {
     if (mode != KyfAlgorithmType2DSelection) {
         json["plane"] = PlaneName(settings.PlaneType);
         json["halation"] = settings.HalationMeasures != 0;
-        json["adopt_top"] = settings.AdoptionPeakPosition != 0;
+        json["adopt_top"] = settings.AdoptionPeakPosition == 1;
         json["sensitivity"] = settings.FocusingValueDetectionSensitivity;
         json["noise_remove"] = settings.ProjectionNoiseRemove;
         json["shape_smoothing"] = settings.D3ShapeSmoothing;

@@ -1,9 +1,12 @@
 /// Parameter files from the outside: compose --params and --save-params, and params.
+#include <chrono>
+#include <csignal>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -11,6 +14,8 @@
 #include <kyfocus/kyfocus.h>
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "images.h"
 #include "run_program.h"
@@ -130,7 +135,7 @@ TEST_F(ParamsProgram, TheModeOfAFileMakesItsDemands) {
 TEST_F(ParamsProgram, NumbersThatComposeCannotTakeAreRefusedByTheirKey) {
     for (const char* line :
          {"AlgType=7", "ScopeType=4", "ScopeType=-1", "CompositionSize=101", "Smoothing=-2147483648", "Speed=3",
-          "Speed=31", "AreaNo=37", "PlaneType=3", "MatchingDetect=2", "AdoptionPeakPos=2",
+          "Speed=31", "AreaNo=37", "AreaPosX0=101", "AreaPosY3=-1", "MatchingDetect=2",
           "FocusingValueDetectionSensitivity=11", "D3ShapeSmoothing=-1", "ProjectionNoiseRemove=2147483647"}) {
         Write(std::string("AlgType=0\n") + line + "\n");
         if (std::string(line).starts_with("AlgType")) Write(std::string(line) + "\n");
@@ -151,9 +156,140 @@ TEST_F(ParamsProgram, UnreadableKeysAreToldAndLeftOut) {
     EXPECT_EQ(settings.at("speed"), "full");
     EXPECT_EQ(settings.at("mode"), "2d");
     EXPECT_EQ(settings.at("comp_size_percent"), 4);
-    for (const char* key : {"AlgType", "Speed", "Smoothing"})
+    for (const char* key : {"AlgType", "Speed"})
         EXPECT_NE(result.Errors.find("warning: " + File() + ": " + key + " is no whole number"), std::string::npos)
             << result.Errors;
+}
+
+TEST_F(ParamsProgram, AKeyWithoutAValueIsAsOneThatIsAbsent) {
+    for (const char* line : {"Smoothing=\n", "Smoothing=\"\"\n", "Smoothing = '' \n"}) {
+        Write(line);
+        const ProgramResult result = Compose({"--params", File()});
+        EXPECT_EQ(Settings(result).at("smoothing_percent"), 6);
+        EXPECT_EQ(result.Errors.find("warning"), std::string::npos) << result.Errors;
+        EXPECT_NE(LineOf(Show().Output, "Smoothing").find(" 6  missing"), std::string::npos) << Show().Output;
+    }
+}
+
+TEST_F(ParamsProgram, KeysWithoutAMeaningAreTold) {
+    Write("Smothing=3\n[Stage]\nHeight=1\n");
+    const ProgramResult result = Compose({"--params", File()});
+    EXPECT_EQ(Settings(result).at("smoothing_percent"), 6);
+    EXPECT_NE(result.Errors.find("warning: " + File() + ": Smothing is no parameter"), std::string::npos)
+        << result.Errors;
+    EXPECT_EQ(result.Errors.find("Height"), std::string::npos) << result.Errors;
+}
+
+TEST_F(ParamsProgram, NumbersBeyondTheNamedOnesStandForTheLastWhereTheLibraryTakesThemSo) {
+    Write("AlgType=1\nPlaneType=2\nAdoptionPeakPos=2\n");
+    const nlohmann::json expected = Settings(ComposeWithHeights({"--params", File()}));
+    EXPECT_EQ(expected.at("adopt_top"), false);
+    EXPECT_EQ(expected.at("plane"), "other");
+    const std::string heights = ReadBytes(Path("h.npy"));
+    Write("AlgType=1\nPlaneType=3\nAdoptionPeakPos=-5\n");
+    EXPECT_EQ(expected, Settings(ComposeWithHeights({"--params", File()})));
+    EXPECT_EQ(heights, ReadBytes(Path("h.npy")));
+    EXPECT_NE(LineOf(Show().Output, "PlaneType").find("other"), std::string::npos) << Show().Output;
+}
+
+TEST_F(ParamsProgram, ASecondFileIsRefused) {
+    Write("Speed=1\n");
+    const ProgramResult result = Compose({"--params", File(), "--params", File()});
+    EXPECT_EQ(result.Status, 2);
+    EXPECT_TRUE(result.Errors.starts_with("kyfocus: --params: ")) << result.Errors;
+    EXPECT_FALSE(fs::exists(Path("o.png")));
+}
+
+TEST_F(ParamsProgram, HelpIsShownWhateverTheFile) {
+    const ProgramResult result = test::RunProgram({"compose", "--params", Path("none.ini"), "--help"});
+    EXPECT_EQ(result.Status, 0) << result.Errors;
+    EXPECT_NE(result.Output.find("--save-params"), std::string::npos);
+}
+
+/// Ends a program that has not ended by itself after ten seconds.
+void EndWhenItHangs(pid_t process) {
+    for (int i = 0; i < 200; ++i) {
+        siginfo_t info{};
+        waitid(P_PID, static_cast<id_t>(process), &info, WEXITED | WNOHANG | WNOWAIT);
+        if (info.si_pid == process) return;
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    kill(process, SIGKILL);
+}
+
+TEST_F(ParamsProgram, APipeIsRefusedAndNotWaitedFor) {
+    ASSERT_EQ(mkfifo(File().c_str(), 0600), 0);
+    for (const Names& arguments :
+         {Names{"params", File()}, Names{"compose", Path("stack"), "-o", Path("o.png"), "--params", File()},
+          Names{"compose", Path("stack"), "-o", Path("o.png"), "--save-params", File()}}) {
+        const ProgramResult result = test::RunProgram(arguments, EndWhenItHangs);
+        EXPECT_EQ(result.Status, 1) << arguments.back();
+        EXPECT_TRUE(result.Errors.starts_with("kyfocus: " + File() + ": is ")) << result.Errors;
+    }
+}
+
+/// What a run saves, and that its file makes the same run again.
+class SavedRuns : public ParamsProgram, public testing::WithParamInterface<Names> {};
+
+TEST_P(SavedRuns, AreRunAgainFromTheirFile) {
+    Names saving = GetParam();
+    saving.insert(saving.end(), {"--keep-border", "--save-params", File()});
+    const ProgramResult saved = ComposeWithHeights(saving);
+    ASSERT_EQ(saved.Status, 0) << saved.Errors;
+    const std::string image = ReadBytes(Path("o.png"));
+    const std::string heights = ReadBytes(Path("h.npy"));
+    const ProgramResult again =
+        ComposeWithHeights({"--keep-border", "--params", File(), "--save-params", Path("q.ini")});
+    EXPECT_EQ(Settings(saved), Settings(again));
+    EXPECT_EQ(nlohmann::json::parse(saved.Output).at("alignment"), nlohmann::json::parse(again.Output).at("alignment"));
+    EXPECT_EQ(image, ReadBytes(Path("o.png")));
+    EXPECT_EQ(heights, ReadBytes(Path("h.npy")));
+    EXPECT_EQ(ReadBytes(File()), ReadBytes(Path("q.ini")));
+}
+
+INSTANTIATE_TEST_SUITE_P(Alignments, SavedRuns,
+                         testing::Values(Names{"--mode", "2d", "--align", "auto", "--areas", "3", "--area-pos",
+                                               "40,30;60,50;50,80"},
+                                         Names{"--mode", "2d", "--align", "lines"},
+                                         Names{"--mode", "2d", "--align", "lines-multi", "--scope", "1"},
+                                         Names{"--mode", "complex", "--align", "lines", "--no-gpu"}));
+
+TEST_F(ParamsProgram, SavesAlignmentAndProcessor) {
+    ASSERT_EQ(
+        Compose({"--align", "auto", "--areas", "3", "--area-pos", "40,30;60,50;51,80", "--save-params", File()}).Status,
+        0);
+    EXPECT_EQ(Load().AutoPos, 1);
+    EXPECT_EQ(Load().ScopeType, 0);
+    EXPECT_EQ(Load().AreaNo, 1);
+    EXPECT_EQ(Load().AreaPos[2].x, 51);
+    EXPECT_EQ(Load().AreaPos[2].y, 80);
+    EXPECT_EQ(Load().DisableGPU, 0);
+    ASSERT_EQ(Compose({"--align", "lines", "--no-gpu", "--save-params", File()}).Status, 0);
+    EXPECT_EQ(Load().AutoPos, 0);
+    EXPECT_EQ(Load().ScopeType, 1);
+    EXPECT_EQ(Load().MatchingDetectType, 1);
+    EXPECT_EQ(Load().DisableGPU, 1);
+    ASSERT_EQ(Compose({"--params", File(), "--save-params", File()}).Status, 0);
+    EXPECT_EQ(Load().DisableGPU, 1);
+    ASSERT_EQ(Compose({"--params", File(), "--gpu", "auto", "--save-params", File()}).Status, 0);
+    EXPECT_EQ(Load().DisableGPU, 0);
+}
+
+TEST_F(ParamsProgram, AFileThatCannotBeSavedIsToldBeforeTheFramesAreRead) {
+    std::ofstream(Path("stack/frame_003.bmp")) << "no image";
+    Write("");
+    fs::resize_file(File(), (std::uintmax_t{64} << 20) + 1);
+    const ProgramResult large = Compose({"--save-params", File()});
+    EXPECT_EQ(large.Status, 1);
+    EXPECT_NE(large.Errors.find(File() + ": too large"), std::string::npos) << large.Errors;
+    EXPECT_EQ(fs::file_size(File()), (std::uintmax_t{64} << 20) + 1);
+    if (geteuid() == 0) return; // the superuser may write to all files
+    Write("Speed=1\n");
+    ASSERT_EQ(chmod(File().c_str(), 0400), 0);
+    const ProgramResult locked = Compose({"--save-params", File()});
+    EXPECT_EQ(locked.Status, 1);
+    EXPECT_NE(locked.Errors.find(File() + ": parameters cannot be written: Permission denied"), std::string::npos)
+        << locked.Errors;
 }
 
 TEST_F(ParamsProgram, SavingKeepsWhatElseAFileHolds) {
@@ -218,15 +354,16 @@ TEST_F(ParamsProgram, ShowsEveryKeyOfASavedFileWithItsMeaning) {
 }
 
 TEST_F(ParamsProgram, ShowsWhichKeysAreMissingUnreadableOrUnknown) {
-    Write("speed = "
-          "2x\x1B[1m\nCompSize=5\nAlgType='0'\nAlgType=1\nSmoothing=\nPlaneType=9\nAreaPosX2=-10\n[A]\nAreaNo=1\n");
+    Write(
+        "speed = "
+        "2x\x1B[1m\nCompSize=5\nAlgType='0'\nAlgType=1\nSmoothing=\nMatchingDetect=9\nAreaPosX2=-10\n[A]\nAreaNo=1\n");
     const ProgramResult result = Show();
     EXPECT_EQ(result.Status, 0) << result.Errors;
     EXPECT_NE(LineOf(result.Output, "AlgType").find(" 0  file"), std::string::npos) << result.Output;
     EXPECT_NE(LineOf(result.Output, "Speed").find(" 1  unreadable"), std::string::npos);
     EXPECT_NE(LineOf(result.Output, "Speed").find("the file has '2x?[1m'"), std::string::npos);
-    EXPECT_NE(LineOf(result.Output, "Smoothing").find(" 6  unreadable"), std::string::npos);
-    EXPECT_NE(LineOf(result.Output, "PlaneType").find("no such value, expected 0 to 2"), std::string::npos);
+    EXPECT_NE(LineOf(result.Output, "Smoothing").find(" 6  missing"), std::string::npos);
+    EXPECT_NE(LineOf(result.Output, "MatchingDetect").find("no such value, expected 0 to 1"), std::string::npos);
     EXPECT_NE(LineOf(result.Output, "AreaPosX2").find(" -10  file"), std::string::npos);
     EXPECT_NE(LineOf(result.Output, "AreaNo").find(" 0  missing"), std::string::npos);
     EXPECT_NE(result.Output.find("Keys without a meaning: CompSize\n"), std::string::npos);
