@@ -49,8 +49,7 @@ std::string CudaKernelFile(std::string_view programPath) {
 }
 
 CCudaAPI::~CCudaAPI() {
-    if (m_is_initialized) GiveUp();
-    m_is_initialized = false;
+    EndUse();
     platform::CloseModule(m_module_handle);
 }
 
@@ -62,6 +61,12 @@ CCudaAPI& CCudaAPI::TheInstance() {
 CCudaAPI& CCudaAPI::GetInstance() {
     CCudaAPI& instance = TheInstance();
     instance.GetReady();
+    // At the end of the process the driver's own clean-up would come first: the object is older than what the driver
+    // has made since.
+    struct EndOfUse {
+        ~EndOfUse() { TheInstance().EndUse(); }
+    };
+    if (instance.m_is_initialized) static const EndOfUse end;
     return instance;
 }
 
@@ -144,12 +149,16 @@ void CCudaAPI::GiveUp() {
     m_entry.cuCtxDestroy(reinterpret_cast<CUcontext>(&m_cuda_context));
 }
 
+void CCudaAPI::EndUse() {
+    if (m_is_initialized) GiveUp();
+    m_is_initialized = false;
+}
+
 bool CCudaAPI::Probe() {
     GetReady();
-    if (!m_is_initialized) return false;
-    GiveUp();
-    m_is_initialized = false;
-    return true;
+    const bool isAvailable = m_is_initialized;
+    EndUse();
+    return isAvailable;
 }
 
 CUresult CCudaAPI::AllocMemory(CUdeviceptr* memory, std::size_t bytes) const {

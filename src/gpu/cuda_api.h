@@ -56,6 +56,7 @@ class CCudaAPI {
     bool MakeContext(const CFuncTraceLog& log);
     bool HasSucceeded(CUresult result, const CFuncTraceLog& log, const wchar_t* failure, const wchar_t* text = nullptr);
     void GiveUp();
+    void EndUse();
 
     bool m_is_loaded = false;
     void* m_module_handle = nullptr;
