@@ -5,11 +5,14 @@
 #include <filesystem>
 #include <limits>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 #include <kyfocus/file_composition.h>
 
+#include "gpu/gpu_switches.h"
+#include "safe3d/threads.h"
 #include "session/sessions.h"
 
 namespace {
@@ -38,12 +41,21 @@ class FileComposition : public testing::Test {
     std::filesystem::path TempFolder() const { return m_folder.Path() / "temp"; }
 
     void AddFile(std::int32_t width, std::int32_t format, double height) {
-        const std::filesystem::path path = m_folder.Path() / ("frame" + std::to_string(m_paths.size()) + ".bmp");
         const auto seed = static_cast<std::uint32_t>(m_paths.size() + 1);
-        const test::Image image = test::TexturedImage(width, kHeight, format, seed);
-        ASSERT_TRUE(KyiSaveImageData(path.wstring().c_str(), image.get(), 0));
+        AddImage(*test::TexturedImage(width, kHeight, format, seed), height);
+    }
+    void AddImage(const KyiImageData& image, double height) {
+        const char* const extension = KyiGetMaxVal(image.Format) > 255 ? ".png" : ".bmp";
+        const std::filesystem::path path = m_folder.Path() / ("frame" + std::to_string(m_paths.size()) + extension);
+        ASSERT_TRUE(KyiSaveImageData(path.wstring().c_str(), &image, 0));
         m_paths.push_back(path.wstring());
         m_heights.push_back(height);
+    }
+    /// Others in the place of the frames that there are.
+    void ReplaceFiles(const std::vector<test::Image>& images) {
+        m_paths.clear();
+        m_heights.clear();
+        for (std::size_t i = 0; i < images.size(); ++i) AddImage(*images[i], 1.5 * static_cast<double>(i));
     }
 
     /// Everything wanted.
@@ -64,7 +76,7 @@ class FileComposition : public testing::Test {
     }
 
     /// The same stack, made by a host step by step.
-    test::Session ComposeByHand(const Parameter& parameter) const {
+    test::Session ComposeByHand(const Parameter& parameter, KyiBool parallel = 0) const {
         test::Session session(KyfAllocFocusComposition());
         KyfFocusInitialize(session.get(), &parameter.Init);
         if (parameter.AlgType == 0) KyfFocusStart2DSelection(session.get(), &parameter.Param2D);
@@ -73,9 +85,9 @@ class FileComposition : public testing::Test {
             KyfFocusStartComplexProcessing(session.get(), &parameter.Param2D, &parameter.Param3D);
         for (std::int32_t i = 0; i < parameter.FileCount; ++i)
             EXPECT_EQ(KyfFocusAddImageFileWidthHeight(session.get(), parameter.Files[i].Path, parameter.Files[i].Height,
-                                                      0, nullptr),
+                                                      parallel, nullptr),
                       KyfResultOk);
-        EXPECT_EQ(KyfFocusMakeCompImage(session.get(), 0, nullptr), KyfResultOk);
+        EXPECT_EQ(KyfFocusMakeCompImage(session.get(), parallel, nullptr), KyfResultOk);
         return session;
     }
 
@@ -140,6 +152,85 @@ TEST_P(FileCompositionModes, LeavesNoTemporaryBitmap) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Modes, FileCompositionModes, testing::Values(0, 1, 2, 5));
+
+/// A wide texture seen through a window that moves to the right.
+std::vector<test::Image> DriftingFrames() {
+    constexpr std::int32_t kDrift = 2; // pixels a frame
+    const test::Image wide = test::TexturedImage(kWidth + kFrames * kDrift, kHeight, KyiFormatBgr24, 7);
+    std::vector<test::Image> frames;
+    for (std::int32_t i = 0; i < kFrames; ++i) {
+        test::Image frame(KyiAllocImageData(kWidth, kHeight, KyiFormatBgr24));
+        for (std::int32_t y = 0; y < kHeight; ++y)
+            std::memcpy(KyiGetPixelAddress(frame.get(), 0, y), KyiGetPixelAddress(wide.get(), i * kDrift, y),
+                        static_cast<std::size_t>(kWidth * frame->PixelBytes));
+        frames.push_back(std::move(frame));
+    }
+    return frames;
+}
+
+class FileCompositionInit : public FileComposition, public testing::WithParamInterface<std::int32_t> {};
+
+TEST_P(FileCompositionInit, HandsTheWholeOfInitOn) {
+    ReplaceFiles(DriftingFrames());
+    Parameter parameter = MakeParameter(GetParam());
+    Result plain;
+    ASSERT_EQ(KyfExecuteFileFocusComposition(&parameter, &plain, 0, nullptr), KyfResultOk);
+    EXPECT_EQ(plain.Image->Width, kWidth);
+    parameter.Init.ScopeType = 1;
+    parameter.Init.MatchingDetectType = 1;
+    parameter.Init.TrimInvalidBorder = 1;
+    parameter.Init.DisableGPU = 1;
+    const test::Session session = ComposeByHand(parameter);
+    KyiImageData* image = nullptr;
+    KyfFocusGetCompImage(session.get(), &image);
+    kyf::SetIsDisableGpu(0);
+    Result result;
+    ASSERT_EQ(KyfExecuteFileFocusComposition(&parameter, &result, 0, nullptr), KyfResultOk);
+    EXPECT_TRUE(test::SameImage(*image, *result.Image));
+    EXPECT_LT(result.Image->Width, kWidth); // lined up and cut
+    ExpectHeights(session.get(), result);
+    EXPECT_EQ(kyf::g_isDisableGpuCuda != 0, GetParam() != 0); // the 3D adds take the switch over
+    EXPECT_EQ(kyf::g_isDisableGpuOpenCl != 0, GetParam() != 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, FileCompositionInit, testing::Values(0, 1, 2));
+
+TEST_F(FileComposition, HandsParallelOnToTheAddsAndTheMake) {
+    const test::ThreadScope threads(2);
+    std::vector<test::Image> frames;
+    for (std::uint32_t i = 0; i < kFrames; ++i)
+        frames.push_back(test::TexturedImage(kWidth, kHeight, KyiFormatBgr48, i + 1));
+    ReplaceFiles(frames);
+    Parameter parameter = MakeParameter(0);
+    parameter.Param2D.Speed = 1; // where samples are cut at 255 without the flag
+    test::Image composed[2];
+    for (const KyiBool parallel : {0, 1}) {
+        const test::Session session = ComposeByHand(parameter, parallel);
+        KyiImageData* image = nullptr;
+        KyfFocusGetCompImage(session.get(), &image);
+        Result result;
+        ASSERT_EQ(KyfExecuteFileFocusComposition(&parameter, &result, parallel, nullptr), KyfResultOk);
+        EXPECT_TRUE(test::SameImage(*image, *result.Image)) << parallel;
+        ExpectHeights(session.get(), result);
+        composed[parallel].reset(std::exchange(result.Image, nullptr));
+    }
+    EXPECT_FALSE(test::SameImage(*composed[0], *composed[1]));
+}
+
+TEST_F(FileComposition, EachWantIsOneOfItsOwn) {
+    for (const std::int32_t wantsHeights : {0, 1}) {
+        Parameter parameter = MakeParameter(0);
+        parameter.WantHeightData = wantsHeights;
+        parameter.WantDifferentiationMap = 1 - wantsHeights;
+        Result result;
+        ASSERT_EQ(KyfExecuteFileFocusComposition(&parameter, &result, 0, nullptr), KyfResultOk);
+        EXPECT_NE(result.Image, nullptr);
+        EXPECT_EQ(result.CuttedHeightData != nullptr, wantsHeights == 1);
+        EXPECT_EQ(result.CuttedHeightWidth, wantsHeights == 1 ? kWidth : 0);
+        EXPECT_EQ(result.DifferentiationMap.Rows != nullptr, wantsHeights == 0);
+        EXPECT_EQ(result.DifferentiationMap.Width, wantsHeights == 0 ? kWidth : 0);
+    }
+}
 
 TEST_F(FileComposition, HandsOverOnlyWhatIsWanted) {
     Parameter parameter = MakeParameter(0);
@@ -225,6 +316,37 @@ TEST_F(FileComposition, AMisfitFrameEndsTheCallWithItsNodeComplete) {
     }
     std::swap(m_paths[0], m_paths[4]);
     ExpectFailure(MakeParameter(0), KyfResultInvalidParameter, {true, true, false, false, false, false});
+}
+
+TEST_F(FileComposition, AMakeThatFailsLeavesTheRootOpenAndTheRecordAsItWas) {
+    Parameter parameter = MakeParameter(0);
+    parameter.Init.TrimInvalidBorder = 1;
+    parameter.Param2D.AutoPos = 1;
+    parameter.Param2D.AreaPos[0].x = 1000000; // far outside: nothing is common to all frames
+    KyfFileFocusCompositionResult result;
+    std::memset(&result, 0x5A, sizeof result);
+    const KyfFileFocusCompositionResult before = result;
+    const test::Progress progress = test::MakeProgress();
+    EXPECT_EQ(KyfExecuteFileFocusComposition(&parameter, &result, 0, progress.get()), KyfResultFailAlloc);
+    EXPECT_EQ(std::memcmp(&before, &result, sizeof result), 0);
+    EXPECT_EQ(progress->Completed, 0);
+    ASSERT_EQ(progress->SubCount, 2);
+    EXPECT_NE(progress->SubList[0]->Completed, 0);
+    EXPECT_NE(progress->SubList[1]->Completed, 0); // the make settles its own node, whatever comes of it
+}
+
+TEST_F(FileComposition, ASecondHandingOverFindsNothingLeft) {
+    const std::int32_t wants[] = {1, 1};
+    const test::Session session = ComposeByHand(MakeParameter(0));
+    Result first;
+    KyfGetFileFocusCompositionResult(session.get(), 0, wants, 1, &first);
+    Result second;
+    KyfGetFileFocusCompositionResult(session.get(), 0, wants, 1, &second);
+    EXPECT_NE(first.Image, nullptr);
+    EXPECT_EQ(second.Image, nullptr);
+    EXPECT_EQ(second.CuttedHeightData, nullptr);
+    EXPECT_EQ(second.CuttedAntNoiseHeightData, nullptr);
+    EXPECT_EQ(second.DifferentiationMap.Rows, nullptr);
 }
 
 TEST_F(FileComposition, WithoutFilesThereIsNothingToDo) {
