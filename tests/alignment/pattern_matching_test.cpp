@@ -138,6 +138,50 @@ TEST(SearchLevel, AddsUpRoundedSquaresInTheOrderOfThePlainForm) {
     EXPECT_GT(squareSum, kyf::kExactIntegers);
 }
 
+// A million samples: from there on loading and the row sums go by threads.
+TEST(SearchLevel, FillsTheTablesOfThePlainFormWithSeveralThreads) {
+    constexpr std::int32_t width = 1031;
+    constexpr std::int32_t height = 1027;
+    const SampleTable search = MakeTable({width, height}, Noise(256, 1, 10));
+    const SampleTable sample = CutOut(search, 2, 1, {width - 4, height - 3});
+    reference::SearchState state{search, sample, 0, 0, 1, 3, 4, height - 3, width - 4, {}, {}};
+    reference::FillWindowTables(state);
+    for (const test::Threads threads : test::kThreads) {
+        SCOPED_TRACE(testing::Message() << "flag " << threads.Flag << ", threads " << threads.Count);
+        const test::ThreadScope scope(threads.Count);
+        KyfPatternMatching matcher;
+        kyf::PreparePatternMatching(matcher);
+        kyf::LoadSearchImage(matcher, ImageOf(search).get(), {0, 0, width, height}, threads.Flag);
+        kyf::LoadTemplate(matcher, ImageOf(sample).get(), {0, 0, width - 4, height - 3}, threads.Flag);
+        EXPECT_TRUE(IsAt({2, 1}, kyf::SearchLevel(matcher, {0, 0, 4, 3}, 1, threads.Flag)));
+        for (std::size_t row = 0; row < 3; ++row) {
+            const auto first = static_cast<std::ptrdiff_t>(4 * row);
+            const auto rowOf = [&](const std::vector<double>& table) {
+                return std::vector<double>(table.begin() + first, table.begin() + first + 4);
+            };
+            EXPECT_TRUE(test::SameValues(state.WindowSums[row], rowOf(matcher.WindowSums)));
+            EXPECT_TRUE(test::SameValues(state.WindowSquareSums[row], rowOf(matcher.WindowSquareSums)));
+        }
+    }
+}
+
+// Differences of 12 bits are squared in narrow lanes: one bright image of the two is enough to need wide ones. No
+// square wraps here, so that every position has a score.
+TEST(SearchTemplate, EqualsThePlainFormWhereOnlyOneImageIsBright) {
+    const std::array<Content, 2> contents{Noise(4096, 1, 11), Noise(40000, 1, 12)};
+    for (const std::size_t bright : {0u, 1u}) {
+        SCOPED_TRACE(bright == 0 ? "search image bright" : "template bright");
+        const SampleTable search = MakeTable({170, 150}, contents[1 - bright]);
+        const SampleTable noise = MakeTable({90, 80}, contents[bright]);
+        ExpectSameAsPlain(search, noise);
+        // Alike but for brightness, so that positions complete.
+        SampleTable scaled = CutOut(search, 33, 29, {90, 80});
+        for (auto& row : scaled)
+            for (std::int32_t& sample : row) sample = bright == 0 ? sample / 16 : sample * 15;
+        ExpectSameAsPlain(search, scaled);
+    }
+}
+
 TEST(SumSquaredDifferences, AddsUpRoundedSquaresOneByOne) {
     constexpr std::int32_t side = 1500;
     const std::vector<std::uint16_t> bright(side * side, 65535);

@@ -1,8 +1,10 @@
 // Frames that are lined up on their way into the 3D pipeline: what the host sees of its frame, what a failure leaves,
 // and what the result keeps.
+#include <algorithm>
 #include <array>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -194,9 +196,13 @@ TEST_F(AlignedFrames, FailAMakeThatWouldKeepNothing) {
             settings.AutoPos = 1;
             settings.TrimInvalidBorder = 1;
             const test::Session session = Start(settings);
-            for (int i = 0; i < 3; ++i) {
-                const test::Image frame = test::ReliefFrame(width, height, KyiFormatGray8, i, 3, 1);
-                ASSERT_EQ(Add(*session, *frame), KyfResultOk);
+            const KyPoint places[] = {{50, 25}, {75, 50}, {50, 75}, {25, 50}};
+            std::copy(std::begin(places), std::end(places), session->AreaPos);
+            const test::Image frame = test::TexturedImage(width, height, KyiFormatGray8, 1);
+            for (int i = 0; i < 3; ++i) ASSERT_EQ(Add(*session, *frame), KyfResultOk);
+            if (mode == KyfModeComplexProcessing) {
+                EXPECT_GT(session->CommonRect.Right, session->CommonRect.Left) << "2D selection has something left";
+                EXPECT_GT(session->CommonRect.Bottom, session->CommonRect.Top);
             }
             EXPECT_EQ(KyfFocusMakeCompImage(session.get(), 0, nullptr), KyfResultFailAlloc);
             KyfFocusTerminate(session.get());
@@ -231,6 +237,21 @@ TEST_F(AlignedFrames, ReportMostOfTheSetUpAfterProjectionShift) {
     ASSERT_GT(g_percents.size(), 2u);
     EXPECT_EQ(g_percents[0], 80); // of the add's first step
     EXPECT_EQ(g_percents[1], 100);
+}
+
+TEST_F(AlignedFrames, ReportEqualPartsOfTheSetUpWithLineMatching) {
+    const test::Session session = StartLines();
+    const std::vector<test::Image> frames = Stack();
+    ASSERT_EQ(Add(*session, *frames[0]), KyfResultOk);
+    KyfProgress* const root = KyfAllocProgress(WritePercent, nullptr);
+    g_percents.clear();
+    ASSERT_EQ(KyfFocusAddImage(session.get(), frames[1].get(), 0, root), KyfResultOk);
+    EXPECT_EQ(root->Percent, 100);
+    EXPECT_NE(root->Completed, 0);
+    KyfFreeProgress(root);
+    ASSERT_GT(g_percents.size(), 2u);
+    EXPECT_EQ(g_percents[0], 51); // of the add's first step, before the rows are moved; equal parts add up to 101
+    EXPECT_EQ(g_percents[1], 101);
 }
 
 } // namespace
