@@ -195,7 +195,7 @@ TEST_P(FileCompositionInit, HandsTheWholeOfInitOn) {
 
 INSTANTIATE_TEST_SUITE_P(Modes, FileCompositionInit, testing::Values(0, 1, 2));
 
-TEST_F(FileComposition, HandsParallelOnToTheAddsAndTheMake) {
+TEST_F(FileComposition, HandsParallelOnToTheAdds) {
     const test::ThreadScope threads(2);
     std::vector<test::Image> frames;
     for (std::uint32_t i = 0; i < kFrames; ++i)
