@@ -6,6 +6,7 @@
 #include "compose_mode.h"
 #include "compose_options.h"
 #include "errors.h"
+#include "frame_move.h"
 #include "option_kinds.h"
 
 namespace app {
@@ -49,22 +50,25 @@ std::string CheckPlaces(const std::string& text) {
     return "'" + text + "' is not a list of two to four places 'x,y;x,y', each number a percentage from 0 to 100";
 }
 
-void RequireScope(const ComposeOptions& options, const char* expected) {
-    throw UsageError(std::string("--align ") + AlignName(*options.Align.Method) + " and --scope " +
-                     std::to_string(options.Settings.ScopeType) + " contradict each other, expected --scope " +
-                     expected);
+[[noreturn]] void RequireScope(const ComposeOptions& options, const char* expected) {
+    const std::string scope = std::to_string(options.Settings.ScopeType);
+    throw UsageError(std::string("--align ") + AlignName(*options.Align.Method) + " and " +
+                     (options.IsGiven("--scope") ? "--scope " + scope : "the ScopeType " + scope + " of --params") +
+                     " contradict each other, expected --scope " + expected);
 }
 
-/// A scope of the line stands; one of a file, or none, becomes the one that goes with the method.
+/// A scope of the line stands. One of a file, or none, becomes the one that goes with the method, as long as sharpness
+/// is judged as before: edges do not take the place of brightness, wherever the scope comes from.
 void ApplyMethod(ComposeOptions& options) {
     KyfFocusCompositionParameter& settings = options.Settings;
     const Align method = *options.Align.Method;
     const bool isBrightness = settings.ScopeType >= 2;
     const bool isLines = method == Align::Lines || method == Align::LinesMulti;
     const int scope = (isBrightness ? 2 : 0) + (isLines ? 1 : 0);
-    if (method == Align::Auto && settings.ScopeType != 0 && options.IsGiven("--scope")) RequireScope(options, "0");
-    if (settings.ScopeType != scope && options.IsGiven("--scope")) RequireScope(options, isLines ? "1 or 3" : "0 or 2");
-    settings.ScopeType = method == Align::Auto ? 0 : scope;
+    const bool isOfLine = options.IsGiven("--scope");
+    if (method == Align::Auto && (isBrightness || (isOfLine && settings.ScopeType != 0))) RequireScope(options, "0");
+    if (isOfLine && settings.ScopeType != scope) RequireScope(options, isLines ? "1 or 3" : "0 or 2");
+    settings.ScopeType = scope;
     settings.AutoPos = method == Align::Auto ? 1 : 0;
     if (isLines) settings.MatchingDetectType = method == Align::Lines ? 1 : 0;
 }
@@ -93,6 +97,20 @@ void ApplyAreas(ComposeOptions& options) {
     std::copy(align.Places.begin(), align.Places.end(), options.Settings.AreaPos);
 }
 
+bool IsSamePlace(KyPoint a, KyPoint b) { return a.x == b.x && a.y == b.y; }
+
+/// Magnification is measured by the distances between the areas: without any there is no picture.
+void RequireDistance(const KyfFocusCompositionParameter& settings) {
+    if (settings.ScopeType != 0 || settings.AutoPos == 0 || settings.AlgType == KyfAlgorithmType3DSafe) return;
+    const int areas = std::clamp(settings.AreaNo + kFewestAreas, kFewestAreas, kMostAreas);
+    const KyPoint first = settings.AreaPos[0];
+    if (!std::all_of(settings.AreaPos, settings.AreaPos + areas,
+                     [&](KyPoint place) { return IsSamePlace(place, first); }))
+        return;
+    throw UsageError("--area-pos: all " + std::to_string(areas) + " template areas lie at " + std::to_string(first.x) +
+                     "," + std::to_string(first.y) + ", expected places apart from each other");
+}
+
 } // namespace
 
 void AddAlignOptions(CLI::App& command, ComposeOptions& options, const std::string& group) {
@@ -101,8 +119,10 @@ void AddAlignOptions(CLI::App& command, ComposeOptions& options, const std::stri
         command, "--align",
         {{"none", Align::None}, {"auto", Align::Auto}, {"lines", Align::Lines}, {"lines-multi", Align::LinesMulti}},
         [&align](const Align& method) { align.Method = method; },
-        "Line frames up that have drifted. auto finds template areas again, for shift and magnification; the heights "
-        "of 3d and complex follow shifts by whole pixels. lines compares a band of rows in the middle and moves frames "
+        "Line frames up that have drifted. auto finds template areas again, for shift and magnification, as long as "
+        "the drift stays within 8 % of width and height in all; it moves by whole pixels from frame to frame, so that "
+        "slower drift and breathing stay. The heights of 3d and complex follow shifts by whole pixels. lines compares "
+        "a band of rows in the middle and moves frames "
         "sideways, lines-multi takes five bands, for periodic patterns. Default none, or what --scope says.")
         ->option_text("NAME")
         ->group(group);
@@ -113,8 +133,9 @@ void AddAlignOptions(CLI::App& command, ComposeOptions& options, const std::stri
     command
         .add_option_function<std::string>(
             "--area-pos", [&align](const std::string& text) { align.Places = ParsePlaces(text); },
-            "Centres of the template areas, in whole percent of width and height from the top left, such as "
-            "'50,25;75,50'. Default '50,25;75,50;50,75;25,50', from the first on.")
+            "Centres of the template areas in whole percent, 0 to 100, from the top left, such as '50,25;75,50': 0 "
+            "lies at 10 % of width or height, 100 at 90 %. They must not all be one place. Default "
+            "'50,25;75,50;50,75;25,50', from the first on.")
         ->check(CheckPlaces)
         ->option_text("X,Y;...")
         ->group(group);
@@ -128,14 +149,11 @@ void AddAlignOptions(CLI::App& command, ComposeOptions& options, const std::stri
 void CompleteAlignOptions(ComposeOptions& options) {
     if (options.Align.Method) ApplyMethod(options);
     ApplyAreas(options);
+    RequireDistance(options.Settings);
     if (options.Align.KeepBorder && !LinesFramesUp(options.Settings))
         throw UsageError(std::string("--keep-border is for frames that are lined up, expected --align auto, lines or "
                                      "lines-multi") +
                          (options.Align.Method ? ", not --align none" : ""));
-}
-
-bool LinesFramesUp(const KyfFocusCompositionParameter& settings) {
-    return settings.ScopeType == 1 || settings.ScopeType == 3 || (settings.ScopeType == 0 && settings.AutoPos != 0);
 }
 
 } // namespace app

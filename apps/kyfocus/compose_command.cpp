@@ -56,13 +56,16 @@ std::vector<double> FrameHeights(const ComposeOptions& options, const std::vecto
     return {};
 }
 
+void PrintWarnings(const std::vector<std::string>& warnings) {
+    for (const std::string& warning : warnings) std::fprintf(stderr, "kyfocus: warning: %s\n", warning.c_str());
+}
+
 /// What has to be known of the frames before the first is added.
 void CheckFirstFrame(const KyiImageData& frame, const ComposeOptions& options, const TemporaryFolder* temporary,
                      std::size_t frames) {
     RequireHoldable(frame, options);
     if (temporary) temporary->RequireRoom(ImageBytes(frame) * frames);
-    for (const std::string& warning : SettingWarnings(options, frame, omp_get_num_procs()))
-        std::fprintf(stderr, "kyfocus: warning: %s\n", warning.c_str());
+    PrintWarnings(SettingWarnings(options, frame, omp_get_num_procs()));
 }
 
 /// Remembers the shape of the first frame and holds the others to it.
@@ -133,6 +136,7 @@ void Compose(const ComposeOptions& options, const std::vector<double>& heights, 
     ProgressDisplay display(options.Progress, static_cast<int>(summary.Frames.size()), stderr);
     std::optional<FocusSession> session;
     AddFrames(session, options, heights, temporary ? &*temporary : nullptr, display, summary);
+    PrintWarnings(MoveWarnings(options, summary));
     Make(*session, display, summary);
     if (options.Settings.AlgType == KyfAlgorithmType3DSafe) RequireKeptFrames(*temporary, summary);
     SaveResults(*session, options, outputs, summary);
@@ -172,8 +176,7 @@ void RunCompose(ComposeOptions options) {
     for (const fs::path& path : outputPaths) outputs.Add(path);
     SaveParameterOutput(options, outputs);
     const std::vector<double> heights = FrameHeights(options, summary.Frames);
-    for (const std::string& warning : PlaneWarnings(options, heights))
-        std::fprintf(stderr, "kyfocus: warning: %s\n", warning.c_str());
+    PrintWarnings(PlaneWarnings(options, heights));
     summary.Threads = options.NoParallel ? 1 : options.Threads > 0 ? options.Threads : omp_get_num_procs();
     summary.DecodeThreads = std::min(summary.Threads, kMostDecodeThreads);
     omp_set_num_threads(summary.Threads);

@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "compose_mode.h"
+#include "images.h"
 
 namespace app {
 namespace {
@@ -71,7 +72,68 @@ std::string DescribePlane(KyfPlaneType plane, double level, double filled) {
     return {text.data(), static_cast<std::size_t>(length)};
 }
 
+/// How far areas can be found along an axis: to the first position that is tried, and before the last one of the
+/// coarsest steps.
+struct AreaReach {
+    int Least;
+    int Greatest;
+};
+
+AreaReach ReachOf(int length) {
+    constexpr int kCoarsestStep = 8; // pixels; the finer steps add up to one less
+    const double used = length * 0.8;
+    const int middle = static_cast<int>(used * 0.4 * 0.5) - static_cast<int>(used * 0.2 * 0.5); // nothing moves
+    const int last = std::min(std::max((2 * middle - 1) / kCoarsestStep, 1) * kCoarsestStep - 1, 2 * middle - 2);
+    return {-middle, last - middle};
+}
+
+bool IsAtEnd(int shift, int length) {
+    const AreaReach reach = ReachOf(length);
+    const int spare = length / kPercent;
+    return shift != 0 && (shift <= reach.Least + spare || shift >= reach.Greatest - spare);
+}
+
+bool IsWild(double scale) {
+    constexpr double kMost = 0.05; // stacks breathe by a few percent
+    return !(std::abs(scale - 1.0) <= kMost);
+}
+
+/// The first frame after the first one whose move is a bad one, and how many there are.
+template <typename IsBad>
+std::string DescribeMoves(const Summary& summary, const std::string& tail, const IsBad& isBad) {
+    std::size_t first = 0;
+    std::size_t count = 0;
+    for (std::size_t i = 1; i < summary.Moves2d.size(); ++i) {
+        if (!isBad(summary.Moves2d[i])) continue;
+        if (count++ == 0) first = i;
+    }
+    if (count == 0) return "";
+    const FrameMove& move = summary.Moves2d[first];
+    std::array<char, 160> text;
+    const int length = std::snprintf(text.data(), text.size(),
+                                     ": --align auto has moved it by %d, %d pixels and "
+                                     "magnified it by %.3g",
+                                     move.X, move.Y, move.ScaleX);
+    const std::string others = count > 1 ? " (and " + std::to_string(count - 1) + " more)" : "";
+    return DisplayPath(summary.Frames[first]) + others + std::string(text.data(), static_cast<std::size_t>(length)) +
+           tail;
+}
+
 } // namespace
+
+std::vector<std::string> MoveWarnings(const ComposeOptions& options, const Summary& summary) {
+    std::vector<std::string> warnings;
+    if (options.Settings.ScopeType != 0) return warnings;
+    const std::string far = DescribeMoves(
+        summary, "; it follows up to 8 % of width and height in all and loses what drifts farther",
+        [&](const FrameMove& move) { return IsAtEnd(move.X, summary.Width) || IsAtEnd(move.Y, summary.Height); });
+    const std::string wild = DescribeMoves(
+        summary, ", as hardly any stack does: are its areas found again? Expected --area-pos at places with detail",
+        [](const FrameMove& move) { return IsWild(move.ScaleX) || IsWild(move.ScaleY); });
+    for (const std::string& warning : {far, wild})
+        if (!warning.empty()) warnings.push_back(warning);
+    return warnings;
+}
 
 std::vector<std::string> PlaneWarnings(const ComposeOptions& options, const std::vector<double>& heights) {
     const KyfPlaneType plane = options.Settings.PlaneType;

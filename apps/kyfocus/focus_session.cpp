@@ -23,10 +23,6 @@ Progress NewProgress(const PercentCallback& onPercent) {
     return Progress(KyfAllocProgress(ReportRoot, const_cast<PercentCallback*>(&onPercent)));
 }
 
-bool IsLinedUp(const KyfFocusComposition& session) {
-    return session.ScopeType == 1 || session.ScopeType == 3 || (session.ScopeType == 0 && session.AutoPos != 0);
-}
-
 void Require(KyfResult result, const char* step) {
     if (result == KyfResultFailAlloc) throw std::bad_alloc();
     if (result != KyfResultOk) throw Failure(std::string(step) + ": " + DescribeResult(result));
@@ -63,7 +59,7 @@ void FocusSession::Add(KyiImageData& frame, std::optional<double> height, const 
 void FocusSession::Make(const PercentCallback& onPercent) {
     const Progress progress = NewProgress(onPercent);
     const KyfResult result = KyfFocusMakeCompImage(m_session.get(), m_isParallel, progress.get());
-    if (result == KyfResultFailAlloc && m_session->TrimInvalidBorder && IsLinedUp(*m_session))
+    if (result == KyfResultFailAlloc && m_session->TrimInvalidBorder && LinesFramesUp(*m_session))
         throw Failure("result not made: out of memory, or the frames have moved so far, or are so small, that nothing "
                       "is left when their borders are cut off, expected --keep-border");
     Require(result, "result not made");
@@ -71,7 +67,7 @@ void FocusSession::Make(const PercentCallback& onPercent) {
 
 std::optional<FrameMove> FocusSession::LastMove2d() const {
     const KyfFocusComposition& session = *m_session;
-    if (session.Mode == KyfMode3DSafe || !IsLinedUp(session)) return std::nullopt;
+    if (session.Mode == KyfMode3DSafe || !LinesFramesUp(session)) return std::nullopt;
     if (session.ScopeType != 0) return FrameMove{session.Matching2D.TotalShift, 0};
     const std::int32_t last = session.State2D.FrameCount - 1;
     if (last < 1 || session.FrameShifts == nullptr) return FrameMove{}; // the first frame stays
@@ -81,7 +77,7 @@ std::optional<FrameMove> FocusSession::LastMove2d() const {
 
 std::optional<FrameMove> FocusSession::LastMove3d() const {
     const KyfFocusComposition& session = *m_session;
-    if (session.Mode == KyfMode2DSelection || !IsLinedUp(session)) return std::nullopt;
+    if (session.Mode == KyfMode2DSelection || !LinesFramesUp(session)) return std::nullopt;
     if (session.ScopeType != 0) return FrameMove{session.Matching3D.TotalShift, 0};
     if (session.ProjectionShift == nullptr) return FrameMove{};
     return FrameMove{session.ProjectionShift->TotalX, session.ProjectionShift->TotalY};

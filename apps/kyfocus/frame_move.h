@@ -1,4 +1,4 @@
-/// How the library has moved a frame to line it up.
+/// Whether the library moves frames to line them up, and how far it has moved one.
 #ifndef KYFOCUS_APP_FRAME_MOVE_H
 #define KYFOCUS_APP_FRAME_MOVE_H
 
@@ -11,6 +11,11 @@ struct FrameMove {
     double ScaleX = 1.0;
     double ScaleY = 1.0;
 };
+
+/// Whether frames move at all. @param settings  The settings of a composition, or a session.
+template <typename Settings> bool LinesFramesUp(const Settings& settings) {
+    return settings.ScopeType == 1 || settings.ScopeType == 3 || (settings.ScopeType == 0 && settings.AutoPos != 0);
+}
 
 } // namespace app
 

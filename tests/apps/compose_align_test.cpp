@@ -1,6 +1,7 @@
 /// Compose with frames that have drifted: what --align and its companions do, refuse and tell.
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -29,9 +30,9 @@ class ComposeAlign : public testing::Test {
         fs::create_directory(Path("out"));
     }
     /// Writes a stack of one scene; its first frame is the truth.
-    void WriteStack(const std::vector<test::Step>& steps, std::int32_t format = KyiFormatBgr24) {
-        const std::vector<test::Image> frames =
-            test::DriftingStack(kWidth, kHeight, format, test::Content::CrossedLines, steps, 11);
+    void WriteStack(const std::vector<test::Step>& steps, std::int32_t format = KyiFormatBgr24,
+                    test::Content content = test::Content::CrossedLines) {
+        const std::vector<test::Image> frames = test::DriftingStack(kWidth, kHeight, format, content, steps, 11);
         for (std::size_t i = 0; i < frames.size(); ++i)
             ASSERT_TRUE(KyiSaveImageData(app::WidePath(Path("stack/" + std::to_string(i) + ".png")).c_str(),
                                          frames[i].get(), 0));
@@ -160,6 +161,57 @@ TEST_F(ComposeAlign, RefusesOptionsThatContradictEachOtherAndNamesBoth) {
     ExpectRefusal({"--areas", "--mode"}, {"--align", "auto", "--areas", "3", "--mode", "3d", "--step", "1"});
     ExpectRefusal({"--keep-border", "--align none"}, {"--keep-border", "--align", "none"});
     ExpectRefusal({"--keep-border", "--align"}, {"--keep-border"});
+}
+
+// A file's scope gives way to the line's method as long as sharpness is judged as before.
+TEST_F(ComposeAlign, JoinsTheScopeOfAParameterFileWithAMethodOfTheLine) {
+    WriteStack({{3, 0}}, KyiFormatGray8);
+    struct Join {
+        int ScopeOfFile;
+        const char* Method;
+        int Scope; // negative: refused
+    };
+    for (const Join& join :
+         {Join{1, "auto", 0}, Join{1, "none", 0}, Join{1, "lines", 1}, Join{2, "auto", -1}, Join{2, "none", 2},
+          Join{2, "lines-multi", 3}, Join{3, "auto", -1}, Join{3, "none", 2}, Join{3, "lines", 3}}) {
+        SCOPED_TRACE(std::to_string(join.ScopeOfFile) + " with " + join.Method);
+        std::ofstream(Path("p.ini")) << "[FocusCompositionSetting]\nAlgType=0\nScopeType=" << join.ScopeOfFile << "\n";
+        const Names options{"--params", Path("p.ini"), "--align", join.Method};
+        if (join.Scope >= 0) {
+            EXPECT_EQ(Summary(options).at("settings").at("scope"), join.Scope);
+            fs::remove(Out("o.png"));
+        } else {
+            ExpectRefusal({"--align auto", "ScopeType " + std::to_string(join.ScopeOfFile) + " of --params",
+                           "expected --scope 0"},
+                          options);
+        }
+    }
+    EXPECT_EQ(Summary({"--params", Path("p.ini"), "--align", "auto", "--scope", "0"}).at("settings").at("scope"), 0);
+}
+
+TEST_F(ComposeAlign, RefusesAreasThatAllLieInOnePlace) {
+    WriteStack({{3, 0}});
+    ExpectRefusal({"--area-pos", "all 2", "50,50"}, {"--align", "auto", "--area-pos", "50,50;50,50"});
+    ExpectRefusal({"all 3", "0,100"}, {"--align", "auto", "--area-pos", "0,100;0,100;0,100"});
+    std::ofstream(Path("p.ini")) << "[FocusCompositionSetting]\nAutoPos=1\nAlgType=0\nAreaPosX0=0\nAreaPosY0=0\n"
+                                    "AreaPosX1=0\nAreaPosY1=0\n";
+    ExpectRefusal({"all 2", "0,0"}, {"--params", Path("p.ini")});
+    EXPECT_EQ(Compose({"--params", Path("p.ini"), "--areas", "3"}).Status, 0);
+    EXPECT_EQ(Compose({"--params", Path("p.ini"), "--align", "lines"}).Status, 0);
+    EXPECT_EQ(Compose({"--params", Path("p.ini"), "--mode", "3d", "--step", "1", "--keep-border"}).Status, 0);
+    EXPECT_EQ(Compose({"--align", "auto", "--area-pos", "50,50;50,50;50,51"}).Status, 0);
+}
+
+TEST_F(ComposeAlign, WarnsWhereAFrameHasMovedAsFarAsAreasReach) {
+    WriteStack({{-6, 0}}, KyiFormatBgr24, test::Content::Blobs);
+    EXPECT_EQ(Compose({"--align", "auto"}).Errors.find("warning"), std::string::npos);
+    fs::remove_all(Path("stack"));
+    fs::create_directory(Path("stack"));
+    WriteStack({{-17, 0}}, KyiFormatBgr24, test::Content::Blobs);
+    const ProgramResult result = Compose({"--align", "auto"});
+    EXPECT_EQ(result.Status, 0);
+    const std::string expected = "warning: " + Path("stack/1.png") + ": --align auto has moved it by -17, 0 pixels";
+    EXPECT_NE(result.Errors.find(expected), std::string::npos) << result.Errors;
 }
 
 TEST_F(ComposeAlign, RefusesPlacesThatAreNone) {

@@ -1,5 +1,7 @@
 #include "compose_warnings.h"
 
+#include <limits>
+
 #include <gtest/gtest.h>
 
 #include "support/images.h"
@@ -53,6 +55,48 @@ TEST(SettingWarnings, TellThatThe3dModesReduceWide16BitFrames) {
     EXPECT_EQ(Warnings(options, 512, KyiFormatGray16), Lines{});
     options.Settings.AlgType = KyfAlgorithmTypeComplexProcessing;
     EXPECT_EQ(Warnings(options, 512, KyiFormatGray16).size(), 1U);
+}
+
+Lines MoveWarnings(const std::vector<app::FrameMove>& moves, int scope = 0) {
+    app::ComposeOptions options;
+    options.Settings.ScopeType = scope;
+    app::Summary summary;
+    summary.Width = 1000;
+    summary.Height = 500;
+    summary.Moves2d.emplace_back();
+    summary.Moves2d.insert(summary.Moves2d.end(), moves.begin(), moves.end());
+    for (std::size_t i = 0; i < summary.Moves2d.size(); ++i)
+        summary.Frames.emplace_back(std::to_string(i).append(".png"));
+    return app::MoveWarnings(options, summary);
+}
+
+// 1000 pixels are searched from 80 to the left to 71 to the right, 500 from 40 up to 31 down.
+TEST(MoveWarnings, TellWhereTemplateAreasReachTheirEnd) {
+    for (const app::FrameMove& near : {app::FrameMove{-69, 0}, {60, 0}, {0, -34}, {0, 25}, {60, 25}})
+        EXPECT_EQ(MoveWarnings({near}), Lines{}) << near.X << ", " << near.Y;
+    for (const app::FrameMove& far : {app::FrameMove{-70, 0}, {61, 0}, {0, -35}, {0, 26}, {-500, 0}})
+        EXPECT_EQ(MoveWarnings({far}).size(), 1u) << far.X << ", " << far.Y;
+    EXPECT_EQ(
+        MoveWarnings({{3, 4}, {-72, 5, 1.01, 1.01}, {0, -40}}),
+        Lines{"2.png (and 1 more): --align auto has moved it by -72, 5 pixels and magnified it by 1.01; it follows "
+              "up to 8 % of width and height in all and loses what drifts farther"});
+}
+
+TEST(MoveWarnings, TellOfMagnificationsThatHardlyAnyStackHas) {
+    constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    EXPECT_EQ(MoveWarnings({{0, 0, 0.96, 0.96}, {0, 0, 1.04, 1.04}}), Lines{});
+    for (const double scale : {nan, infinity, 0.0, -1.0, 0.94, 1.06})
+        EXPECT_EQ(MoveWarnings({{0, 0, scale, scale}}).size(), 1u) << scale;
+    EXPECT_EQ(MoveWarnings({{0, 0, 1.25, 1.25}}),
+              Lines{"1.png: --align auto has moved it by 0, 0 pixels and magnified it by 1.25, as hardly any stack "
+                    "does: are its areas found again? Expected --area-pos at places with detail"});
+    EXPECT_EQ(MoveWarnings({{90, 0, nan, nan}}).size(), 2u);
+}
+
+TEST(MoveWarnings, AreForTemplateAreasAlone) {
+    for (const int scope : {1, 2, 3}) EXPECT_EQ(MoveWarnings({{200, 0, 3.0, 3.0}}, scope), Lines{});
+    EXPECT_EQ(MoveWarnings({}), Lines{});
 }
 
 std::vector<double> Even(double start, double step, int count) {
