@@ -29,6 +29,11 @@ constexpr std::int32_t WrappingSum(std::int32_t a, std::int32_t b) noexcept {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));
 }
 
+/// 32-bit difference, wrapping in two's complement.
+constexpr std::int32_t WrappingDifference(std::int32_t a, std::int32_t b) noexcept {
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) - static_cast<std::uint32_t>(b));
+}
+
 } // namespace kyf
 
 #endif

@@ -72,13 +72,28 @@ KY_SIMD_CLONES void BandPassLanes(const BandPassTaps& taps, const DoubleLanes* e
     FindExtremes(banded, taps.Count, extremes);
 }
 
+namespace {
+
+constexpr double kLeastInteger = std::numeric_limits<std::int32_t>::min();
+
+KY_ALWAYS_INLINE void TakeTruncatable(const DoubleLanes& values, DoubleLanes& taken) {
+    const DoubleLanes zero{};
+    taken = zero + kLeastInteger;
+    PutWhere((values > zero + (kLeastInteger - 1.0)) & (values < zero - kLeastInteger), values, taken);
+}
+
+} // namespace
+
 KY_SIMD_CLONES void FindRange(const DoubleLanes* columns, std::int32_t count, DoubleLanes& lowest,
                               DoubleLanes& highest) {
-    DoubleLanes low = columns[0];
-    DoubleLanes high = columns[0];
+    DoubleLanes low;
+    TakeTruncatable(columns[0], low);
+    DoubleLanes high = low;
     for (std::int32_t i = 1; i < count; ++i) {
-        PutWhere(columns[i] < low, columns[i], low);
-        PutWhere(columns[i] > high, columns[i], high);
+        DoubleLanes values;
+        TakeTruncatable(columns[i], values);
+        PutWhere(values < low, values, low);
+        PutWhere(values > high, values, high);
     }
     lowest = low;
     highest = high;

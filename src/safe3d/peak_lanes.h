@@ -41,7 +41,8 @@ struct LaneExtremes {
 /// Short less long average, no less than 0, and its extremes. @param edge  With Reach() copies on either side.
 void BandPassLanes(const BandPassTaps& taps, const DoubleLanes* edge, DoubleLanes* banded, LaneExtremes& extremes);
 
-/// Lowest and highest value of each lane.
+/// Lowest and highest value of each lane. A value that no 32-bit integer holds once truncated counts as the smallest of
+/// them, so that the ends truncated are the ends of the truncated values.
 void FindRange(const DoubleLanes* columns, std::int32_t count, DoubleLanes& lowest, DoubleLanes& highest);
 
 } // namespace kyf

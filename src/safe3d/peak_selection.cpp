@@ -239,7 +239,8 @@ class RowSelector {
     bool IsGlare(std::int32_t pixel, double frame, double amplitude) {
         const std::int32_t block = pixel / kDoubleLanes;
         const int lane = pixel % kDoubleLanes;
-        const std::int32_t range = TruncateToInt32(m_highest[block][lane]) - TruncateToInt32(m_lowest[block][lane]);
+        const std::int32_t range =
+            WrappingDifference(TruncateToInt32(m_highest[block][lane]), TruncateToInt32(m_lowest[block][lane]));
         if (range <= m_settings.KidoRangeLimit) return false;
         return amplitude <= kLeastFitted || m_selector.IsSteep(m_kido.Block(block), lane, frame);
     }

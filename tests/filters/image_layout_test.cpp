@@ -130,6 +130,7 @@ TEST(WrappingProduct, KeepsTheLowBits) {
     EXPECT_EQ(0, kyf::WrappingProduct(65536, 65536));
     EXPECT_EQ(std::numeric_limits<std::int32_t>::min(), kyf::WrappingProduct(65536, 32768));
     EXPECT_EQ(std::numeric_limits<std::int32_t>::min(), kyf::WrappingSum(2147483647, 1));
+    EXPECT_EQ(-1, kyf::WrappingDifference(2147483647, std::numeric_limits<std::int32_t>::min()));
 }
 
 } // namespace

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "filters/numbers.h"
 #include "reference/gaussian_fit.h"
 #include "reference/height_repair.h"
 #include "reference/peak_search.h"
@@ -47,8 +48,8 @@ inline PixelSelection SelectPixel(const Column& e, const Column& k, const Select
     int kmax = INT_MIN;
     int kmin = INT_MAX;
     for (const double value : k) {
-        kmax = std::max(kmax, static_cast<int>(value));
-        kmin = std::min(kmin, static_cast<int>(value));
+        kmax = std::max(kmax, kyf::TruncateToInt32(value));
+        kmin = std::min(kmin, kyf::TruncateToInt32(value));
     }
     const PeakSearch search =
         SearchPeak(e, 0.2, 0.6, ThresholdOf(settings.Sensitivity), settings.Adoption, ascending, peak);
@@ -70,7 +71,7 @@ inline PixelSelection SelectPixel(const Column& e, const Column& k, const Select
             pixel = {std::clamp(fit.Estimate[2], 0.0, static_cast<double>(n - 1)), 0, pixel.UsedStalePeak};
     }
     const double c = settings.HalationMeasures != 0 ? 0.8 : 0.99;
-    if (kmax - kmin > (settings.HalationMeasures != 0 ? 10 : 255) &&
+    if (kyf::WrappingDifference(kmax, kmin) > (settings.HalationMeasures != 0 ? 10 : 255) &&
         (amplitude <= 50.0 || ks[static_cast<std::size_t>(static_cast<int>(pixel.Frame))] > c * 255))
         pixel.Mask = 255;
     return pixel;

@@ -1,6 +1,8 @@
 #include "safe3d/peak_lanes.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstdint>
 #include <limits>
 #include <string>
 #include <vector>
@@ -83,6 +85,27 @@ TEST(FindRange, TakesTheEndsOfEveryLane) {
             EXPECT_EQ(*high, highest[lane]);
         }
     }
+}
+
+TEST(FindRange, CountsWhatNoIntegerHoldsAsTheSmallest) {
+    constexpr double kLeast = std::numeric_limits<std::int32_t>::min();
+    for (const double value : {2147483648.0, 1e300, -2147483649.0, -1e300, std::nan("")}) {
+        for (const std::size_t at : {0U, 1U, 2U}) {
+            kyf::DoubleLanes column[3] = {kyf::DoubleLanes{} + 7.0, kyf::DoubleLanes{} + 7.0, kyf::DoubleLanes{} + 7.0};
+            column[at] = kyf::DoubleLanes{} + value;
+            kyf::DoubleLanes lowest{};
+            kyf::DoubleLanes highest{};
+            kyf::FindRange(column, 3, lowest, highest);
+            EXPECT_EQ(lowest[5], kLeast) << value << " at " << at;
+            EXPECT_EQ(highest[5], 7.0) << value << " at " << at;
+        }
+    }
+    const kyf::DoubleLanes ends[2] = {kyf::DoubleLanes{} + 2147483647.9, kyf::DoubleLanes{} - 2147483648.9};
+    kyf::DoubleLanes lowest{};
+    kyf::DoubleLanes highest{};
+    kyf::FindRange(ends, 2, lowest, highest);
+    EXPECT_EQ(lowest[0], -2147483648.9);
+    EXPECT_EQ(highest[0], 2147483647.9);
 }
 
 } // namespace

@@ -129,6 +129,36 @@ TEST_P(SelectPeaks, EqualsThePlainFormWhateverTheThreads) {
 INSTANTIATE_TEST_SUITE_P(Frames, SelectPeaks,
                          testing::Values(1, 2, 3, 4, 5, 7, 8, 9, 13, 16, 17, 20, 30, 45, 50, 75, 300));
 
+// Brightness from end to end of the integers: the difference wraps to a small one, and the peak stays.
+TEST(SelectPeaksOfAWildStack, WrapsTheRangeOfTheBrightness) {
+    const MapShape shape{8, 1};
+    for (const double bright : {2147483647.0, 1e300}) {
+        std::vector<kyf::DoubleImagePtr> images;
+        std::vector<KyfImageData*> edge;
+        std::vector<KyfImageData*> kido;
+        for (int i = 0; i < 10; ++i) {
+            images.push_back(test::NewDoubles(shape, std::vector<double>(8, i == 0 ? 200.0 : 0.0)));
+            edge.push_back(images.back().get());
+            images.push_back(test::NewDoubles(shape, std::vector<double>(8, i == 4   ? bright
+                                                                            : i == 5 ? -2147483648.0
+                                                                                     : 0.0)));
+            kido.push_back(images.back().get());
+        }
+        std::vector<double> heights(10);
+        KyfFocusComposition session{};
+        session.EdgeFrames = edge.data();
+        session.KidoFrames = kido.data();
+        session.HeightList = heights.data();
+        session.FocusingValueDetectionSensitivity = 10;
+        session.State3D.FrameCount = 10;
+        const kyf::DoubleImagePtr frameMap(kyf::AllocDoubleImage(shape.Width, shape.Height));
+        const test::Image mask(KyiAllocMaskImageData(shape.Width, shape.Height));
+        kyf::SelectPeaks(session, *frameMap, *mask, 0);
+        EXPECT_EQ(std::vector<std::int32_t>(8, 0), test::ToPlanes(*mask)) << bright;
+        EXPECT_EQ(std::vector<double>(8, 0.0), test::ToList(*frameMap)) << bright;
+    }
+}
+
 TEST(SelectPeaksOfAnEmptyStack, TakesThePeakBeforeTheFirstPixelAs0) {
     const MapShape shape{70, 3};
     const kyf::DoubleImagePtr zeros = test::NewDoubles(shape, std::vector<double>(test::CountOf(shape)));
