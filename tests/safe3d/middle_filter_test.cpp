@@ -1,5 +1,6 @@
 #include "safe3d/middle_filter.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -159,6 +160,20 @@ TEST(RepeatMiddleFilter, TracesPassesThatItNeedNotCompute) {
                                         std::string("End processing by CPU."), "End " + title})
             expected.push_back(line);
     EXPECT_EQ(expected, lines.Get());
+}
+
+TEST(RepeatMiddleFilter, AsksTheBackEndsInPassesThatItNeedNotCompute) {
+    const MapShape shape{20, 20};
+    const auto linesOf = [&](bool together) {
+        kyf::SetIsDisableGpu(1); // each question then leaves lines of its own
+        const test::TraceLines lines;
+        RunPasses(shape, test::RandomSamples(400, 7, 7, 1), std::vector<std::int32_t>(400), 4, together);
+        return lines.GetAll();
+    };
+    const std::vector<std::string> computed = linesOf(/*together=*/false);
+    EXPECT_EQ(std::count(computed.begin(), computed.end(), "IsDisableGPU == true") % 4, 0);
+    EXPECT_GE(std::count(computed.begin(), computed.end(), "IsDisableGPU == true"), 4);
+    EXPECT_EQ(computed, linesOf(/*together=*/true));
 }
 
 } // namespace

@@ -26,13 +26,18 @@ class TraceLines {
     TraceLines(const TraceLines&) = delete;
     TraceLines& operator=(const TraceLines&) = delete;
 
+    std::vector<std::string> GetAll() const {
+        std::vector<std::string> lines;
+        std::ifstream log(m_folder.Path() / "kyimaging.log");
+        for (std::string line; std::getline(log, line);) lines.push_back(line.substr(line.find(") ") + 2));
+        return lines;
+    }
+
     // What the back ends' own objects trace, between their Begin and End, is left out.
     std::vector<std::string> Get() const {
         std::vector<std::string> lines;
-        std::ifstream log(m_folder.Path() / "kyimaging.log");
         int depth = 0;
-        for (std::string line; std::getline(log, line);) {
-            line = line.substr(line.find(") ") + 2);
+        for (const std::string& line : GetAll()) {
             const bool isBegin = line.starts_with("Begin CCudaAPI::") || line.starts_with("Begin COpenCL");
             const bool isEnd = line.starts_with("End CCudaAPI::") || line.starts_with("End COpenCL");
             if (isBegin) ++depth;
