@@ -222,8 +222,12 @@ TEST_F(AddFrame, SetsTheFiltersAtTheFirstFrame) {
     ASSERT_EQ(Add(*session, *Frame(1)), KyfResultOk);
     EXPECT_EQ(session->BlurFilterSize, 3);
     EXPECT_EQ(std::vector<double>(session->BlurFilterX, session->BlurFilterX + 4), (std::vector{0.25, 0.5, 0.25, 0.0}));
+    EXPECT_EQ(std::vector<double>(session->BlurFilterY, session->BlurFilterY + 4), (std::vector{0.25, 0.5, 0.25, 0.0}));
     EXPECT_EQ(session->SobelFilterSize, 3);
-    EXPECT_EQ(std::vector<double>(session->SobelFilterD, session->SobelFilterD + 3), (std::vector{-1.0, -2.0, -1.0}));
+    for (const double* const smooth : {session->SobelFilterA, session->SobelFilterD})
+        EXPECT_EQ(std::vector<double>(smooth, smooth + 4), (std::vector{-1.0, -2.0, -1.0, 0.0}));
+    for (const double* const slope : {session->SobelFilterB, session->SobelFilterC})
+        EXPECT_EQ(std::vector<double>(slope, slope + 4), (std::vector{1.0, 0.0, -1.0, 0.0}));
 }
 
 TEST_F(AddFrame, GrowsItsTablesBy256AndKeepsTheEntries) {

@@ -112,6 +112,28 @@ TEST_F(MakeReports, CompleteTheNodesOfTheDriver) {
     EXPECT_NE(progress.Root()->SubList[1]->Completed, 0);
 }
 
+TEST_F(MakeReports, LeaveTheSecondNodeOpenWhenThereIsNothingToCut) {
+    const test::Session session = Stack();
+    const test::ProgressReports progress;
+    EXPECT_EQ(kyf::Kyf3DSafeMakeCompImage(session.get(), {5, 6, 5, 20}, 0, progress.Root()), KyfResultFailAlloc);
+    EXPECT_NE(progress.Root()->SubList[0]->Completed, 0);
+    EXPECT_EQ(progress.Root()->SubList[1]->Completed, 0);
+    EXPECT_EQ(progress.Root()->Completed, 0);
+}
+
+TEST_F(MakeReports, CompleteTheSecondNodeWhenTheHeightsCannotBeSmoothed) {
+    const test::Session session = test::StartStack({}, m_folder.Path());
+    for (int i = 0; i < kFrames; ++i) { // without heights
+        const test::Image frame = test::ReliefFrame(kWidth, kHeight, KyiFormatGray8, i, kFrames, 1);
+        ASSERT_EQ(KyfFocusAddImage(session.get(), frame.get(), 0, nullptr), KyfResultOk);
+    }
+    const test::ProgressReports progress;
+    EXPECT_EQ(kyf::Kyf3DSafeMakeCompImage(session.get(), {0, 0, kWidth, kHeight}, 0, progress.Root()),
+              KyfResultFailAlloc);
+    EXPECT_NE(progress.Root()->SubList[1]->Completed, 0);
+    EXPECT_NE(progress.Root()->Completed, 0);
+}
+
 TEST_F(MakeReports, CompleteTheNodeOfACompositeThatWasBrokenOff) {
     const test::Session session = Stack();
     Lose(3);
