@@ -2,7 +2,8 @@
  * The composition session: a focus stack goes in frame by frame, an all-in-focus image and heights come out.
  *
  * Life: KyfAllocFocusComposition, KyfFocusInitialize, one start call, an add call a frame, KyfFocusMakeCompImage,
- * getters, KyfFreeFocusComposition. A session is used by one thread at a time; all work is done inside the calls.
+ * getters, KyfFreeFocusComposition. A session is used by one thread at a time; all work is done inside the calls. Adds
+ * and makes of two sessions in modes 1 and 2 may overlap only where all sessions of the process have DisableGPU.
  * Out of memory surfaces as std::bad_alloc where no result code is told: in KyfFocusInitialize, the adds and the make.
  */
 #ifndef KYFOCUS_SESSION_H
@@ -183,7 +184,8 @@ KYF_API KyfResult KyfFocusAddImageFileWidthHeight(KyfFocusComposition* session, 
  *          In the 3D modes 1 does not mean complete: a temporary bitmap lost since its add breaks the composite of
  *          mode 1 off before that frame, with all heights; out of memory among the heights leaves them all at 0,
  *          with that composite as far as it had come. The trace tells of both, and docs/embedding.md how else to
- *          find out. */
+ *          find out. On a graphics processor that fails adds and the make give 1 too, with flat heights; with CUDA
+ *          not even the trace tells. */
 KYF_API KyfResult KyfFocusMakeCompImage(KyfFocusComposition* session, KyiBool parallel, KyfProgress* progress);
 
 /* ---- the composed image: of the 3D pipeline in mode 1, of the 2D pipeline otherwise ----------------------------- */

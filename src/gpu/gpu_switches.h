@@ -9,8 +9,9 @@
 
 namespace kyf {
 
-/// The IsDisableGPU flag of each back end, process wide: every 3D add and make writes both, so that sessions with
-/// unlike settings in two threads disturb each other's choice, and nothing else.
+/// The IsDisableGPU flag of each back end, process wide: every 3D add and make writes both. Sessions with unlike
+/// settings in two threads disturb each other's choice, so that work goes to a back end that a session has switched
+/// off, where nothing keeps two threads apart; and CUDA's context belongs to one thread.
 extern std::atomic<std::int32_t> g_isDisableGpuCuda;
 extern std::atomic<std::int32_t> g_isDisableGpuOpenCl;
 
