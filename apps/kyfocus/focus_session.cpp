@@ -3,6 +3,7 @@
 #include <string>
 
 #include "errors.h"
+#include "interruption.h"
 
 namespace app {
 namespace {
@@ -47,8 +48,12 @@ FocusSession::FocusSession(const KyfFocusCompositionParameter& settings, bool pa
 void FocusSession::Add(KyiImageData& frame, std::optional<double> height, const PercentCallback& onPercent) {
     const Progress progress = NewProgress(onPercent);
     KyfFocusComposition* const session = m_session.get();
-    const KyfResult result = height ? KyfFocusAddImageWithHeight(session, &frame, *height, m_isParallel, progress.get())
-                                    : KyfFocusAddImage(session, &frame, m_isParallel, progress.get());
+    KyfResult result = KyfResultInvalidParameter;
+    // The library makes its folder anew when it finds it gone: an interruption must not fall into an add.
+    WithoutInterruption([&] {
+        result = height ? KyfFocusAddImageWithHeight(session, &frame, *height, m_isParallel, progress.get())
+                        : KyfFocusAddImage(session, &frame, m_isParallel, progress.get());
+    });
     if (result == KyfResultFailFile)
         throw Failure("frame not added: it cannot be kept in " + DisplayPath(m_temporaryFolder.parent_path()) +
                       (*KyiGetLastFileError() != '\0' ? std::string(": ") + KyiGetLastFileError() : "") +
