@@ -11,6 +11,7 @@
 #include <optional>
 #include <string_view>
 
+#include <fcntl.h>
 #include <kyfocus/setting_persister.h>
 #include <unistd.h>
 
@@ -146,7 +147,7 @@ void RequireWritable(const fs::path& file) {
     std::error_code error;
     if (!fs::exists(file, error)) return;
     Open(file);
-    if (access(file.c_str(), W_OK) != 0)
+    if (faccessat(AT_FDCWD, file.c_str(), W_OK, AT_EACCESS) != 0) // as the library asks
         throw Failure(DisplayPath(file) + ": parameters cannot be written: " + std::strerror(errno));
 }
 
