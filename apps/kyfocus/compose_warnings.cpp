@@ -156,6 +156,9 @@ std::vector<std::string> SettingWarnings(const ComposeOptions& options, const Ky
         warnings.emplace_back(
             "--gpu judges single bytes of 16-bit frames, and finds nothing in focus with --scope 2 and "
             "3, which spoils the result, expected --gpu auto or --no-gpu");
+    if (isGpuAsked && IsJudgedByBlue(options, frame))
+        warnings.emplace_back("--gpu judges colour by its blue alone in one thread, expected --gpu auto, --no-gpu or "
+                              "--threads 1 in the place of --no-parallel");
     if (mode != KyfAlgorithmType3DSafe)
         WarnOfCutoff("--comp-size", options.Settings.CompSize, WorkingWidth(options, frame.Width), warnings);
     if (mode == KyfAlgorithmType2DSelection && options.WantsHeights())

@@ -1,5 +1,7 @@
 #include "gpu_options.h"
 
+#include <omp.h>
+
 #include "compose_options.h"
 #include "errors.h"
 #include "gpu_probe.h"
@@ -25,9 +27,10 @@ void AddGpuOptions(CLI::App& command, ComposeOptions& options, const std::string
         command, "--gpu", {{"auto", GpuChoice::Auto}, {"cuda", GpuChoice::Cuda}, {"opencl", GpuChoice::OpenCl}},
         [&options](const GpuChoice& choice) { options.Gpu = choice; },
         "Graphics processor of modes 3d and complex. auto takes CUDA where it is available, else OpenCL, else the "
-        "processor; frames that a graphics processor would spoil (16 bits, --scope 2 and 3) stay on the processor. "
-        "cuda and opencl end with an error where theirs is not available; opencl also where CUDA is, since that comes "
-        "first. Heights differ a little between them. kyfocus devices tells what there is. Default auto.")
+        "processor; frames that a graphics processor would spoil (16 bits, --scope 2 and 3, colour with --no-parallel) "
+        "stay on the processor. cuda and opencl end with an error where theirs is not available; opencl also where "
+        "CUDA is, since that comes first. Heights differ for frames of four bytes a pixel, and the image of mode 3d "
+        "with --plane bottom and top on CUDA. kyfocus devices tells what there is. Default auto.")
         ->option_text("NAME")
         ->group(group);
     command.add_flag("--no-gpu", options.NoGpu, "Compute on the processor alone.")->group(group);
@@ -59,9 +62,15 @@ bool SpoilsOnGpu(const KyfFocusCompositionParameter& settings, const KyiImageDat
     return KyiGetMaxVal(frame.Format) > UINT8_MAX || settings.ScopeType == 2 || settings.ScopeType == 3;
 }
 
+bool IsJudgedByBlue(const ComposeOptions& options, const KyiImageData& frame) {
+    const bool isInOneThread = options.NoParallel || omp_get_num_procs() < 2;
+    return isInOneThread && KyiIsFormatBgr(frame.Format) != 0;
+}
+
 KyfFocusCompositionParameter SessionSettings(const ComposeOptions& options, const KyiImageData& frame) {
     KyfFocusCompositionParameter settings = options.Settings;
-    if (options.Gpu == GpuChoice::Auto && SpoilsOnGpu(settings, frame)) settings.DisableGPU = 1;
+    const bool isSpoilt = SpoilsOnGpu(settings, frame) || IsJudgedByBlue(options, frame);
+    if (options.Gpu == GpuChoice::Auto && isSpoilt) settings.DisableGPU = 1;
     return settings;
 }
 

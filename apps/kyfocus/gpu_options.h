@@ -29,6 +29,10 @@ void RequireGpu(const ComposeOptions& options);
 /// bytes of 16-bit samples, and finds no sharpness in brightness.
 bool SpoilsOnGpu(const KyfFocusCompositionParameter& settings, const KyiImageData& frame);
 
+/// Whether a graphics processor judges frames like this one by their blue, the processor by their green: colour that is
+/// reduced in one thread.
+bool IsJudgedByBlue(const ComposeOptions& options, const KyiImageData& frame);
+
 /// The settings of a session for frames like this one.
 KyfFocusCompositionParameter SessionSettings(const ComposeOptions& options, const KyiImageData& frame);
 

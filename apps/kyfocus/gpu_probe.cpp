@@ -48,6 +48,9 @@ class TraceListener {
     std::optional<TemporaryFolder> m_folder;
 };
 
+constexpr const char* kLacksDoubles = "cl_khr_fp64 is not supported on this device.";
+constexpr const char* kCannotCompile = "the kernels cannot be compiled for the device";
+
 struct Trouble {
     const char* Mark; // part of a line that stands for it
     const char* Reason;
@@ -66,7 +69,7 @@ constexpr std::array kTroubles{
     Trouble{"process_image_file_name ) ", "the kernels are missing or do not fit device 0: ", true},
     Trouble{"num_platforms == 0", "no platform is installed", false},
     Trouble{"param_value_size == 0", "the first platform has no graphics processor", false},
-    Trouble{"OpenCL: m_program = nullptr", "the kernels cannot be compiled for the device", false}};
+    Trouble{"OpenCL: m_program = nullptr", kCannotCompile, false}};
 
 std::optional<std::string> TroubleOf(const std::string& line) {
     for (const Trouble& trouble : kTroubles) {
@@ -95,14 +98,20 @@ BackEnd ProbeOpenCl() { return Probe("OpenCL", KyfGetEnableGpuOpenCl); }
 
 std::string ReasonOf(const std::vector<std::string>& traceLines) {
     std::string reason = "the library does not tell why";
-    for (const std::string& line : traceLines)
+    bool lacksDoubles = false;
+    for (const std::string& line : traceLines) {
         if (const std::optional<std::string> trouble = TroubleOf(line)) reason = *trouble;
-    return reason;
+        lacksDoubles = lacksDoubles || line == kLacksDoubles;
+    }
+    const bool isAskedForDoubles = reason == kCannotCompile;
+    return reason +
+           (lacksDoubles && isAskedForDoubles ? ", they need doubles (cl_khr_fp64), which a device lacks" : "");
 }
 
 std::vector<std::string> DetailsOf(const std::vector<std::string>& traceLines) {
     std::vector<std::string> details;
     for (const std::string& line : traceLines) {
+        if (line == kLacksDoubles) details.push_back("    " + line); // told behind the device that it is about
         const bool isPlatform = line.starts_with("Platform ");
         if ((!isPlatform && !line.starts_with("  ")) || line.find("  Extensions: ") != std::string::npos) continue;
         details.push_back(line);

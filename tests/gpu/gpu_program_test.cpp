@@ -140,7 +140,7 @@ TEST_F(ComposeOnGpu, RefusesOptionsThatContradictEachOther) {
 }
 
 // Heights tell the two apart: without threads CUDA judges colour by blue, the processor by green.
-TEST_F(ComposeOnGpu, TakesCudaByItselfAndByItsName) {
+TEST_F(ComposeOnGpu, TakesCudaByItsName) {
     Synthesise({});
     const Names mode{"--mode", "3d", "--no-parallel"};
     const auto with = [&](Names more) {
@@ -150,14 +150,33 @@ TEST_F(ComposeOnGpu, TakesCudaByItselfAndByItsName) {
     {
         const Machine machine(kFakeDriver);
         EXPECT_EQ(Compose("auto", with({})).Status, 0);
-        EXPECT_EQ(Compose("cuda", with({"--gpu", "cuda"})).Status, 0);
+        const ProgramResult cuda = Compose("cuda", with({"--gpu", "cuda"}));
+        EXPECT_EQ(cuda.Status, 0);
+        EXPECT_TRUE(Has(cuda.Errors, "warning: --gpu judges colour by its blue alone")) << cuda.Errors;
         EXPECT_EQ(Compose("none", with({"--no-gpu"})).Status, 0);
     }
     const Machine machine(kNoDriver);
     EXPECT_EQ(Compose("processor", with({})).Status, 0);
-    EXPECT_TRUE(HaveSameHeights("auto", "cuda"));
     EXPECT_TRUE(HaveSameHeights("none", "processor"));
-    EXPECT_FALSE(HaveSameHeights("auto", "none"));
+    EXPECT_FALSE(HaveSameHeights("cuda", "none"));
+    EXPECT_TRUE(HaveSameHeights("auto", "none")) << "colour in one thread stays on the processor";
+}
+
+// Images tell the two apart: where a plane fills holes, the median that follows goes by a mask of its own on CUDA.
+TEST_F(ComposeOnGpu, TakesCudaByItself) {
+    Synthesise({});
+    const Names mode{"--mode", "3d", "--plane", "bottom"};
+    const auto with = [&](Names more) {
+        more.insert(more.end(), mode.begin(), mode.end());
+        return more;
+    };
+    const Machine machine(kFakeDriver);
+    EXPECT_EQ(Compose("auto", with({})).Status, 0);
+    EXPECT_EQ(Compose("cuda", with({"--gpu", "cuda"})).Status, 0);
+    EXPECT_EQ(Compose("none", with({"--no-gpu"})).Status, 0);
+    EXPECT_TRUE(HaveSameHeights("auto", "none"));
+    EXPECT_EQ(ReadBytes(Path("auto.png")), ReadBytes(Path("cuda.png")));
+    EXPECT_NE(ReadBytes(Path("auto.png")), ReadBytes(Path("none.png")));
 }
 
 TEST_F(ComposeOnGpu, LeavesFramesToTheProcessorThatAGpuWouldSpoil) {
@@ -184,6 +203,15 @@ TEST(GpuProbe, TakesTheLastTroubleForTheReason) {
     EXPECT_EQ(app::ReasonOf({"Failed:  this->cuCtxCreate( &this->m_cuda_context, 0, cuda_device )"}),
               "device 0 cannot be opened");
     EXPECT_EQ(app::ReasonOf({}), "the library does not tell why");
+}
+
+TEST(GpuProbe, KeepsThatADeviceLacksDoubles) {
+    const std::string lack = "cl_khr_fp64 is not supported on this device.";
+    EXPECT_EQ(app::ReasonOf({lack, "err = -11", "OpenCL: m_program = nullptr"}),
+              "the kernels cannot be compiled for the device, they need doubles (cl_khr_fp64), which a device lacks");
+    EXPECT_EQ(app::ReasonOf({lack, "param_value_size == 0"}), "the first platform has no graphics processor");
+    EXPECT_EQ(app::DetailsOf({"Platform 0:", "  Device 0:", "    Extensions: a", lack, "  Device 1:"}),
+              Names({"Platform 0:", "  Device 0:", "    " + lack, "  Device 1:"}));
 }
 
 TEST(GpuProbe, AnswersWithoutAFolderForTheReasons) {
@@ -219,6 +247,17 @@ TEST(GpuOptions, KnowWhatAGpuSpoils) {
     for (const std::int32_t scope : {0, 1, 2, 3}) {
         settings.ScopeType = scope;
         EXPECT_EQ(app::SpoilsOnGpu(settings, *gray), scope >= 2) << scope;
+    }
+}
+
+TEST(GpuOptions, LeaveColourInOneThreadToTheProcessor) {
+    for (const std::int32_t format : {KyiFormatGray8, KyiFormatBgr24, KyiFormatBgr32}) {
+        const test::Image frame = test::RandomImage(2, 2, format, 1);
+        app::ComposeOptions options;
+        options.NoParallel = true;
+        EXPECT_EQ(app::SessionSettings(options, *frame).DisableGPU, format == KyiFormatGray8 ? 0 : 1) << format;
+        options.Gpu = app::GpuChoice::Cuda;
+        EXPECT_EQ(app::SessionSettings(options, *frame).DisableGPU, 0) << format;
     }
 }
 
