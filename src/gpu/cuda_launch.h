@@ -18,7 +18,7 @@ class CudaMemory {
     CudaMemory(const CCudaAPI& api, std::size_t bytes) : m_api(&api) { api.AllocMemory(&m_address, bytes); }
     /// Holds a copy of host memory, or nothing where that fails.
     CudaMemory(const CCudaAPI& api, const void* from, std::size_t bytes) : CudaMemory(api, bytes) {
-        if (api.CopyToDevice(m_address, from, bytes) != 0) Free();
+        Fill(from, bytes);
     }
     CudaMemory(CudaMemory&& other) noexcept
         : m_api(std::exchange(other.m_api, nullptr)), m_address(std::exchange(other.m_address, 0)) {}
@@ -30,6 +30,11 @@ class CudaMemory {
     ~CudaMemory() { Free(); }
 
     CUdeviceptr Address() const { return m_address; }
+
+    /// Copies host memory into a block that has been asked for; the block is given up where that fails.
+    void Fill(const void* from, std::size_t bytes) {
+        if (m_api->CopyToDevice(m_address, from, bytes) != 0) Free();
+    }
 
   private:
     void Free() {

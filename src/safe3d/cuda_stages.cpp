@@ -48,13 +48,14 @@ class CudaStages final : public FrameStages {
     const wchar_t* BeginLine() const override { return L"Begin processing by CUDA."; }
 
     void Reduce() override {
+        d_reduced = CudaMemory(m_api, m_area * kPackedBytes);
         if (UseParallelProcess(&m_frame, m_parallel)) {
             ReduceOnDevice();
             return;
         }
         ReduceImage(&m_frame, m_reduced.get(), m_parallel);
         const std::vector<std::uint8_t> packed = PackFirstBytes(*m_reduced, m_parallel);
-        d_reduced = CudaMemory(m_api, packed.data(), packed.size());
+        d_reduced.Fill(packed.data(), packed.size());
     }
 
     void TakeChannel() override {
@@ -121,7 +122,6 @@ class CudaStages final : public FrameStages {
         const DeviceReduction to = ReductionTo(m_frame, m_width, m_height);
         const ReductionDownAve reduction(m_api, "reduction_down_ave");
         const std::vector<std::uint8_t> packed = PackFrame(m_frame, m_parallel);
-        d_reduced = CudaMemory(m_api, m_area * kPackedBytes);
         d_source = CudaMemory(m_api, packed.data(), packed.size());
         Note(reduction.Run(m_width, m_height, d_reduced.Address(), d_source.Address(), m_height, m_width,
                            m_frame.Height, m_frame.Width, to.XRatio, to.YRatio, to.XStep, to.YStep));

@@ -10,6 +10,7 @@
 #include "gpu/gpu_frames.h"
 #include "gpu/gpu_switches.h"
 #include "gpu/trace_lines.h"
+#include "safe3d/progress_reports.h"
 #include "safe3d/safe3d.h"
 #include "safe3d/threads.h"
 
@@ -155,13 +156,45 @@ TEST_F(CudaStages, LaunchTheKernelsInTheOrderOfTheStages) {
     EXPECT_EQ(m_driver->Kernels, Lines({"copy_green", "copy_green", "copy_green", "total_data"}));
 }
 
+TEST_F(CudaStages, AskForTheReducedFrameBeforeTheKernel) {
+    const test::Image frame = test::RandomImage(20, 10, KyiFormatGray8, 1);
+    m_driver.Forget(); // the first test of a process has the driver opened
+    AddOne(*frame, 0, 1);
+    const std::string alloc = "cuMemAlloc_v2";
+    const std::string kernel = "cuModuleGetFunction";
+    const std::string copy = "cuMemcpyHtoD_v2_ptds";
+    const std::string launch = "cuLaunchKernel";
+    ASSERT_GT(m_driver->Calls.size(), 6u);
+    EXPECT_EQ(Lines(m_driver->Calls.begin(), m_driver->Calls.begin() + 6),
+              Lines({alloc, kernel, alloc, copy, launch, kernel}));
+    m_driver.Forget();
+    AddOne(*frame, 0, 0);
+    EXPECT_EQ(Lines(m_driver->Calls.begin(), m_driver->Calls.begin() + 4), Lines({alloc, copy, kernel, alloc}));
+}
+
+TEST_F(CudaStages, ReportAllStepsButNoPassesOfTheBlur) {
+    const test::Image frame = test::RandomImage(20, 10, KyiFormatGray8, 1);
+    const auto reportsOf = [&](std::int32_t disableGpu) {
+        const test::Session session = Start(0, 2, disableGpu);
+        const test::ProgressReports progress;
+        EXPECT_EQ(KyfFocusAddImage(session.get(), frame.get(), 1, progress.Root()), KyfResultOk);
+        EXPECT_NE(progress.Root()->Completed, 0);
+        EXPECT_EQ(progress.Root()->Percent, 100);
+        return progress.Lines();
+    };
+    Lines onProcessor = reportsOf(1);
+    const auto isOfBlur = [](const std::string& line) { return line.starts_with("/2/"); };
+    EXPECT_EQ(std::erase_if(onProcessor, isOfBlur), 3u);
+    EXPECT_EQ(reportsOf(0), onProcessor);
+}
+
 TEST_F(CudaStages, TraceTheirPath) {
     const test::Image frame = test::RandomImage(20, 10, KyiFormatGray8, 1);
     const test::TraceLines lines;
     AddOne(*frame, 0, 0);
-    for (const char* const line :
-         {"IsDisableGPU = false", "isEnableCuda = true", "isEnableOpenCl = false", "Begin processing by CUDA."})
-        EXPECT_TRUE(lines.Has(line)) << line;
+    EXPECT_TRUE(test::HasInOrder(lines.Get(), {"IsDisableGPU = false", "isEnableCuda = true", "isEnableOpenCl = false",
+                                               "Begin 1st process.", "Begin processing by CUDA.", "Begin 2nd process.",
+                                               "Creating edge strength data"}));
     EXPECT_FALSE(lines.Has("OpenCL is not initialized."));
     EXPECT_FALSE(lines.Has("Begin processing by CPU."));
 }

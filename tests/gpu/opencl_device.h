@@ -3,7 +3,6 @@
 #ifndef KYFOCUS_TESTS_GPU_OPENCL_DEVICE_H
 #define KYFOCUS_TESTS_GPU_OPENCL_DEVICE_H
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -33,23 +32,6 @@ class OpenClTest : public testing::Test {
     static OpenClDouble& Double() { return OpenClDouble::Get(); }
     static void Fail(const std::string& name, int call, cl_int error) { Double().Failure = {name, call, error}; }
 };
-
-/// Whether `lines` hold `expected` in this order, with others between.
-inline testing::AssertionResult HasInOrder(const std::vector<std::string>& lines,
-                                           const std::vector<std::string>& expected) {
-    auto at = lines.begin();
-    for (const std::string& line : expected) {
-        at = std::find(at, lines.end(), line);
-        if (at == lines.end())
-            return testing::AssertionFailure() << "no \"" << line << "\" there in " << testing::PrintToString(lines);
-        ++at;
-    }
-    return testing::AssertionSuccess();
-}
-
-inline auto CountLines(const std::vector<std::string>& lines, const std::string& text) {
-    return std::count(lines.begin(), lines.end(), text);
-}
 
 } // namespace test
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include <gtest/gtest.h>
 #include <kyimaging/kyimaging.h>
 
 #include "support/case_files.h"
@@ -41,6 +42,23 @@ class TraceLines {
   private:
     TemporaryFolder m_folder;
 };
+
+/// Whether `lines` hold `expected` in this order, with others between.
+inline testing::AssertionResult HasInOrder(const std::vector<std::string>& lines,
+                                           const std::vector<std::string>& expected) {
+    auto at = lines.begin();
+    for (const std::string& line : expected) {
+        at = std::find(at, lines.end(), line);
+        if (at == lines.end())
+            return testing::AssertionFailure() << "no \"" << line << "\" there in " << testing::PrintToString(lines);
+        ++at;
+    }
+    return testing::AssertionSuccess();
+}
+
+inline auto CountLines(const std::vector<std::string>& lines, const std::string& text) {
+    return std::count(lines.begin(), lines.end(), text);
+}
 
 } // namespace test
 
