@@ -28,6 +28,12 @@ ky_test(NAME gpu_opencl
     LINKS
         ky_focus_insides opencl_double)
 
+ky_test(NAME gpu_processing_path
+    SOURCES opencl_kept_objects.cpp processing_path_test.cpp ../safe3d/stack_session.cpp
+    LINKS ky_focus_insides opencl_double ${CMAKE_DL_LIBS})
+target_compile_definitions(test_gpu_processing_path PRIVATE KY_FAKE_CUDA="$<TARGET_FILE:fake_cuda>")
+add_dependencies(test_gpu_processing_path fake_cuda)
+
 ky_opencl_library(half_opencl half_opencl.cpp)
 set(broken_opencl_folder ${CMAKE_CURRENT_BINARY_DIR}/broken_opencl)
 file(WRITE ${broken_opencl_folder}/libOpenCL.so.1 "no module, so that no OpenCL library is found\n")
