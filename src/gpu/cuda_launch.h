@@ -17,9 +17,7 @@ class CudaMemory {
     CudaMemory() = default;
     CudaMemory(const CCudaAPI& api, std::size_t bytes) : m_api(&api) { api.AllocMemory(&m_address, bytes); }
     /// Holds a copy of host memory, or nothing where that fails.
-    CudaMemory(const CCudaAPI& api, const void* from, std::size_t bytes) : CudaMemory(api, bytes) {
-        Fill(from, bytes);
-    }
+    CudaMemory(const CCudaAPI& api, const void* from, std::size_t bytes) : CudaMemory(api, bytes) { Fill(from, bytes); }
     CudaMemory(CudaMemory&& other) noexcept
         : m_api(std::exchange(other.m_api, nullptr)), m_address(std::exchange(other.m_address, 0)) {}
     CudaMemory& operator=(CudaMemory&& other) noexcept {
