@@ -18,8 +18,9 @@ enum class Align { None, Auto, Lines, LinesMulti };
 
 struct AlignOptions {
     std::optional<Align> Method;
-    int Areas = 0;               // 0: as many as there are places, else what the settings say
-    std::vector<KyPoint> Places; // centres of the areas: 0 to 100 from 10 % to 90 % of the frame; empty: of the settings
+    int Areas = 0; // 0: as many as there are places, else what the settings say
+    std::vector<KyPoint>
+        Places; // centres of the areas: 0 to 100 from 10 % to 90 % of the frame; empty: of the settings
     bool KeepBorder = false;
 };
 

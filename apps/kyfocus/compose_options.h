@@ -33,9 +33,9 @@ struct ComposeOptions {
     std::string JsonOutput; // "-": stdout
 
     KyfFocusCompositionParameter Settings = DefaultSettings();
-    AlignOptions Align;                     // what the line says of it; in Settings once they are complete
-    std::filesystem::path ParametersFile;   // Settings come from there where the line is silent; empty: none
-    std::string ParametersFailure;          // why it cannot be read; empty: it can
+    AlignOptions Align;                   // what the line says of it; in Settings once they are complete
+    std::filesystem::path ParametersFile; // Settings come from there where the line is silent; empty: none
+    std::string ParametersFailure;        // why it cannot be read; empty: it can
     std::vector<std::string> ParameterWarnings;
     std::filesystem::path ParametersOutput; // empty: none
     bool HasModeOfFile = false;             // ParametersFile tells the mode

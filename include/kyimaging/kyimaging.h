@@ -163,8 +163,8 @@ KYI_API KyiBool KyiLoadImageData(const wchar_t* path, KyiImageData** image);
 /** As KyiLoadImageData, for a bitmap file only. */
 KYI_API KyiBool KyiLoadBitmap32(const wchar_t* path, KyiImageData** image);
 /** As KyiLoadBitmap32, into an image that is there: for who reads many frames of one kind and needs one at a time. The
- *  file must be a bitmap of the image's size and Format whose lines lie in it as in memory, which is how they are saved.
- *  The image's palette stays.
+ *  file must be a bitmap of the image's size and Format whose lines lie in it as in memory, which is how they are
+ * saved. The image's palette stays.
  *  @return non-zero; 0 for any other file, one that cannot be read, or a null pointer. Pixels may then be part of the
  *          file's. Nothing is traced and KyiGetLastFileError stays as it was: KyiLoadBitmap32 tells the reason. */
 KYI_API KyiBool KyiReloadBitmap32(const wchar_t* path, KyiImageData* image);

@@ -186,7 +186,8 @@ PassResult RunPass(KyfImageDataUint16& image, const KyiImageData& mask, std::int
     return FilterOnCpu(image, mask, size, parallel, log);
 }
 
-// The lines of a pass on the CPU that need not be computed. Those of the back ends, which each pass asks, are among them.
+// The lines of a pass on the CPU that need not be computed. Those of the back ends, which each pass asks, are among
+// them.
 void TracePass() {
     const CFuncTraceLog log(__FILE__, __LINE__, kTitle, 0);
     ChooseMedianPath();
