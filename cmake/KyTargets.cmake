@@ -26,6 +26,16 @@ find_package(TIFF REQUIRED)
 find_package(PNG REQUIRED)
 find_package(JPEG REQUIRED)
 
+# The parameter interface needs Qt; the libraries and the program do not. Race checks leave it out: all of it runs on the
+# window's thread, and Qt itself is not built for them.
+find_package(Qt6 6.4 QUIET COMPONENTS Widgets Svg Test)
+if(Qt6_FOUND AND NOT KY_SANITIZE MATCHES "thread|fuzzer")
+    set(ky_ui_default ON)
+else()
+    set(ky_ui_default OFF)
+endif()
+option(KY_UI "Build the parameter interface, which needs Qt 6 Widgets" ${ky_ui_default})
+
 # Warnings and the arithmetic rules of the project. One operation is one rounding: a fused multiply and add would make
 # results depend on the machine.
 add_library(ky_options INTERFACE)

@@ -36,14 +36,13 @@ class NoiseCutCases : public testing::TestWithParam<std::string> {
         session->CuttedBestFocusMap = test::MakeIntRows(Width(), Height(), m_map.Values);
         const KyfHeightNoiseCutParameter parameter{Value<double>("CutRatio"), Value<std::int32_t>("FillType"),
                                                    Value<std::int32_t>("Smoothing")};
+        const auto count = static_cast<std::size_t>(Width()) * static_cast<std::size_t>(Height());
         for (int run = 0; run < 2; ++run) { // a second cut begins with the same heights
             EXPECT_EQ(KyfFocusFilterHeightNoiseCut(session.get(), &parameter), Value<KyfResult>("result"));
             const std::vector<double> expected =
                 Has("cut_height_data.npy") ? test::ReadDoubles(m_case.File("cut_height_data.npy")).Values : before;
-            EXPECT_TRUE(test::SameValues(
-                expected, {state.CuttedAntNoiseHeightDataMap[0], static_cast<std::size_t>(Width()) * Height()}));
-            EXPECT_TRUE(test::SameValues(m_heights.Values,
-                                         {state.CuttedHeightDataMap[0], static_cast<std::size_t>(Width()) * Height()}));
+            EXPECT_TRUE(test::SameValues(expected, {state.CuttedAntNoiseHeightDataMap[0], count}));
+            EXPECT_TRUE(test::SameValues(m_heights.Values, {state.CuttedHeightDataMap[0], count}));
         }
     }
 
