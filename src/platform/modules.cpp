@@ -1,8 +1,12 @@
 #include "platform/modules.h"
 
 #include <array>
+#include <cinttypes>
 #include <climits>
 #include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <fstream>
 
 #include <dlfcn.h>
 #include <unistd.h>
@@ -37,6 +41,22 @@ void* FindEntryPoint(void* module, const char* name) noexcept { return module ? 
 
 void CloseModule(void* module) noexcept {
     if (module) dlclose(module);
+}
+
+std::string PathOfAddress(const void* address) {
+    std::ifstream maps("/proc/self/maps");
+    const auto place = reinterpret_cast<std::uintptr_t>(address);
+    for (std::string line; std::getline(maps, line);) {
+        std::uintptr_t first = 0;
+        std::uintptr_t end = 0;
+        int nameAt = 0; // behind addresses, rights, offset, device and file number
+        const int read =
+            std::sscanf(line.c_str(), "%" SCNxPTR "-%" SCNxPTR " %*s %*s %*s %*s %n", &first, &end, &nameAt);
+        if (read != 2 || place < first || place >= end) continue;
+        const auto start = static_cast<std::size_t>(nameAt);
+        return start < line.size() && line[start] == '/' ? line.substr(start) : std::string();
+    }
+    return {};
 }
 
 std::string ProgramPath() {

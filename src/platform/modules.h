@@ -18,6 +18,10 @@ void* FindEntryPoint(void* module, const char* name) noexcept;
 /// Null is accepted.
 void CloseModule(void* module) noexcept;
 
+/// Full file name of the program or shared library that holds an address of this process, wherever the working folder
+/// is and was. Empty when the system does not tell.
+std::string PathOfAddress(const void* address);
+
 /// Full file name of the program that this process runs. Empty when the system does not tell.
 std::string ProgramPath();
 

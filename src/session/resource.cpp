@@ -15,7 +15,8 @@ constexpr std::array kLanguageModules = {L"KYFResourceEng.dll", L"KYFResourceJPN
                                          L"KYFResourceZhHant.dll", L"KYFResourceZhHans.dll"};
 constexpr std::size_t kDefaultLanguage = 1;
 
-ResourceLoader g_resourceLoader;
+KyfLoadResource g_loadResource = nullptr;
+KyfUnloadResource g_unloadResource = nullptr;
 void* g_currentResource = nullptr;
 
 /// False when out of memory: the name then is what it was.
@@ -30,11 +31,14 @@ bool SetName(const wchar_t* name) noexcept {
 
 } // namespace
 
-void SetResourceLoader(const ResourceLoader& loader) noexcept { g_resourceLoader = loader; }
-
-void* CurrentResource() noexcept { return g_currentResource; }
-
 } // namespace kyf
+
+void KyfSetResourceLoader(KyfLoadResource load, KyfUnloadResource unload) {
+    kyf::g_loadResource = load;
+    kyf::g_unloadResource = unload;
+}
+
+void* KyfGetCurrentResource() { return kyf::g_currentResource; }
 
 void KyfSetLanguageType(int32_t language) {
     const auto index = static_cast<std::uint32_t>(language);
@@ -45,11 +49,11 @@ void KyfSetResourceName(const wchar_t* name) { kyf::SetName(name != nullptr ? na
 
 CKYFocusResource::CKYFocusResource() : m_hPreviousResource(kyf::g_currentResource), m_hResource(nullptr) {
     if (kyf::g_resourceName.empty() && !kyf::SetName(kyf::kLanguageModules[kyf::kDefaultLanguage])) return;
-    if (kyf::g_resourceLoader.Load != nullptr) m_hResource = kyf::g_resourceLoader.Load(kyf::g_resourceName.c_str());
+    if (kyf::g_loadResource != nullptr) m_hResource = kyf::g_loadResource(kyf::g_resourceName.c_str());
     if (m_hResource != nullptr) kyf::g_currentResource = m_hResource;
 }
 
 CKYFocusResource::~CKYFocusResource() {
     kyf::g_currentResource = m_hPreviousResource;
-    if (m_hResource != nullptr && kyf::g_resourceLoader.Unload != nullptr) kyf::g_resourceLoader.Unload(m_hResource);
+    if (m_hResource != nullptr && kyf::g_unloadResource != nullptr) kyf::g_unloadResource(m_hResource);
 }

@@ -1,4 +1,5 @@
 #include <cstddef>
+#include <string>
 
 #include <gtest/gtest.h>
 
@@ -20,6 +21,18 @@ TEST(Modules, AreNullWhereThereIsNone) {
     EXPECT_EQ(platform::OpenModule(L"libkyfocus-has-no-such-module.so.1"), nullptr);
     EXPECT_EQ(platform::FindEntryPoint(nullptr, "strlen"), nullptr);
     platform::CloseModule(nullptr);
+}
+
+TEST(Modules, AnAddressIsFoundInItsFile) {
+    static const int own = 0;
+    EXPECT_EQ(platform::PathOfAddress(&own), platform::ProgramPath());
+    void* const module = platform::OpenModule(L"libc.so.6");
+    const std::string library = platform::PathOfAddress(platform::FindEntryPoint(module, "strlen"));
+    platform::CloseModule(module);
+    EXPECT_TRUE(library.starts_with("/") && library.ends_with("/libc.so.6")) << library;
+    int onTheStack = 0;
+    EXPECT_EQ(platform::PathOfAddress(&onTheStack), "");
+    EXPECT_EQ(platform::PathOfAddress(nullptr), "");
 }
 
 TEST(Modules, ProgramPathIsTheRunningProgram) {

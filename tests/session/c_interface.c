@@ -1,6 +1,7 @@
 /* The headers in C: what a host in C sees of the library. */
 #include <kyfocus/file_composition.h>
 #include <kyfocus/kyfocus.h>
+#include <kyfocus/resource.h>
 
 static int g_calls;
 

@@ -186,11 +186,11 @@ class Resource : public testing::Test {
     Resource() {
         FakeModules::Loaded.clear();
         FakeModules::Unloaded.clear();
-        kyf::SetResourceLoader({&FakeModules::Load, &FakeModules::Unload});
+        KyfSetResourceLoader(&FakeModules::Load, &FakeModules::Unload);
         KyfSetResourceName(L"");
     }
     ~Resource() override {
-        kyf::SetResourceLoader({});
+        KyfSetResourceLoader(nullptr, nullptr);
         KyfSetResourceName(nullptr);
     }
 };
@@ -210,35 +210,35 @@ TEST_F(Resource, NamesFollowTheLanguageNumbers) {
 }
 
 TEST_F(Resource, ModulesAreCurrentWhileTheirScopeLasts) {
-    void* const own = kyf::CurrentResource();
+    void* const own = KyfGetCurrentResource();
     {
         const CKYFocusResource outer;
-        void* const first = kyf::CurrentResource();
+        void* const first = KyfGetCurrentResource();
         EXPECT_NE(first, own);
         KyfSetLanguageType(0);
         {
             const CKYFocusResource inner;
-            EXPECT_NE(kyf::CurrentResource(), first);
+            EXPECT_NE(KyfGetCurrentResource(), first);
         }
-        EXPECT_EQ(kyf::CurrentResource(), first);
+        EXPECT_EQ(KyfGetCurrentResource(), first);
         EXPECT_EQ(FakeModules::Unloaded.size(), 1U);
     }
-    EXPECT_EQ(kyf::CurrentResource(), own);
+    EXPECT_EQ(KyfGetCurrentResource(), own);
     EXPECT_EQ(FakeModules::Unloaded.size(), 2U);
 }
 
 TEST_F(Resource, AMissingModuleLeavesTheCurrentOneInForce) {
-    void* const own = kyf::CurrentResource();
+    void* const own = KyfGetCurrentResource();
     KyfSetResourceName(L"missing");
     {
         const CKYFocusResource resource;
-        EXPECT_EQ(kyf::CurrentResource(), own);
+        EXPECT_EQ(KyfGetCurrentResource(), own);
     }
     EXPECT_TRUE(FakeModules::Unloaded.empty());
-    kyf::SetResourceLoader({});
+    KyfSetResourceLoader(nullptr, nullptr);
     KyfSetLanguageType(2);
     const CKYFocusResource resource;
-    EXPECT_EQ(kyf::CurrentResource(), own);
+    EXPECT_EQ(KyfGetCurrentResource(), own);
 }
 
 static_assert(sizeof(CKYFocusResource) == 2 * sizeof(void*));
