@@ -1,7 +1,7 @@
 /// Texts and pictures of the dialogs, by number: those of the current language module, else the built-in English ones.
 ///
-/// The numbers are the ones that modules use for controls, strings, bitmaps, cursors and dialogs. Uses Qt and the resource
-/// scope of the focus library.
+/// The numbers are the ones that modules use for controls, strings, bitmaps, cursors and dialogs. Uses Qt and the
+/// resource scope of the focus library.
 #ifndef KYFOCUS_UI_RESOURCES_H
 #define KYFOCUS_UI_RESOURCES_H
 
@@ -11,7 +11,8 @@
 
 namespace kyfui {
 
-/// Title of a dialog or panel, text of a control with its `&` mnemonic, or a string; empty when no such number is known.
+/// Title of a dialog or panel, text of a control with its `&` mnemonic, or a string; empty when no such number is
+/// known.
 QString Text(int id);
 
 /// What a control means, with its unit and range, for tool tips and accessible descriptions; empty when there is none.
