@@ -1,0 +1,258 @@
+// Rules of the panels and of the detail dialog, by hand, and with numbers that no control stands for.
+#include <cstdint>
+#include <limits>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "ui/rules/gpu_rules.h"
+#include "ui/rules/panel_model.h"
+
+namespace {
+
+using namespace kyfui;
+using Setting = CKyfFocusCompositionSetting;
+
+constexpr std::int32_t kHostile[] = {std::numeric_limits<std::int32_t>::min(), -1, 3, 4, 7, 1000,
+                                     std::numeric_limits<std::int32_t>::max()};
+
+class Listener : public IChangedFCSettingDelegate {
+  public:
+    explicit Listener(const PanelModel& panel) : m_panel(panel) {}
+    void OnChangedAlgType(KyfAlgorithmType type) override {
+        Types.push_back(type);
+        AlgTypes.push_back(m_panel.GetData().GetAlgType());
+        PlaneShown.push_back(m_panel.StateOf(kIdPlaneTop).Visible);
+    }
+    std::vector<KyfAlgorithmType> Types, AlgTypes;
+    std::vector<bool> PlaneShown;
+
+  private:
+    const PanelModel& m_panel;
+};
+
+TEST(PanelRules, ComplexProcessingIsTheFirstAlgorithmWithACheck) {
+    Setting setting;
+    setting.SetAlgType(KyfAlgorithmTypeComplexProcessing);
+    const PanelControls controls = ControlsFromSetting(setting);
+    EXPECT_EQ(controls.AlgorithmRadio, 0);
+    EXPECT_EQ(controls.ComplexCheck, 1);
+}
+
+TEST(PanelRules, ComplexProcessingStaysAfterAClickOnTheOtherAlgorithm) {
+    Setting setting;
+    setting.SetAlgType(KyfAlgorithmTypeComplexProcessing);
+    PanelModel panel;
+    panel.SetData(setting);
+    panel.Show();
+    panel.ClickAlgorithm(1);
+    EXPECT_EQ(panel.GetData().GetAlgType(), KyfAlgorithmTypeComplexProcessing);
+    EXPECT_TRUE(panel.StateOf(kIdDetailButton).Visible);
+    EXPECT_FALSE(panel.StateOf(kIdSetFine).Visible);
+}
+
+TEST(PanelRules, TheListenerHearsTheRadioAfterSettingAndStatesAreUpToDate) {
+    PanelModel panel;
+    Listener listener(panel);
+    panel.SetDelegate(&listener);
+    panel.Show();
+    panel.ClickComplex(true);
+    panel.ClickAlgorithm(0);
+    panel.ClickComplex(false);
+    panel.ClickAlgorithm(1);
+    EXPECT_EQ(listener.Types, (std::vector<KyfAlgorithmType>{0, 1}));
+    EXPECT_EQ(listener.AlgTypes, (std::vector<KyfAlgorithmType>{2, 1}));
+    EXPECT_EQ(listener.PlaneShown, (std::vector<bool>{false, true}));
+}
+
+TEST(PanelRules, AnInstrumentWithLineMatchingGraysTheCheckAndKeepsItsValue) {
+    Setting setting;
+    setting.SetMicroscopeType(1);
+    setting.SetAutoPos(1);
+    setting.SetAlgType(0);
+    PanelModel panel;
+    panel.SetData(setting);
+    panel.Show();
+    EXPECT_EQ(panel.StateOf(kIdAutoPosition), (ControlState{true, false}));
+    EXPECT_EQ(panel.StateOf(kIdPositioningButton), (ControlState{true, false}));
+    panel.ClickPlane(0);
+    panel.SelectSpeed(2);
+    EXPECT_EQ(panel.GetData().GetAutoPos(), 1);
+    EXPECT_EQ(panel.Controls().AutoPositionCheck, 1);
+}
+
+TEST(PanelRules, AHostWithoutPositioningNeverShowsItOnEitherPage) {
+    PanelModel panel;
+    panel.SetAutoPositioningDisabled(-5);
+    panel.Show();
+    for (const std::int32_t radio : {0, 1, 0}) {
+        panel.ClickAlgorithm(radio);
+        panel.ClickAutoPosition(true);
+        EXPECT_FALSE(panel.StateOf(kIdAutoPosition).Visible);
+        EXPECT_FALSE(panel.StateOf(kIdPositioningButton).Visible);
+    }
+}
+
+TEST(PanelRules, TheHostsSwitchCountsWhenStatesAreNextApplied) {
+    PanelModel panel;
+    panel.Show();
+    panel.SetAutoPositioningDisabled(1);
+    EXPECT_TRUE(panel.StateOf(kIdAutoPosition).Visible);
+    panel.Show();
+    EXPECT_FALSE(panel.StateOf(kIdAutoPosition).Visible);
+}
+
+TEST(PanelRules, AParameterSetOverwritesFreeValuesAtTheFirstClickOnly) {
+    Setting setting;
+    setting.Set2DSelectionFocusCompositionMode(1);
+    setting.SetCompSize(4);
+    PanelModel panel;
+    panel.SetData(setting);
+    panel.Show();
+    EXPECT_EQ(panel.GetData().GetCompSize(), 4);
+    panel.SelectSpeed(0);
+    EXPECT_EQ(panel.GetData().GetCompSize(), 8);
+}
+
+TEST(PanelRules, FreeValuesStayAndOpenTheManualDialog) {
+    PanelModel panel;
+    panel.ClickParameterSet(3);
+    panel.TakeManual({4, 9});
+    panel.ClickParameterSet(3);
+    EXPECT_EQ(panel.GetData().GetCompSize(), 4);
+    EXPECT_EQ(panel.GetData().GetSmoothing(), 9);
+    EXPECT_TRUE(panel.StateOf(kIdManualButton).Enabled);
+    panel.ClickParameterSet(0);
+    EXPECT_EQ(panel.GetData().GetCompSize(), 1);
+    EXPECT_EQ(panel.GetData().GetSmoothing(), 8);
+    EXPECT_FALSE(panel.StateOf(kIdManualButton).Enabled);
+}
+
+TEST(PanelRules, OnlyClicksThatSaySoApplyTheStates) {
+    PanelModel panel;
+    panel.SetMicroscopeType(0);
+    panel.Show();
+    panel.SetMicroscopeType(1);
+    panel.ClickComplex(true);
+    panel.ClickPlane(2);
+    panel.SelectSpeed(0);
+    panel.TakeManual({1, 1});
+    EXPECT_TRUE(panel.StateOf(kIdAutoPosition).Enabled);
+    panel.ClickAutoPosition(true);
+    EXPECT_FALSE(panel.StateOf(kIdAutoPosition).Enabled);
+}
+
+TEST(PanelRules, AnIndexWithoutAControlStaysUntilTheUserChooses) {
+    for (const std::int32_t value : kHostile) {
+        SCOPED_TRACE(value);
+        Setting setting;
+        setting.SetAlgType(value);
+        setting.SetSpeed(value);
+        setting.Set2DSelectionFocusCompositionMode(value);
+        setting.SetPlaneType(value);
+        setting.SetCompSize(value);
+        PanelModel panel;
+        panel.SetData(setting);
+        panel.Show();
+        EXPECT_FALSE(panel.StateOf(kIdSetFine).Visible || panel.StateOf(kIdPlaneTop).Visible);
+        panel.ClickAutoPosition(false);
+        EXPECT_EQ(panel.GetData().GetAlgType(), value);
+        EXPECT_EQ(panel.GetData().GetSpeed(), value);
+        EXPECT_EQ(panel.GetData().GetPlaneType(), value);
+        EXPECT_EQ(panel.GetData().Get2DSelectionFocusCompositionMode(), value);
+        EXPECT_EQ(panel.GetData().GetCompSize(), value);
+        panel.ClickAlgorithm(1);
+        EXPECT_TRUE(panel.StateOf(kIdPlaneTop).Visible);
+    }
+}
+
+TEST(PanelRules, AnySwitchThatIsNotZeroIsOn) {
+    for (const std::int32_t value : {std::numeric_limits<std::int32_t>::min(), -1, 2, 1000}) {
+        Setting setting;
+        setting.SetAutoPos(value);
+        EXPECT_EQ(ControlsFromSetting(setting).AutoPositionCheck, 1) << value;
+    }
+}
+
+TEST(GpuRules, CudaComesBeforeOpenCl) {
+    EXPECT_EQ(GpuPanelFor(true, true).ProcessorNameId, kIdCudaName);
+    EXPECT_EQ(GpuPanelFor(false, true).ProcessorNameId, kIdOpenClName);
+    EXPECT_EQ(GpuPanelFor(false, false).ProcessorNameId, kIdNoGpuName);
+    EXPECT_EQ(GpuPanelFor(false, true).GpuEnabled, 1);
+    EXPECT_EQ(GpuPanelFor(false, false).GpuEnabled, 0);
+}
+
+TEST(GpuRules, TheCheckWorksFor3DOnlyAndHidesTheName) {
+    GpuPanel panel = GpuPanelFor(true, false);
+    EXPECT_EQ(SetEnableControls(panel), (GpuControls{true, kIdCudaName}));
+    panel.DisableCheck = 1;
+    EXPECT_EQ(SetEnableControls(panel), (GpuControls{true, kIdNoGpuName}));
+    panel.DisableCheck = 0;
+    for (const std::int32_t type : {0, 2, -1, 77}) {
+        panel.AlgType = type;
+        EXPECT_EQ(SetEnableControls(panel), (GpuControls{false, kIdNoGpuName})) << type;
+        EXPECT_EQ(panel.DisableCheck, 0);
+    }
+}
+
+TEST(GpuRules, WithoutAProcessorTheCheckIsOnAndGray) {
+    GpuPanel panel = GpuPanelFor(false, false);
+    InitGpuPanel(panel);
+    EXPECT_EQ(panel.DisableCheck, 1);
+    panel.DisableCheck = 0;
+    EXPECT_EQ(SetEnableControls(panel), (GpuControls{false, kIdNoGpuName}));
+    EXPECT_EQ(panel.DisableCheck, 1);
+}
+
+TEST(DetailRules, ValuesOutsideTheirRangesOpenAtTheNearestOne) {
+    Setting setting;
+    setting.SetFocusingValueDetectionSensitivity(std::numeric_limits<std::int32_t>::max());
+    setting.SetProjectionNoiseRemove(std::numeric_limits<std::int32_t>::min());
+    setting.SetD3ShapeSmoothing(11);
+    setting.SetHalationMeasures(-3);
+    setting.SetAdoptionPeakPosition(7);
+    EXPECT_EQ(DetailFromSetting(setting), (DetailValues{1, 1, {10, 0, 10}}));
+}
+
+TEST(DetailRules, TheRangeTestTakesWholeNumbersFromZeroToTen) {
+    EXPECT_EQ(TestDetailField("0"), 0);
+    EXPECT_EQ(TestDetailField("10"), 10);
+    EXPECT_EQ(TestDetailField(" 007 "), 7);
+    for (const char* const text :
+         {"", " ", "11", "-1", "1.5", "5x", "x", "4294967296", "99999999999999999999999", "--1", "1 2", "\xE2\x91\xA0"})
+        EXPECT_EQ(TestDetailField(text), std::nullopt) << text;
+}
+
+TEST(DetailRules, MovingOneSliderRewritesAllFields) {
+    DetailModel dialog(DetailValues{});
+    EXPECT_FALSE(dialog.TypeText(DetailField::Sensitivity, "11"));
+    EXPECT_TRUE(dialog.TypeText(DetailField::NoiseRemove, ""));
+    dialog.MoveSlider(DetailField::ShapeSmoothing, std::numeric_limits<std::int32_t>::max());
+    EXPECT_EQ(dialog.TextOf(DetailField::Sensitivity), "5");
+    EXPECT_EQ(dialog.TextOf(DetailField::NoiseRemove), "5");
+    EXPECT_EQ(dialog.TextOf(DetailField::ShapeSmoothing), "10");
+}
+
+TEST(DetailRules, TheFirstFailingFieldStandsInTheWayOfOK) {
+    DetailModel dialog(DetailValues{});
+    EXPECT_EQ(dialog.FailingField(), std::nullopt);
+    dialog.TypeText(DetailField::ShapeSmoothing, "x");
+    dialog.TypeText(DetailField::NoiseRemove, "11");
+    EXPECT_EQ(dialog.FailingField(), DetailField::NoiseRemove);
+    dialog.TypeText(DetailField::NoiseRemove, "");
+    EXPECT_EQ(dialog.FailingField(), DetailField::ShapeSmoothing);
+    dialog.ClickDefaults();
+    EXPECT_EQ(dialog.FailingField(), std::nullopt);
+}
+
+TEST(DetailRules, ValuesReachTheirFieldsByName) {
+    Setting setting;
+    WriteDetail({0, 1, {1, 2, 3}}, setting);
+    EXPECT_EQ(setting.IsHalationMeasures(), 0);
+    EXPECT_EQ(setting.GetAdoptionPeakPosition(), 1);
+    EXPECT_EQ(setting.GetFocusingValueDetectionSensitivity(), 1);
+    EXPECT_EQ(setting.GetProjectionNoiseRemove(), 2);
+    EXPECT_EQ(setting.GetD3ShapeSmoothing(), 3);
+}
+
+} // namespace
