@@ -44,7 +44,7 @@ class LaterFrame {
 
     kyf::ImagePtr Gray() {
         kyf::ImagePtr gray = kyf::NewImage(*m_frame, KyiFormatGray8);
-        kyf::CopyToGray(*m_frame, *gray);
+        kyf::CopyToGray(*m_frame, *gray, 0);
         return gray;
     }
     kyf::ImagePtr Focus(kyf::ImagePtr gray) {

@@ -11,6 +11,8 @@
 
 #include <kyfocus/alignment.h>
 
+#include "filters/image_layout.h"
+
 namespace kyf {
 
 /// Samples row by row without gaps. 16 bits hold every sample of a frame, and twice as many of them as of 32-bit
@@ -62,6 +64,7 @@ struct KyfPatternMatching {
     kyf::SamplePlane LevelTemplate;
 
     std::int32_t AreaCount = 0; ///< areas of the stack, as many as its first frame was given
+    kyf::ImagePtr Spare;        ///< what the frame before was warped into, for the next one; null before the first
 };
 
 namespace kyf {

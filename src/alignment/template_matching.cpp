@@ -12,6 +12,7 @@
 #include "alignment/template_transform.h"
 #include "filters/image_layout.h"
 #include "filters/numbers.h"
+#include "filters/sample_rows.h"
 
 namespace kyf {
 
@@ -173,6 +174,17 @@ KyfFrameShift& FrameShiftOf(KyfFocusComposition& session, std::int32_t frameInde
         session.FrameShiftCapacity = capacity;
     }
     return session.FrameShifts[frameIndex];
+}
+
+ImagePtr TakeWarpImage(const KyfFocusComposition& session, const KyiImageData& frame) {
+    ImagePtr spare = session.Matcher ? std::move(session.Matcher->Spare) : nullptr;
+    if (!spare || !IsSameLayout(*spare, frame) || spare->Origin != frame.Origin) return CloneImageLayout(frame);
+    KyiCopyPalette(frame.Palette, spare->Palette);
+    return spare;
+}
+
+void KeepWarpImage(const KyfFocusComposition& session, ImagePtr image) noexcept {
+    if (session.Matcher) session.Matcher->Spare = std::move(image);
 }
 
 void FreeTemplateMatching(KyfFocusComposition& session) noexcept {

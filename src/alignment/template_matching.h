@@ -7,6 +7,8 @@
 
 #include <kyfocus/session.h>
 
+#include "filters/image_layout.h"
+
 namespace kyf {
 
 /// Entries of AreaTemplates, whatever AreaNo says: the areas of a stack are those of its first frame.
@@ -32,6 +34,13 @@ void TakeAlignedFrame(KyfFocusComposition& session, const KyiImageData& aligned,
 
 /// The entry of a frame in FrameShifts, which grows by 256 entries at a time, new ones cleared. Throws std::bad_alloc.
 KyfFrameShift& FrameShiftOf(KyfFocusComposition& session, std::int32_t frameIndex);
+
+/// An image to warp the frame into: the one that was given back last where it fits, which spares the first touch of its
+/// memory, else a new one. Its pixels are any. Throws std::bad_alloc.
+ImagePtr TakeWarpImage(const KyfFocusComposition& session, const KyiImageData& frame);
+
+/// Gives it back for the next frame. It is freed with the matcher; without one at once.
+void KeepWarpImage(const KyfFocusComposition& session, ImagePtr image) noexcept;
 
 /// Frees AreaTemplates and Matcher.
 void FreeTemplateMatching(KyfFocusComposition& session) noexcept;

@@ -1,7 +1,10 @@
 #include "filters/image_layout.h"
 
+#include <cstddef>
 #include <new>
 #include <vector>
+
+#include "filters/scratch.h"
 
 namespace kyf {
 
@@ -42,9 +45,23 @@ ImagePtr NewImage(const KyiImageData& source, std::int32_t format) {
     return image;
 }
 
-void CopyToGray(const KyiImageData& source, KyiImageData& destination) {
+KyiImageData RowsOf(const KyiImageData& image, std::int32_t first, std::int32_t last) noexcept {
+    KyiImageData rows = image;
+    rows.Height = last - first;
+    rows.Pixels = static_cast<std::uint8_t*>(image.Pixels) + std::ptrdiff_t{image.LineBytes} * (image.Height - last);
+    return rows;
+}
+
+void CopyToGray(const KyiImageData& source, KyiImageData& destination, KyiBool parallel) {
     if (!KyiIsFormatGrayscale(source.Format)) {
-        KyiTransformToGray(&source, &destination, 0);
+        if (!KyiIsSameSize(&source, &destination)) return;
+        const WorkShare share(source.Height, parallel != 0);
+#pragma omp parallel for schedule(static) if (parallel != 0)
+        for (std::int32_t chunk = 0; chunk < share.Chunks; ++chunk) {
+            const KyiImageData colour = RowsOf(source, share.First(chunk), share.Last(chunk));
+            KyiImageData gray = RowsOf(destination, share.First(chunk), share.Last(chunk));
+            KyiTransformToGray(&colour, &gray, 0);
+        }
         return;
     }
     KyiCopyPalette(source.Palette, destination.Palette);

@@ -46,8 +46,11 @@ ImagePtr CloneImageLayout(const KyiImageData& source);
 /// An image of the source's size and palette in `format`, pixels not initialised. Throws std::bad_alloc.
 ImagePtr NewImage(const KyiImageData& source, std::int32_t format);
 
+/// The rows from `first` up to `last` as an image of their own, which looks into the block of the whole one.
+KyiImageData RowsOf(const KyiImageData& image, std::int32_t first, std::int32_t last) noexcept;
+
 /// Gray of an image: a copy with its palette when it is gray already. The destination has the gray partner format.
-void CopyToGray(const KyiImageData& source, KyiImageData& destination);
+void CopyToGray(const KyiImageData& source, KyiImageData& destination, KyiBool parallel);
 
 /// A copy of a gray image; of a colour image channel 0 only, the other samples of the destination stay.
 void CopyFirstChannel(const KyiImageData& source, KyiImageData& destination);

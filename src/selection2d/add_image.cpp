@@ -37,22 +37,22 @@ bool FitsStack(const KyfCompositionState& state, const KyiImageData& frame) noex
     return frame.Width == state.SourceWidth && frame.Height == state.SourceHeight && frame.Format == state.SourceFormat;
 }
 
-ImagePtr GrayOf(const KyiImageData& frame) {
+ImagePtr GrayOf(const KyiImageData& frame, KyiBool parallel) {
     ImagePtr gray = NewImage(frame, GrayPartnerFormat(frame.Format));
-    CopyToGray(frame, *gray);
+    CopyToGray(frame, *gray, parallel);
     return gray;
 }
 
 // Null when there is no working pixel.
-ImagePtr FirstWorkingImage(const KyfFocusComposition& session, const KyiImageData& frame) {
+ImagePtr FirstWorkingImage(const KyfFocusComposition& session, const KyiImageData& frame, KyiBool parallel) {
     if (!HasWorkingPixels(session.State2D)) return nullptr;
-    return IsBrightnessFocus(session) ? Duplicate(frame) : GrayOf(frame);
+    return IsBrightnessFocus(session) ? Duplicate(frame) : GrayOf(frame, parallel);
 }
 
 // Null also where brightness is asked of colour frames: nothing can be selected by these, so that nothing is computed.
-ImagePtr LaterWorkingImage(const KyfFocusComposition& session, const KyiImageData& frame) {
+ImagePtr LaterWorkingImage(const KyfFocusComposition& session, const KyiImageData& frame, KyiBool parallel) {
     if (!HasWorkingPixels(session.State2D)) return nullptr;
-    if (!IsBrightnessFocus(session)) return GrayOf(frame);
+    if (!IsBrightnessFocus(session)) return GrayOf(frame, parallel);
     if (!KyiIsFormatGrayscale(frame.Format)) return nullptr;
     ImagePtr brightness = CloneImageLayout(frame);
     CopyFirstChannel(frame, *brightness);
@@ -88,7 +88,7 @@ void AddFirstFrame(KyfFocusComposition& session, const KyiImageData& frame, KyiB
     steps.Next();
     if (Choose2DAlignment(session) == AlignmentMethod::TemplateMatching) SetUpTemplateMatching(session, frame);
     steps.Next();
-    ImagePtr working = FirstWorkingImage(session, frame);
+    ImagePtr working = FirstWorkingImage(session, frame, parallel);
     steps.Next();
     if (Choose2DAlignment(session) == AlignmentMethod::LineMatching)
         SetUpLineMatching(session.Matching2D, session.MatchingDetectType, state, frame, ProfileSource::FirstChannel,
@@ -112,7 +112,7 @@ void AddLaterFrame(KyfFocusComposition& session, const KyiImageData& original, A
     if (Choose2DAlignment(session) == AlignmentMethod::LineMatching) match = AlignByLines(session, frame, parallel);
     steps.Next();
     BlendScratch scratch = MakeBlendScratch(session);
-    ImagePtr working = LaterWorkingImage(session, *frame.Image);
+    ImagePtr working = LaterWorkingImage(session, *frame.Image, parallel);
     steps.Next();
     working = RunFocusChain(session, std::move(working), parallel, steps);
     if (common) TakeAlignedFrame(session, *frame.Image, *common);
@@ -156,6 +156,8 @@ KyfResult Kyf2DSelectionAddImage(KyfFocusComposition* session, KyiImageData* fra
     }
     AlignedFrame aligned = ChooseAlignedFrame(*session, *frame, takeOwnership);
     AddLaterFrame(*session, *frame, aligned, parallel, steps);
+    if (Choose2DAlignment(*session) == AlignmentMethod::TemplateMatching)
+        KeepWarpImage(*session, std::move(aligned.Own));
     if (aligned.IsTakenOver) {
         KyiFreeImageData(frame);
         ownershipTaken = 1;

@@ -22,7 +22,7 @@ bool IsReduced(const KyfCompositionState& state) noexcept {
 AlignedFrame ChooseAlignedFrame(const KyfFocusComposition& session, KyiImageData& frame, KyiBool takeOwnership) {
     const bool isTakenOver = takeOwnership != 0 && IsReduced(session.State2D);
     switch (Choose2DAlignment(session)) {
-    case AlignmentMethod::TemplateMatching: return Owning(CloneImageLayout(frame));
+    case AlignmentMethod::TemplateMatching: return Owning(TakeWarpImage(session, frame));
     case AlignmentMethod::LineMatching:
     case AlignmentMethod::ProjectionShift: // of the 3D pipeline
     case AlignmentMethod::None: break;

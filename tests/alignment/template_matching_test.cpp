@@ -1,6 +1,7 @@
 #include <bit>
 #include <limits>
 #include <random>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -159,6 +160,30 @@ TEST(FrameShiftOf, GrowsByAPageOfEntriesAndKeepsTheOldOnes) {
     EXPECT_EQ(session.FrameShifts[0].ScaleX, 0.0);
     EXPECT_EQ(session.FrameShifts[511].ShiftX, 0);
     delete[] session.FrameShifts;
+}
+
+TEST(TakeWarpImage, HandsOutTheLastOneGivenBackWhereItFits) {
+    test::TemplateSession session;
+    const test::Image frame = test::RandomImage(40, 30, KyiFormatBgr24, 1);
+    session.SetUp(*frame);
+    kyf::ImagePtr image = kyf::TakeWarpImage(session.Record(), *frame);
+    const KyiImageData* const first = image.get();
+    kyf::KeepWarpImage(session.Record(), std::move(image));
+    image = kyf::TakeWarpImage(session.Record(), *frame);
+    EXPECT_EQ(image.get(), first);
+    EXPECT_NE(kyf::TakeWarpImage(session.Record(), *frame).get(), first);
+
+    kyf::KeepWarpImage(session.Record(), std::move(image));
+    const test::Image other = test::RandomImage(40, 30, KyiFormatGray8, 1);
+    EXPECT_EQ(kyf::TakeWarpImage(session.Record(), *other)->Format, KyiFormatGray8);
+}
+
+TEST(TakeWarpImage, NeedsNoMatcher) {
+    const KyfFocusComposition session{};
+    const test::Image frame = test::RandomImage(40, 30, KyiFormatBgr24, 1);
+    kyf::ImagePtr image = kyf::TakeWarpImage(session, *frame);
+    EXPECT_EQ(image->Width, 40);
+    kyf::KeepWarpImage(session, std::move(image));
 }
 
 } // namespace

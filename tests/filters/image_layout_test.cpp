@@ -1,5 +1,7 @@
+#include <algorithm>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -7,6 +9,7 @@
 #include "filters/filters.h"
 #include "filters/image_layout.h"
 #include "filters/numbers.h"
+#include "safe3d/threads.h"
 #include "support/images.h"
 
 namespace {
@@ -49,15 +52,34 @@ TEST(NewImage, RefusesAnUnknownFormat) {
     EXPECT_THROW(kyf::NewImage(*source, -1), std::bad_alloc);
 }
 
-TEST(CopyToGray, CopiesGrayAndConvertsColour) {
-    for (const std::int32_t format : test::AllFormats()) {
-        const test::Image source = test::RandomImage(21, 8, format, 9);
-        const kyf::ImagePtr gray = kyf::NewImage(*source, kyf::GrayPartnerFormat(format));
-        kyf::CopyToGray(*source, *gray);
-        const test::Image expected(KyiAllocImageData(21, 8, gray->Format));
-        if (KyiIsFormatBgr(format)) KyiTransformToGray(source.get(), expected.get(), 0);
-        EXPECT_TRUE(test::SameImage(KyiIsFormatBgr(format) ? *expected : *source, *gray)) << format;
-    }
+TEST(CopyToGray, CopiesGrayAndConvertsColourWithAnyNumberOfThreads) {
+    for (const std::int32_t format : test::AllFormats())
+        for (const auto& [width, height] : {std::pair{21, 8}, std::pair{1, 1}, std::pair{5, 3}})
+            for (const int threads : {0, 1, 2, 5}) {
+                const test::ThreadScope scope(std::max(threads, 1));
+                const test::Image source = test::RandomImage(width, height, format, 9);
+                const kyf::ImagePtr gray = kyf::NewImage(*source, kyf::GrayPartnerFormat(format));
+                kyf::CopyToGray(*source, *gray, threads != 0);
+                const test::Image expected(KyiAllocImageData(width, height, gray->Format));
+                if (KyiIsFormatBgr(format)) KyiTransformToGray(source.get(), expected.get(), 0);
+                EXPECT_TRUE(test::SameImage(KyiIsFormatBgr(format) ? *expected : *source, *gray)) << format;
+            }
+}
+
+TEST(CopyToGray, LeavesAnImageOfAnotherSizeAsItIs) {
+    const test::Image source = test::RandomImage(21, 8, KyiFormatBgr24, 9);
+    const test::Image gray = test::RandomImage(21, 5, KyiFormatGray8, 10);
+    const test::Image before(KyiDuplicateImageData(gray.get(), 0));
+    kyf::CopyToGray(*source, *gray, 1);
+    EXPECT_TRUE(test::SameImage(*before, *gray));
+}
+
+TEST(RowsOf, LooksIntoTheWholeImage) {
+    const test::Image image = test::RandomImage(7, 9, KyiFormatBgr48, 11);
+    const KyiImageData rows = kyf::RowsOf(*image, 2, 6);
+    EXPECT_EQ(rows.Height, 4);
+    for (std::int32_t y = 0; y < 4; ++y)
+        EXPECT_EQ(KyiGetPixelAddress(&rows, 3, y), KyiGetPixelAddress(image.get(), 3, y + 2));
 }
 
 TEST(CopyFirstChannel, WritesRedOnly) {
