@@ -1,5 +1,6 @@
 #include "alignment/frame_warp_rows.h"
 
+#include <algorithm>
 #include <limits>
 
 #include "platform/simd.h"
@@ -9,7 +10,7 @@ namespace kyf {
 namespace {
 
 // Samples stay one below the largest value of their width.
-template <typename Sample> inline constexpr double kTop = std::numeric_limits<Sample>::max() - 1;
+template <typename Sample> inline constexpr std::int32_t kTop = std::numeric_limits<Sample>::max() - 1;
 
 template <typename Sample>
 KY_ALWAYS_INLINE void Along(const Sample* __restrict first, const Sample* __restrict second,
@@ -22,10 +23,8 @@ KY_ALWAYS_INLINE void Across(const double* __restrict above, const double* __res
                              Sample* __restrict out, std::int32_t count) noexcept {
     const double rest = 1.0 - fraction;
     for (std::int32_t i = 0; i < count; ++i) {
-        const double value = below[i] * fraction + above[i] * rest;
-        const double raised = 0.0 > value ? 0.0 : value;
-        const double capped = kTop<Sample> < raised ? kTop<Sample> : raised;
-        out[i] = static_cast<Sample>(static_cast<std::int32_t>(capped));
+        const auto value = static_cast<std::int32_t>(below[i] * fraction + above[i] * rest);
+        out[i] = static_cast<Sample>(std::min(std::max(value, 0), kTop<Sample>));
     }
 }
 
