@@ -1,9 +1,9 @@
 /// Slider of a slider and edit pair. C++20, Qt 6 Widgets.
 ///
-/// The value of the QSlider is the position that the edit field shows; a vertical slider has its highest value at the top.
-/// What a user does by mouse, keys, wheel or an accessibility tool goes to the edit field, with stops SetPer apart on a
-/// horizontal slider. Positions of this class's own operations count from the left, or from the top: a vertical slider
-/// mirrors them.
+/// The value of the QSlider is the position that the edit field shows; a vertical slider has its highest value at the
+/// top. What a user does by mouse, keys, wheel or an accessibility tool goes to the edit field, with stops SetPer apart
+/// on a horizontal slider. Positions of this class's own operations count from the left, or from the top: a vertical
+/// slider mirrors them.
 #ifndef KYFOCUS_UI_LINK_SLIDER_H
 #define KYFOCUS_UI_LINK_SLIDER_H
 
@@ -45,11 +45,10 @@ class KYF_API CKyfLinkSlider : public QSlider {
     void HScroll(int code, int position);
     void VScroll(int code, int position);
 
-    void sliderChange(SliderChange change) override;
-
   private:
     friend class CKyfSliderEdit;
     void Scroll(int code);
+    void ScrollByLine(int code, int step);
     void OnAction(int action);
     void OnValueChanged(int value);
 

@@ -1,8 +1,8 @@
 /// Edit field of a slider and edit pair. C++20, Qt 6 Widgets.
 ///
 /// Moving the slider rewrites the text, typing moves the slider. What cannot be part of a value is refused when it is
-/// typed, pasted, dropped or comes from an input method; a value out of range is put back at its limit; what is no number
-/// is rewritten when the field loses the focus. Numbers are written with a full stop in every locale.
+/// typed, pasted, dropped or comes from an input method; a value out of range is put back at its limit; what is no
+/// number is rewritten when the field loses the focus. Numbers are written with a full stop in every locale.
 ///
 ///     auto* edit = new CKyfSliderEdit(window);
 ///     auto* slider = new CKyfLinkSlider(Qt::Horizontal, window);
@@ -52,9 +52,9 @@ class KYF_API CKyfSliderEdit : public QLineEdit {
     /// The same with the slider at hand; null unlinks. Field and slider may be destroyed in any order.
     void SetSlideLink(CKyfLinkSlider* slider);
 
-    /// printf format of SetValue, and in real mode of every value that the slider shows. Its first conversion to a number
-    /// takes the value; text around it is shown as it stands, up to 511 characters in all. Copied; null stands for the
-    /// shortest form.
+    /// printf format of SetValue, and in real mode of every value that the slider shows. Its first conversion to a
+    /// number takes the value; text around it is shown as it stands, up to 511 characters in all. Copied; null stands
+    /// for the shortest form.
     void SetFormatString(const wchar_t* text);
 
     /// Distance between two stops of a linked horizontal slider, in positions.

@@ -66,6 +66,8 @@ class SliderEditRules {
     /// The field is about to lose the focus.
     void OnKillFocus();
 
+    std::wstring ShownText() const { return m_field.Text(); }
+    bool IsDouble() const { return m_isDouble; }
     std::uint16_t ParseType() const { return m_parseType; }
     LinkSliderRules* SlideLink() const { return m_slideLink.lock().get(); }
     std::int32_t MinPos() const { return m_minPos; }
