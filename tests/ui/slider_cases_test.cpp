@@ -57,7 +57,7 @@ template <class T> json OrNull(const std::optional<T>& value) { return value ? j
 json Play(const json& step, SliderPair& pair) {
     const std::string op = step.at("op");
     kyfui::SliderEditRules& edit = pair.Edit.Rules;
-    if (op == "type_char") return pair.Edit.Type(platform::ToWide(step.at("char").get<std::string>()).at(0)) ? 1 : 0;
+    if (op == "type_char") return pair.Edit.Type(static_cast<char32_t>(Wide(step.at("char")).at(0))) ? 1 : 0;
     if (op == "update_edit") return edit.UpdateEdit(step.at("pos")) ? 1 : 0;
     if (op == "set_value_int") return edit.SetValue(step.at("value").get<std::int32_t>()) ? 1 : 0;
     if (op == "set_value_double") return edit.SetValue(step.at("value").get<double>()) ? 1 : 0;

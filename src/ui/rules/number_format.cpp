@@ -24,11 +24,14 @@ bool IsIntegerLetter(wchar_t c) { return std::wstring_view(L"diuxXo").find(c) !=
 
 bool IsRealLetter(wchar_t c) { return std::wstring_view(L"fFeEgG").find(c) != std::wstring_view::npos; }
 
-/// A count of characters; greater ones than a text can have change nothing more.
+/// No double has more places after its point, and no text is as long.
+constexpr std::size_t kMostCounted = 1100;
+
+/// A count of characters or places; greater ones change nothing more.
 std::size_t ReadCount(std::wstring_view format, std::size_t& at) {
     std::size_t count = 0;
     for (; at < format.size() && format[at] >= L'0' && format[at] <= L'9'; ++at)
-        count = std::min(count * 10 + static_cast<std::size_t>(format[at] - L'0'), kMostFormatted);
+        count = std::min(count * 10 + static_cast<std::size_t>(format[at] - L'0'), kMostCounted);
     return count;
 }
 
@@ -80,7 +83,7 @@ std::string RealDigits(const Conversion& conversion, double value) {
     const std::chars_format style = lower == 'f'   ? std::chars_format::fixed
                                     : lower == 'e' ? std::chars_format::scientific
                                                    : std::chars_format::general;
-    std::array<char, 1024> buffer; // the greatest double has 309 digits ahead of its point
+    std::array<char, kMostCounted + 320> buffer; // the greatest double has 309 digits ahead of its point
     const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), std::abs(value), style,
                                    static_cast<int>(conversion.Precision.value_or(6)));
     return std::string(buffer.data(), end.ptr);
