@@ -9,7 +9,7 @@
 #include "gpu/cuda_api.h"
 #include "gpu/fake_driver.h"
 #include "gpu/gpu_switches.h"
-#include "gpu/trace_lines.h"
+#include "support/trace_lines.h"
 
 namespace {
 

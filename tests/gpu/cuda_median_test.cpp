@@ -8,12 +8,12 @@
 #include "gpu/cuda_launch.h"
 #include "gpu/fake_driver.h"
 #include "gpu/gpu_switches.h"
-#include "gpu/trace_lines.h"
 #include "reference/edge_data.h"
 #include "reference/gpu_channel.h"
 #include "safe3d/maps.h"
 #include "safe3d/middle_filter.h"
 #include "support/arrays.h"
+#include "support/trace_lines.h"
 
 namespace {
 

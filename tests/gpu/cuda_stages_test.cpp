@@ -9,10 +9,10 @@
 #include "gpu/fake_driver.h"
 #include "gpu/gpu_frames.h"
 #include "gpu/gpu_switches.h"
-#include "gpu/trace_lines.h"
 #include "safe3d/progress_reports.h"
 #include "safe3d/safe3d.h"
 #include "safe3d/threads.h"
+#include "support/trace_lines.h"
 
 namespace {
 

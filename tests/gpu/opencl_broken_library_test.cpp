@@ -11,8 +11,8 @@
 
 #include "gpu/gpu_switches.h"
 #include "gpu/opencl_api.h"
-#include "gpu/trace_lines.h"
 #include "safe3d/stack_session.h"
+#include "support/trace_lines.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include "gpu/gpu_switches.h"
 #include "gpu/opencl_api.h"
 #include "gpu/opencl_double.h"
-#include "gpu/trace_lines.h"
+#include "support/trace_lines.h"
 
 namespace test {
 

@@ -10,7 +10,7 @@
 #include "safe3d/progress_reports.h"
 #include "safe3d/safe3d.h"
 #include "safe3d/stack_session.h"
-#include "safe3d/trace_lines.h"
+#include "support/trace_lines.h"
 
 namespace {
 
@@ -37,7 +37,7 @@ class MakeReports : public testing::Test {
 /// Lines of the height data itself: what codecs, files and images trace is theirs.
 std::vector<std::string> LinesOfHeightData(const test::TraceLines& trace) {
     std::vector<std::string> lines;
-    for (const std::string& line : trace.Get())
+    for (const std::string& line : trace.GetWithoutBackEnds())
         if (line.find("Kyf3DSafeMakeHeightData") != std::string::npos || line.find("pFocusInfo") != std::string::npos)
             lines.push_back(line);
     return lines;
@@ -58,7 +58,8 @@ TEST_F(MakeReports, TraceNothingBetweenTheEndsWhereThereIsNothingToMake) {
     KyfFocusComposition empty{};
     const test::TraceLines trace;
     ASSERT_EQ(kyf::Kyf3DSafeMakeHeightData(&empty, 0, nullptr), KyfResultOk);
-    EXPECT_EQ(trace.Get(), (std::vector<std::string>{"Begin Kyf3DSafeMakeHeightData", "End Kyf3DSafeMakeHeightData"}));
+    EXPECT_EQ(trace.GetWithoutBackEnds(),
+              (std::vector<std::string>{"Begin Kyf3DSafeMakeHeightData", "End Kyf3DSafeMakeHeightData"}));
 }
 
 TEST_F(MakeReports, TraceTheResultOfAStackWithoutASize) {
@@ -67,8 +68,9 @@ TEST_F(MakeReports, TraceTheResultOfAStackWithoutASize) {
     empty.HeightList = &height;
     const test::TraceLines trace;
     ASSERT_EQ(kyf::Kyf3DSafeMakeHeightData(&empty, 0, nullptr), KyfResultInvalidParameter);
-    EXPECT_EQ(trace.Get(), (std::vector<std::string>{"Begin Kyf3DSafeMakeHeightData", kHasHeights,
-                                                     "End Kyf3DSafeMakeHeightData: KyfResultInvalidParameter"}));
+    EXPECT_EQ(trace.GetWithoutBackEnds(),
+              (std::vector<std::string>{"Begin Kyf3DSafeMakeHeightData", kHasHeights,
+                                        "End Kyf3DSafeMakeHeightData: KyfResultInvalidParameter"}));
 }
 
 TEST_F(MakeReports, TraceTheResultOfAMapThatCannotBeHad) {
@@ -77,8 +79,9 @@ TEST_F(MakeReports, TraceTheResultOfAMapThatCannotBeHad) {
     session->State3D.SourceHeight = 1 << 20;
     const test::TraceLines trace;
     ASSERT_EQ(kyf::Kyf3DSafeMakeHeightData(session.get(), 0, nullptr), KyfResultFailAlloc);
-    EXPECT_EQ(trace.Get(), (std::vector<std::string>{"Begin Kyf3DSafeMakeHeightData", kHasHeights,
-                                                     "End Kyf3DSafeMakeHeightData: KyfResultFailAlloc"}));
+    EXPECT_EQ(trace.GetWithoutBackEnds(),
+              (std::vector<std::string>{"Begin Kyf3DSafeMakeHeightData", kHasHeights,
+                                        "End Kyf3DSafeMakeHeightData: KyfResultFailAlloc"}));
     EXPECT_EQ(session->State3D.HeightDataMap, nullptr);
 }
 

@@ -1,6 +1,6 @@
 /// Lines that the library traces during a scope, without time and place.
-#ifndef KYFOCUS_TESTS_GPU_TRACE_LINES_H
-#define KYFOCUS_TESTS_GPU_TRACE_LINES_H
+#ifndef KYFOCUS_TESTS_SUPPORT_TRACE_LINES_H
+#define KYFOCUS_TESTS_SUPPORT_TRACE_LINES_H
 
 #include <algorithm>
 #include <fstream>
@@ -31,6 +31,20 @@ class TraceLines {
         std::vector<std::string> lines;
         std::ifstream log(m_folder.Path() / "kyimaging.log");
         for (std::string line; std::getline(log, line);) lines.push_back(line.substr(line.find(") ") + 2));
+        return lines;
+    }
+
+    /// Without what the back ends' own objects trace between their Begin and End.
+    std::vector<std::string> GetWithoutBackEnds() const {
+        std::vector<std::string> lines;
+        int depth = 0;
+        for (const std::string& line : Get()) {
+            const bool isBegin = line.starts_with("Begin CCudaAPI::") || line.starts_with("Begin COpenCL");
+            const bool isEnd = line.starts_with("End CCudaAPI::") || line.starts_with("End COpenCL");
+            if (isBegin) ++depth;
+            if (depth == 0) lines.push_back(line);
+            if (isEnd) --depth;
+        }
         return lines;
     }
 
