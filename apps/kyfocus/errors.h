@@ -7,7 +7,7 @@
 namespace app {
 
 /// Exit statuses of the program.
-enum ExitStatus : int { kExitOk = 0, kExitFailure = 1, kExitUsage = 2 };
+enum ExitStatus : int { kExitOk = 0, kExitFailure = 1, kExitUsage = 2, kExitCancelled = 3 };
 
 /// The work could not be done. Ends the program with kExitFailure.
 struct Failure : std::runtime_error {
@@ -16,6 +16,11 @@ struct Failure : std::runtime_error {
 
 /// The command line asks for something that cannot be. Ends the program with kExitUsage.
 struct UsageError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// The user has called the work off. Ends the program with kExitCancelled.
+struct Cancelled : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 

@@ -73,6 +73,8 @@ int main(int argc, char** argv) {
         return Finish(EndParse(program, error));
     } catch (const app::UsageError& error) {
         return Fail(app::kExitUsage, error.what());
+    } catch (const app::Cancelled& error) {
+        return Fail(app::kExitCancelled, error.what());
     } catch (const std::bad_alloc&) {
         return Fail(app::kExitFailure, "out of memory");
     } catch (const std::exception& error) {

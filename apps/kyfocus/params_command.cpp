@@ -4,9 +4,16 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <optional>
+#include <system_error>
+
+#include <CLI/CLI.hpp>
+#include <kyfocus/composition_setting.h>
 
 #include "errors.h"
+#include "images.h"
 #include "option_kinds.h"
+#include "parameter_dialog.h"
 
 namespace app {
 namespace {
@@ -33,21 +40,71 @@ std::string EntryLine(const ParameterEntry& entry) {
     return TableLine(entry.Key->Name, std::to_string(entry.Value), SourceText(entry.From), meaning);
 }
 
-} // namespace
+struct ParamsOptions {
+    std::filesystem::path File;
+    bool IsDialog = false;
+    std::optional<int> Language;
+};
 
-void AddParamsCommand(CLI::App& program) {
-    const auto file = std::make_shared<std::filesystem::path>();
-    CLI::App* const command =
-        program.add_subcommand("params", "Shows a parameter file: each key, its value and what it means.");
-    command->add_option("FILE", *file, "A file of compose --save-params or of another host of the library.")
+void Show(const std::filesystem::path& file) {
+    const std::string text = DescribeParameters(ReadParameterFile(file));
+    if (std::fputs(text.c_str(), stdout) < 0) throw Failure("standard output: table cannot be written");
+}
+
+/// The settings of a file; the defaults where there is no file yet.
+KyfFocusCompositionParameter SettingsToEdit(const std::filesystem::path& file) {
+    std::error_code error;
+    const bool isThere = std::filesystem::exists(file, error);
+    const std::filesystem::path folder = file.has_parent_path() ? file.parent_path() : ".";
+    if (!isThere && !std::filesystem::is_directory(folder, error))
+        throw Failure(DisplayPath(file) + ": parameters cannot be written: there is no such folder");
+    KyfFocusCompositionParameter settings = CKyfFocusCompositionSetting().Get();
+    if (!isThere) return settings;
+    RequireWritable(file);
+    for (const ParameterEntry& entry : ReadParameterFile(file).Entries)
+        if (entry.From == ParameterEntry::Source::Unreadable)
+            std::fprintf(stderr, "kyfocus: warning: %s: %s is no whole number and shows as %d\n",
+                         DisplayPath(file).c_str(), entry.Key->Name, entry.Value);
+    LoadParameters(file, settings);
+    return settings;
+}
+
+void Edit(const ParamsOptions& options) {
+    KyfFocusCompositionParameter settings = SettingsToEdit(options.File);
+    if (!EditParameters(settings, options.Language.value_or(LanguageOfLocale(MessageLocale()))))
+        throw Cancelled(DisplayPath(options.File) + ": cancelled, nothing has been saved");
+    SaveParameters(settings, options.File);
+    std::printf("%s: saved\n", DisplayPath(options.File).c_str());
+}
+
+void AddOptions(CLI::App& command, ParamsOptions& options) {
+    command.add_option("FILE", options.File, "A file of compose --save-params or of another host of the library.")
         ->check(RequireText)
         ->option_text("FILE.ini")
         ->required();
-    command->footer("Example: kyfocus params settings.ini");
-    command->callback([file] {
-        const std::string text = DescribeParameters(ReadParameterFile(*file));
-        if (std::fputs(text.c_str(), stdout) < 0) throw Failure("standard output: table cannot be written");
-    });
+    CLI::Option* const dialog = command.add_flag(
+        "--dialog", options.IsDialog,
+        "Show the settings in a dialog and save them to the file on OK; what else it holds stays. A file that is not "
+        "there yet begins with the library's defaults. On Cancel the file stays as it is and the exit status is 3. "
+        "Needs "
+        "the library of dialogs, which is installed where Qt is, and a display.");
+    AddChoice<int>(
+        command, "--language", DialogLanguages(), [&options](const int& language) { options.Language = language; },
+        "Language of the dialog: eng, jpn, kor, zh-hant, zh-hans. Default: that of the locale (LC_ALL, LC_MESSAGES, "
+        "LANG), else eng.")
+        ->option_text("NAME")
+        ->needs(dialog);
+}
+
+} // namespace
+
+void AddParamsCommand(CLI::App& program) {
+    const auto options = std::make_shared<ParamsOptions>();
+    CLI::App* const command =
+        program.add_subcommand("params", "Shows a parameter file: each key, its value and what it means. Or edits it.");
+    AddOptions(*command, *options);
+    command->footer("Example: kyfocus params --dialog settings.ini");
+    command->callback([options] { options->IsDialog ? Edit(*options) : Show(options->File); });
 }
 
 std::string DescribeParameters(const ParameterFile& file) {
