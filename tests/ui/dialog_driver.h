@@ -101,12 +101,14 @@ class InNextDialog {
     bool m_done = false;
 };
 
-/// The controls that Tab leads to, in its order, from the one that has the focus until it comes round.
+/// The controls that Tab leads to, in its order, from the one that has the focus until it comes round. A control that
+/// keeps the focus for some keys counts once.
 inline QList<QWidget*> TabChain(QWidget& window) {
     QList<QWidget*> chain;
-    while (QWidget* const focus = window.focusWidget()) {
-        if (chain.contains(focus) || chain.size() > 100) break;
-        chain.append(focus);
+    for (int keys = 0; keys < 100; ++keys) {
+        QWidget* const focus = window.focusWidget();
+        if (focus == nullptr || (chain.contains(focus) && focus != chain.last())) break;
+        if (!chain.contains(focus)) chain.append(focus);
         QTest::keyClick(focus, Qt::Key_Tab);
     }
     return chain;

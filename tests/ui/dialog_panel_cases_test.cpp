@@ -44,8 +44,15 @@ class DialogOnScreen {
     Listener Heard;
 };
 
-/// Types the two values and leaves with OK.
-void PlayManual(const nlohmann::json& value, const QWidget& window) {
+/// Types the two values and leaves with OK. Where no user could open the dialog, the host sets them.
+void PlayManual(const nlohmann::json& value, const QWidget& window, CKyfFocusCompParamControl& panel) {
+    if (!test::Find(window, kIdManualButton).isEnabled()) {
+        CKyfFocusCompositionSetting setting = panel.GetData();
+        setting.SetCompSize(value.at(0));
+        setting.SetSmoothing(value.at(1));
+        panel.SetData(setting);
+        return;
+    }
     const test::InNextDialog manual([&](QDialog& dialog) {
         test::Type(dialog, kIdCompSizeEdit, QString::number(value.at(0).get<int>()));
         test::Type(dialog, kIdSmoothingEdit, QString::number(value.at(1).get<int>()));
@@ -91,7 +98,7 @@ void Play(const std::string& event, const nlohmann::json& value, DialogOnScreen&
     } else if (event == "set_microscope_type") {
         screen.Panel.SetMicroscopeType(value);
     } else if (event == "manual_done") {
-        PlayManual(value, window);
+        PlayManual(value, window, screen.Panel);
     } else if (event == "detail_done") {
         PlayDetail(value, window);
     } else if (event == "auto_positioning_done") {

@@ -95,13 +95,17 @@ void SetWidthInDigits(QLineEdit& field, int digits) {
 }
 
 void CheckRadio(QButtonGroup& group, int id) {
-    if (QAbstractButton* const button = group.button(id)) {
-        button->setChecked(true);
-        return;
+    QAbstractButton* const chosen = group.button(id);
+    if (chosen != nullptr) {
+        chosen->setChecked(true);
+    } else {
+        group.setExclusive(false); // an exclusive group never gives up its last one
+        for (QAbstractButton* const button : group.buttons()) button->setChecked(false);
+        group.setExclusive(true);
     }
-    group.setExclusive(false); // an exclusive group never gives up its last one
-    for (QAbstractButton* const button : group.buttons()) button->setChecked(false);
-    group.setExclusive(true);
+    const QAbstractButton* const stop = chosen != nullptr ? chosen : group.buttons().value(0);
+    for (QAbstractButton* const button : group.buttons())
+        button->setFocusPolicy(button == stop ? Qt::StrongFocus : Qt::ClickFocus);
 }
 
 void KeepPlaceWhenHidden(QWidget& widget) {

@@ -49,7 +49,8 @@ QDialogButtonBox* MakeDialogButtons(QDialog* dialog);
 /// As wide as so many digits, in the field's font.
 void SetWidthInDigits(QLineEdit& field, int digits);
 
-/// Checks the button of this number, or none when there is no such button.
+/// Checks the button of this number, or none when there is no such button. Tab stops at the checked one, or at the
+/// first.
 void CheckRadio(QButtonGroup& group, int id);
 
 /// Keeps a widget's place in its layout while it is hidden, so that the window does not jump.
