@@ -1,4 +1,5 @@
-# Run by ctest. BUILD: the build folder; SOURCE: this folder; WORK: a folder that is emptied first.
+# Run by ctest. BUILD: the build folder; SOURCE: this folder; WORK: a folder that is emptied first; USER_PLUGIN: the simulated
+# user's, empty where the parameter interface is not built.
 file(REMOVE_RECURSE ${WORK})
 set(prefix ${WORK}/prefix)
 
@@ -50,6 +51,12 @@ foreach(library kyimaging kyfocus)
         endif()
     endforeach()
 endforeach()
+
+if(USER_PLUGIN)
+    include(${SOURCE}/install_and_build_ui_hosts.cmake)
+elseif(EXISTS ${prefix}/include/kyfocus/ui)
+    message(FATAL_ERROR "headers of a library that is not there")
+endif()
 
 # And the program finds its libraries where they were put.
 if(EXISTS ${prefix}/bin/kyfocus)
