@@ -4,8 +4,10 @@
 #include <set>
 
 #include <QFile>
+#include <QFontDatabase>
 #include <QRegularExpression>
 #include <QStringList>
+#include <QWidget>
 #include <gtest/gtest.h>
 
 #include "ui/resources/resources.h"
@@ -186,14 +188,32 @@ TEST_F(TextsOfModules, LoseMnemonicsBehindTheWordInNames) {
     EXPECT_EQ(AccessibleName(kIdSetFine), QStringLiteral("細かい構造"));
 }
 
+TEST_F(TextsOfModules, AreShownInTheFormsOfTheirLanguage) {
+    QWidget usual;
+    const QFont before = usual.font();
+    UseLanguageFont(usual);
+    EXPECT_EQ(usual.font(), before);
+    KyfSetLanguageType(4);
+    const CKYFocusResource chinese;
+    QWidget window;
+    window.setFont(QFont(before.family(), 23));
+    UseLanguageFont(window);
+    EXPECT_EQ(window.font().family(), before.family());
+    EXPECT_EQ(window.font().pointSize(), 23);
+    const bool hasFont = QFontDatabase::hasFamily(QStringLiteral("Noto Sans CJK SC"));
+    EXPECT_EQ(window.font().families().contains(QStringLiteral("Noto Sans CJK SC")), hasFont);
+}
+
 TEST(Catalogue, LinesAreEntriesOrCommentsOrTheFileIsDamaged) {
     const auto catalogue = ReadCatalogue("# x\n\n 0x10 = a = \\\\ b\\nc \r\n16 tip=t\n0x10  name = n\n");
     ASSERT_TRUE(catalogue);
     EXPECT_EQ(catalogue->Texts.value(16), QStringLiteral("a = \\ b\nc"));
     EXPECT_EQ(catalogue->Tips.value(16), QStringLiteral("t"));
     EXPECT_EQ(catalogue->Names.value(16), QStringLiteral("n"));
-    for (const char* line : {"0x10", "0x10 =", "0x10 = a\\", "0x10 = \\x", "zehn = a", "0x10 hint = a", "= a",
-                             "0x10 tip x = a", "0x10 = \xFF", "0x10 = a\n16 = b", "0x100000000 = a"})
+    EXPECT_EQ(ReadCatalogue("fonts = A B, C\n")->Fonts, (QStringList{"A B", "C"}));
+    for (const char* line :
+         {"0x10", "0x10 =", "0x10 = a\\", "0x10 = \\x", "zehn = a", "0x10 hint = a", "= a", "0x10 tip x = a",
+          "0x10 = \xFF", "0x10 = a\n16 = b", "0x100000000 = a", "fonts = A,,B", "fonts = A\nfonts = B"})
         EXPECT_FALSE(ReadCatalogue(line)) << line;
 }
 

@@ -1,7 +1,6 @@
 #include "ui/resources/catalogue.h"
 
 #include <QStringDecoder>
-#include <QStringList>
 
 namespace kyfui {
 
@@ -29,10 +28,17 @@ QHash<int, QString>* KindOf(const QStringList& words, Catalogue& catalogue) {
     return words[1] == u"name" ? &catalogue.Names : nullptr;
 }
 
+bool AddFonts(const QString& names, Catalogue& catalogue) {
+    if (!catalogue.Fonts.isEmpty()) return false;
+    for (const QString& name : names.split(u',')) catalogue.Fonts += name.trimmed();
+    return !catalogue.Fonts.contains(QString());
+}
+
 bool AddLine(const QString& line, Catalogue& catalogue) {
     const qsizetype equals = line.indexOf(u'=');
     if (equals < 0) return false;
     const QStringList words = line.left(equals).simplified().split(u' ');
+    if (words == QStringList(QStringLiteral("fonts"))) return AddFonts(line.mid(equals + 1), catalogue);
     QHash<int, QString>* const entries = KindOf(words, catalogue);
     const std::optional<QString> text = Unescape(line.mid(equals + 1).trimmed());
     bool isNumber = false;

@@ -5,8 +5,11 @@
 ///     0xFA1 tip = Takes each pixel from\nits sharpest frame.
 ///     0xFA1 name = 2D composition
 ///
+///     fonts = Noto Sans CJK JP, IPAexGothic
+///
 /// "tip" is the tool tip of a number, "name" its name for screen readers where the text does not serve as one. "\n"
-/// breaks a line, "\\" is a backslash.
+/// breaks a line, "\\" is a backslash. "fonts" names the families with the language's own forms of characters that it
+/// shares with others, the best first.
 #ifndef KYFOCUS_UI_CATALOGUE_H
 #define KYFOCUS_UI_CATALOGUE_H
 
@@ -15,6 +18,7 @@
 #include <QByteArray>
 #include <QHash>
 #include <QString>
+#include <QStringList>
 
 namespace kyfui {
 
@@ -22,6 +26,7 @@ struct Catalogue {
     QHash<int, QString> Texts;
     QHash<int, QString> Tips;
     QHash<int, QString> Names;
+    QStringList Fonts;
 };
 
 /// Nothing when a line is no entry, when an entry comes twice, or when bytes are no UTF-8: the file is damaged.

@@ -1,5 +1,7 @@
 #include "ui/resources/resources.h"
 
+#include <QFont>
+#include <QFontDatabase>
 #include <QGuiApplication>
 #include <QRegularExpression>
 
@@ -49,6 +51,17 @@ QString ToolTip(int id) { return Find(&Catalogue::Tips, id); }
 QString AccessibleName(int id) {
     const QString name = Find(&Catalogue::Names, id);
     return name.isEmpty() ? WithoutMnemonic(Text(id)) : name;
+}
+
+void UseLanguageFont(QWidget& window) {
+    const LanguageModule* const module = CurrentModule();
+    if (!module) return;
+    QFont font = window.font();
+    QStringList families = font.families();
+    for (const QString& family : module->Words.Fonts)
+        if (QFontDatabase::hasFamily(family)) families += family;
+    font.setFamilies(families);
+    window.setFont(font);
 }
 
 QIcon Picture(int id) { return DrawingIcon(FindPicture(id)); }

@@ -8,6 +8,7 @@
 #include <QCursor>
 #include <QIcon>
 #include <QString>
+#include <QWidget>
 
 namespace kyfui {
 
@@ -20,6 +21,10 @@ QString ToolTip(int id);
 
 /// Name for screen readers: the text without its mnemonic, or a name of its own for controls that show none.
 QString AccessibleName(int id);
+
+/// Has a window or panel show the current module's language in the forms of that language: Chinese, Japanese and Korean
+/// write some characters differently. The usual font stays the first one.
+void UseLanguageFont(QWidget& window);
 
 /// Vector drawing of a bitmap number (0xD6, 0xD9, 0xDB: plane at the bottom, at the top, other).
 QIcon Picture(int id);
