@@ -1,5 +1,7 @@
 // The exported dialog in a process that knows nothing of the toolkit. These tests run in their order: what one of them
 // makes stays.
+#include <clocale>
+#include <string>
 #include <thread>
 
 #include <QApplication>
@@ -41,10 +43,14 @@ TEST(Alone, WithoutADisplayNothingIsShownOrMade) {
 
 TEST(Alone, AnApplicationIsMadeOnceAndKept) {
     KyfFocusCompositionParameter parameter = CKyfFocusCompositionSetting().Get();
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("LC_ALL", "C.UTF-8"); // which the toolkit would take
+    const std::string locale = std::setlocale(LC_ALL, nullptr);
     qAddPreRoutine(PressOK); // runs when the application has been made
     EXPECT_EQ(KyfSetFocusCompositionParameter(&parameter, nullptr), 1);
     QCoreApplication* const made = QCoreApplication::instance();
     EXPECT_NE(made, nullptr);
+    EXPECT_EQ(std::setlocale(LC_ALL, nullptr), locale);
     PressOK();
     EXPECT_EQ(KyfSetFocusCompositionParameter(&parameter, nullptr), 1);
     EXPECT_EQ(QCoreApplication::instance(), made);

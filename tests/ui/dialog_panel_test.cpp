@@ -4,6 +4,7 @@
 #include <vector>
 
 #include <QBoxLayout>
+#include <QWheelEvent>
 #include <kyfocus/ui/gpu_setting_control.h>
 #include <kyfocus/ui/param_control.h>
 
@@ -101,6 +102,25 @@ TEST(ParameterPanel, ArrowKeysChooseAndWriteThrough) {
     QTest::keyClick(&test::Find(host, kIdPlaneOtherButton), Qt::Key_Space);
     EXPECT_EQ(host.Panel->GetData().GetPlaneType(), 2);
     EXPECT_TRUE(test::Find<QRadioButton>(host, kIdPlaneOther).isChecked());
+}
+
+void TurnWheel(QWidget& control) {
+    const QPointF place = control.rect().center();
+    QWheelEvent event(place, control.mapToGlobal(place), QPoint(), QPoint(0, -120), Qt::NoButton, Qt::NoModifier,
+                      Qt::NoScrollPhase, false);
+    QApplication::sendEvent(&control, &event);
+}
+
+TEST(ParameterPanel, TheWheelTurnsOnlyWhatHasTheFocus) {
+    HostWindow host(SettingWith(0));
+    test::Open(host);
+    QWidget& speed = test::Find(host, kIdSpeed);
+    test::Find(host, kIdAlgorithm2D).setFocus();
+    TurnWheel(speed);
+    EXPECT_EQ(host.Panel->GetData().GetSpeed(), 1);
+    speed.setFocus();
+    TurnWheel(speed);
+    EXPECT_EQ(host.Panel->GetData().GetSpeed(), 2);
 }
 
 TEST(ParameterPanel, BothPagesTakeTheSameRoom) {

@@ -1,5 +1,6 @@
 #include "ui/dialogs/widgets.h"
 
+#include <QEvent>
 #include <QFontMetrics>
 #include <QKeyEvent>
 #include <kyfocus/ui/control_id.h>
@@ -13,6 +14,17 @@ namespace {
 /// Width and height of a picture in lines of text.
 constexpr int kPictureWidthInLines = 4;
 constexpr int kPictureHeightInLines = 3;
+
+/// The wheel belongs to the host's window until a combo box is chosen: what it turns is written through at once.
+class WheelGuard : public QObject {
+  public:
+    using QObject::QObject;
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() != QEvent::Wheel || static_cast<QWidget*>(watched)->hasFocus()) return false;
+        event->ignore();
+        return true;
+    }
+};
 
 template <class Button> Button* MakeTextButton(int id, QWidget* parent) {
     auto* const button = new Button(Text(id), parent);
@@ -56,6 +68,8 @@ QComboBox* MakeCombo(int id, std::initializer_list<int> entryIds, int placeholde
     auto* const combo = new QComboBox(parent);
     Describe(*combo, id);
     for (const int entryId : entryIds) combo->addItem(Text(entryId));
+    combo->setFocusPolicy(Qt::StrongFocus); // the wheel does not choose it
+    combo->installEventFilter(new WheelGuard(combo));
     if (placeholderId != 0) combo->setPlaceholderText(Text(placeholderId));
     return combo;
 }
