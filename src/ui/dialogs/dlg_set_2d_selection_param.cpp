@@ -29,6 +29,7 @@ CDlgSet2DSelectionParam::CDlgSet2DSelectionParam(const Preset& values, QWidget* 
       m_preset(MakeCombo(kIdPreset, {kIdPresetFine, kIdPresetMedium, kIdPresetCoarse}, kIdPresetNone, this)),
       m_compSize(MakePair(kIdCompSizeSlider, kIdCompSizeEdit, kCompSizeRange, values.CompSize)),
       m_smoothing(MakePair(kIdSmoothingSlider, kIdSmoothingEdit, kSmoothingRange, values.Smoothing)) {
+    UseLanguageFont(*this);
     setObjectName(ObjectName(kIdManualDialog));
     setWindowTitle(Text(kIdManualDialog));
     auto* const grid = new QGridLayout(this);

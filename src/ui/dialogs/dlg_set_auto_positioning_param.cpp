@@ -8,6 +8,7 @@ using namespace kyfui;
 
 CDlgSetAutoPositioningParam::CDlgSetAutoPositioningParam(const Areas& areas, QWidget* parent)
     : QDialog(parent), m_count(MakeCombo(kIdAreaCount, {kIdAreas2, kIdAreas3, kIdAreas4}, kIdAreaCountNone, this)) {
+    UseLanguageFont(*this);
     setObjectName(ObjectName(kIdPositioningDialog));
     setWindowTitle(Text(kIdPositioningDialog));
     QPushButton* const reset = MakeButton(kIdAreaReset, this);

@@ -21,6 +21,7 @@ constexpr int kPage = 2;
 CDlgSetDetailParam::CDlgSetDetailParam(const DetailValues& values, QWidget* parent)
     : QDialog(parent), m_model(values), m_halation(MakeCheck(kIdHalation, this)),
       m_peakPosition(MakeCheck(kIdPeakPosition, this)), m_rangeError(Text(kIdRangeError)) {
+    UseLanguageFont(*this);
     setObjectName(ObjectName(kIdDetailDialog));
     setWindowTitle(Text(kIdDetailDialog));
     auto* const grid = new QGridLayout(this);

@@ -19,6 +19,7 @@ void AddPanel(QBoxLayout& rows, QWidget& panel) {
 
 CDlgSetFocusCompositionParam::CDlgSetFocusCompositionParam(const FocusCompositionDialogStart& start, QWidget* parent)
     : QDialog(parent) {
+    UseLanguageFont(*this);
     setObjectName(ObjectName(kIdParameterDialog));
     setWindowTitle(Text(kIdParameterDialog));
     setAttribute(Qt::WA_QuitOnClose, false); // the host goes on, also when this is its only window

@@ -11,30 +11,41 @@
 
 using namespace kyfui;
 
-struct CKyfFocusCompGpuSettingControl::Insides {
-    /// The name in the language that the panel was made in.
-    QString NameOf(int id) const {
-        const auto found = Names.find(id);
-        return found != Names.end() ? found->second : Text(id);
-    }
-
-    GpuPanel Panel;
-    std::map<int, QString> Names;
-    QString Caption;        ///< of the name, for screen readers
-    QLabel* Name = nullptr; ///< null before the controls are made
-    QCheckBox* Disable = nullptr;
-};
-
 namespace {
 
-/// As wide as the widest name, so that the window does not jump from one to the other.
-int WidestName(const QLabel& label, const std::map<int, QString>& names) {
-    int width = 0;
-    for (const auto& [id, name] : names) width = qMax(width, label.fontMetrics().horizontalAdvance(name));
-    return width;
-}
+/// A label as wide as the widest name, so that the window does not jump from one to the other. The names are those of
+/// the language that it was made in.
+class NameLabel : public QLabel {
+  public:
+    explicit NameLabel(QWidget* parent) : QLabel(parent), m_caption(AccessibleName(kIdProcessorText)) {
+        Describe(*this, kIdProcessorText);
+        for (const int id : {kIdCudaName, kIdOpenClName, kIdNoGpuName}) m_names[id] = Text(id);
+    }
+    void Show(int id) {
+        const auto found = m_names.find(id);
+        setText(found != m_names.end() ? found->second : Text(id));
+        setAccessibleName(m_caption + QStringLiteral(": ") + text());
+    }
+    QSize sizeHint() const override { return Widened(QLabel::sizeHint()); }
+    QSize minimumSizeHint() const override { return Widened(QLabel::minimumSizeHint()); }
+
+  private:
+    QSize Widened(QSize hint) const {
+        for (const auto& [id, name] : m_names) hint.setWidth(qMax(hint.width(), fontMetrics().horizontalAdvance(name)));
+        return hint;
+    }
+
+    QString m_caption; ///< for screen readers
+    std::map<int, QString> m_names;
+};
 
 } // namespace
+
+struct CKyfFocusCompGpuSettingControl::Insides {
+    GpuPanel Panel;
+    NameLabel* Name = nullptr; ///< null before the controls are made
+    QCheckBox* Disable = nullptr;
+};
 
 CKyfFocusCompGpuSettingControl::CKyfFocusCompGpuSettingControl() : m_insides(std::make_unique<Insides>()) {}
 
@@ -43,16 +54,13 @@ CKyfFocusCompGpuSettingControl::~CKyfFocusCompGpuSettingControl() = default;
 KyiBool CKyfFocusCompGpuSettingControl::Create(QWidget* parent) {
     if (m_insides->Name != nullptr) return 0;
     if (parent != nullptr) setParent(parent);
+    UseLanguageFont(*this);
     Describe(*this, kIdGpuPanel);
     auto* const margins = new QVBoxLayout(this);
     QGroupBox* const frame = MakeGroup(kIdGpuPanel, this);
     margins->addWidget(frame);
     auto* const rows = new QVBoxLayout(frame);
-    m_insides->Name = new QLabel(frame);
-    Describe(*m_insides->Name, kIdProcessorText);
-    m_insides->Caption = AccessibleName(kIdProcessorText);
-    for (const int id : {kIdCudaName, kIdOpenClName, kIdNoGpuName}) m_insides->Names[id] = Text(id);
-    m_insides->Name->setMinimumWidth(WidestName(*m_insides->Name, m_insides->Names));
+    m_insides->Name = new NameLabel(frame);
     rows->addWidget(m_insides->Name);
     m_insides->Disable = MakeCheck(kIdDisableGpu, frame);
     rows->addWidget(m_insides->Disable);
@@ -80,9 +88,7 @@ void CKyfFocusCompGpuSettingControl::SetEnableControls() {
     const GpuControls controls = kyfui::SetEnableControls(m_insides->Panel);
     m_insides->Disable->setEnabled(controls.CheckEnabled);
     m_insides->Disable->setChecked(m_insides->Panel.DisableCheck != 0);
-    const QString name = m_insides->NameOf(controls.TextId);
-    m_insides->Name->setText(name);
-    m_insides->Name->setAccessibleName(m_insides->Caption + QStringLiteral(": ") + name);
+    m_insides->Name->Show(controls.TextId);
 }
 
 void CKyfFocusCompGpuSettingControl::OnInitDialog() {

@@ -8,6 +8,7 @@
 #include "ui/dialogs/dlg_set_auto_positioning_param.h"
 #include "ui/dialogs/dlg_set_detail_param.h"
 #include "ui/dialogs/panel_layout.h"
+#include "ui/resources/resources.h"
 #include "ui/rules/panel_model.h"
 
 using namespace kyfui;
@@ -24,6 +25,7 @@ CKyfFocusCompParamControl::~CKyfFocusCompParamControl() = default;
 KyiBool CKyfFocusCompParamControl::CreateControl(QWidget* parent) {
     if (m_insides->Layout) return 0;
     if (parent != nullptr) setParent(parent);
+    UseLanguageFont(*this);
     Describe(*this, kIdParameterPanel);
     m_insides->Layout = std::make_unique<PanelLayout>(this);
     Connect();
