@@ -41,6 +41,15 @@ TEST(Alone, WithoutADisplayNothingIsShownOrMade) {
         qputenv("DISPLAY", display);
 }
 
+TEST(Alone, AnApplicationThatShowsNoWindowsIsNotEnough) {
+    int count = 1;
+    char program[] = "host";
+    char* words[] = {program, nullptr};
+    const QCoreApplication application(count, words);
+    KyfFocusCompositionParameter parameter = CKyfFocusCompositionSetting().Get();
+    EXPECT_EQ(KyfSetFocusCompositionParameter(&parameter, nullptr), 0);
+}
+
 TEST(Alone, AnApplicationIsMadeOnceAndKept) {
     KyfFocusCompositionParameter parameter = CKyfFocusCompositionSetting().Get();
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");

@@ -134,6 +134,19 @@ TEST(ParameterPanel, BothPagesTakeTheSameRoom) {
     EXPECT_EQ(test::Find(host, kIdSpeed).mapTo(&host, QPoint()), speed);
 }
 
+TEST(ParameterPanel, GrowsWithTheHostsFont) {
+    HostWindow host(SettingWith(1));
+    test::Open(host);
+    const QSize size = host.sizeHint();
+    const QSize picture = test::Find<QToolButton>(host, kIdPlaneTopButton).iconSize();
+    QFont font = host.font();
+    font.setPointSizeF(2 * font.pointSizeF());
+    host.setFont(font);
+    QTest::qWait(1);
+    EXPECT_GT(host.sizeHint().height(), 5 * size.height() / 4); // margins stay
+    EXPECT_GT(test::Find<QToolButton>(host, kIdPlaneTopButton).iconSize().height(), 3 * picture.height() / 2);
+}
+
 TEST(ParameterPanel, EveryControlTellsWhatItIs) {
     HostWindow host(SettingWith(0));
     for (const int id : kPanelControls) {
@@ -270,6 +283,18 @@ TEST(ProcessorPanel, ShowsTheNameOnlyWhileTheProcessorIsUsed) {
     EXPECT_EQ(name.text(), Text(kIdNoGpuName));
     EXPECT_FALSE(test::Find(panel, kIdDisableGpu).isEnabled());
     EXPECT_EQ(panel.GetDisableGPU(), 0);
+}
+
+TEST(ProcessorPanel, IsAsWideForOneNameAsForAnother) {
+    int width = 0;
+    for (const int id : {kIdCudaName, kIdOpenClName, kIdNoGpuName}) {
+        CKyfFocusCompGpuSettingControl panel;
+        panel.SetEnableGPU(1);
+        panel.SetProcessorNameId(id);
+        panel.Create(nullptr);
+        EXPECT_TRUE(width == 0 || panel.sizeHint().width() == width);
+        width = panel.sizeHint().width();
+    }
 }
 
 TEST(ProcessorPanel, WithoutAProcessorItIsRefusedFromTheStart) {

@@ -26,6 +26,24 @@ class WheelGuard : public QObject {
     }
 };
 
+/// Its picture grows with the text beside it.
+class PictureButton : public QToolButton {
+  public:
+    explicit PictureButton(QWidget* parent) : QToolButton(parent) { FollowFont(); }
+
+  protected:
+    void changeEvent(QEvent* event) override {
+        QToolButton::changeEvent(event);
+        if (event->type() == QEvent::FontChange) FollowFont();
+    }
+
+  private:
+    void FollowFont() {
+        const int line = fontMetrics().height();
+        setIconSize(QSize(kPictureWidthInLines * line, kPictureHeightInLines * line));
+    }
+};
+
 template <class Button> Button* MakeTextButton(int id, QWidget* parent) {
     auto* const button = new Button(Text(id), parent);
     Describe(*button, id);
@@ -55,11 +73,9 @@ QPushButton* MakeButton(int id, QWidget* parent) {
 }
 
 QToolButton* MakePictureButton(int id, int pictureId, QWidget* parent) {
-    auto* const button = new QToolButton(parent);
+    auto* const button = new PictureButton(parent);
     Describe(*button, id);
     button->setIcon(Picture(pictureId));
-    const int line = button->fontMetrics().height();
-    button->setIconSize(QSize(kPictureWidthInLines * line, kPictureHeightInLines * line));
     button->setFocusPolicy(Qt::StrongFocus);
     return button;
 }
