@@ -108,7 +108,9 @@ bool Names(const nlohmann::json& list, int id) {
 }
 
 TEST_P(RecordedStateRules, ShowAndEnableTheSameControls) {
-    for (const nlohmann::json& row : test::LoadCase("panel", GetParam()).Json.at("rows")) {
+    const nlohmann::json json = test::LoadCase("panel", GetParam()).Json;
+    EXPECT_FALSE(json.at("rows").empty());
+    for (const nlohmann::json& row : json.at("rows")) {
         const PanelSituation situation = {row.at("auto_positioning_disabled"), row.at("ScopeType"),
                                           row.at("auto_position_check"), row.at("algorithm_radio"),
                                           row.at("CompParamSetType")};
