@@ -33,7 +33,7 @@ std::string FolderOf(const std::string& path) { return path.substr(0, path.rfind
 std::uintptr_t Load(const std::string& fileName) {
     Modules& modules = AllModules();
     for (const std::string& folder : ModuleFolders()) {
-        std::optional<LanguageModule> module = ReadModule(folder + '/' + fileName);
+        std::optional<LanguageModule> module = ReadModule(std::string(folder).append("/").append(fileName));
         if (!module) continue;
         const std::uintptr_t number = modules.LastNumber + 1;
         modules.Loaded.emplace(number, *std::move(module));
@@ -73,6 +73,7 @@ void* LoadModule(const wchar_t* name) noexcept {
     if (!name) return nullptr;
     try {
         const std::string file = ModuleFileName(name);
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): never followed
         return file.empty() ? nullptr : reinterpret_cast<void*>(Load(file));
     } catch (const std::exception&) { // out of memory: as without the module
         return nullptr;
