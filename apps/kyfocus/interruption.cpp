@@ -19,7 +19,7 @@ namespace {
 namespace fs = std::filesystem;
 
 struct State {
-    std::timed_mutex Mutex;
+    std::mutex Mutex;
     std::atomic<bool> IsEnding{false}; // whoever sees it takes no further step
     std::vector<fs::path> Folders;
     std::vector<fs::path> OutputFolders; // a folder comes before those in it
@@ -57,12 +57,19 @@ void RemoveBusyFolder(const fs::path& folder) {
     for (;;) pause();
 }
 
+/// Takes the mutex, or gives up: on a disk that hangs nobody else will ever give it back. Asked again and again, since
+/// race checks do not know the timed wait of a mutex.
+void WaitFor(std::mutex& mutex) {
+    constexpr std::chrono::seconds kPatience{10};
+    constexpr std::chrono::milliseconds kPause{2};
+    const auto end = std::chrono::steady_clock::now() + kPatience;
+    while (!mutex.try_lock() && std::chrono::steady_clock::now() < end) std::this_thread::sleep_for(kPause);
+}
+
 [[noreturn]] void EndInterrupted(int signal) {
-    constexpr std::chrono::seconds kPatience{10}; // for a disk that hangs
     State& state = SharedState();
     state.IsEnding = true;
-    // Kept: nobody makes a folder, fills one or renames an output any more.
-    [[maybe_unused]] const bool isAlone = state.Mutex.try_lock_for(kPatience);
+    WaitFor(state.Mutex); // kept: nobody makes a folder, fills one or renames an output any more
     for (const fs::path& folder : state.Folders) RemoveBusyFolder(folder);
     std::error_code error; // a folder with files in it stays
     for (auto folder = state.OutputFolders.rbegin(); folder != state.OutputFolders.rend(); ++folder)

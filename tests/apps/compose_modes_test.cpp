@@ -340,7 +340,7 @@ TEST_F(ComposeModes, TellThatAKeptFrameIsLost) {
 TEST_F(ComposeModes, TellThatAFrameCannotBeKept) {
     rlimit before{};
     getrlimit(RLIMIT_FSIZE, &before);
-    const rlimit limit{1000, before.rlim_max};
+    const rlimit limit{4096, before.rlim_max}; // bytes; a runtime of threads keeps a page in such a file
     setrlimit(RLIMIT_FSIZE, &limit);
     const ProgramResult result = Compose3d({"--mode", "3d"});
     setrlimit(RLIMIT_FSIZE, &before);
