@@ -100,8 +100,8 @@ void AddOptions(CLI::App& command, ParamsOptions& options) {
 
 void AddParamsCommand(CLI::App& program) {
     const auto options = std::make_shared<ParamsOptions>();
-    CLI::App* const command =
-        program.add_subcommand("params", "Shows a parameter file: each key, its value and what it means. Or edits it.");
+    CLI::App* const command = program.add_subcommand(
+        "params", "Shows a parameter file, each key, its value and what it means, or edits it in a dialog.");
     AddOptions(*command, *options);
     command->footer("Example: kyfocus params --dialog settings.ini");
     command->callback([options] { options->IsDialog ? Edit(*options) : Show(options->File); });
