@@ -102,6 +102,21 @@ TEST(ParameterPanel, ArrowKeysChooseAndWriteThrough) {
     EXPECT_TRUE(test::Find<QRadioButton>(host, kIdPlaneOther).isChecked());
 }
 
+TEST(ParameterPanel, MnemonicsChooseAndWriteThrough) {
+    HostWindow host(SettingWith(0));
+    test::Open(host);
+    const auto press = [&host](Qt::Key key) { QTest::keyClick(&host, key, Qt::AltModifier); };
+    const auto alg = [&host] { return host.Panel->GetData().GetAlgType(); };
+    press(Qt::Key_3); // the button is seen going down and up: that takes its time
+    EXPECT_TRUE(QTest::qWaitFor([&] { return alg() == 1; }));
+    press(Qt::Key_B);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return host.Panel->GetData().GetPlaneType() == 0; }));
+    press(Qt::Key_C);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return alg() == 2; }));
+    press(Qt::Key_E);
+    EXPECT_TRUE(test::Find(host, kIdSpeed).hasFocus());
+}
+
 void TurnWheel(QWidget& control) {
     const QPointF place = control.rect().center();
     QWheelEvent event(place, control.mapToGlobal(place), QPoint(), QPoint(0, -120), Qt::NoButton, Qt::NoModifier,

@@ -2,10 +2,13 @@
 #include <utility>
 #include <vector>
 
+#include <QToolTip>
+
 #include "ui/dialog_driver.h"
 #include "ui/dialogs/dlg_set_2d_selection_param.h"
 #include "ui/dialogs/dlg_set_auto_positioning_param.h"
 #include "ui/dialogs/dlg_set_detail_param.h"
+#include "ui/resources/resources.h"
 
 namespace {
 
@@ -73,6 +76,14 @@ TEST(DetailDialog, ANumberOutOfRangeIsSelectedSoThatTheNextKeyReplacesIt) {
     QTest::keyClicks(&field, QStringLiteral("7"));
     EXPECT_EQ(field.text(), QStringLiteral("7"));
     EXPECT_EQ(test::Find<QSlider>(dialog, kIdNoiseSlider).value(), 7);
+}
+
+TEST(DetailDialog, ANumberOutOfRangeIsToldAtItsField) {
+    CDlgSetDetailParam dialog({}, nullptr);
+    test::Open(dialog);
+    test::Type(dialog, kIdShapeEdit, QStringLiteral("-"));
+    EXPECT_EQ(QToolTip::text(), Text(kIdRangeError));
+    QToolTip::hideText();
 }
 
 TEST(DetailDialog, AFailingFieldStandsInTheWayOfOK) {
