@@ -1,9 +1,12 @@
 // kyfocus params --dialog from the outside, with the real dialog and a plugin as its user.
+#include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <thread>
 
 #include <gtest/gtest.h>
 #include <kyfocus/kyfocus.h>
@@ -52,6 +55,16 @@ TEST_F(ParamsDialog, SavesWhatTheUserChose) {
 TEST_F(ParamsDialog, LeavesTheFileOnEscape) {
     const ProgramResult result = Run("kyuser:cancel");
     EXPECT_EQ(result.Status, 3) << result.Errors;
+    EXPECT_EQ(Read(), kSettings);
+}
+
+TEST_F(ParamsDialog, LeavesTheFileWhenItIsInterrupted) {
+    setenv("QT_QPA_GENERIC_PLUGINS", "kyuser:stay", 1);
+    const ProgramResult result = test::RunProgram({"params", "--dialog", File()}, [](pid_t program) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(500)); // the dialog is there, or nearly
+        kill(program, SIGINT);
+    });
+    EXPECT_EQ(result.Status, 128 + SIGINT) << result.Errors;
     EXPECT_EQ(Read(), kSettings);
 }
 

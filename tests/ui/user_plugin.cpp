@@ -1,5 +1,6 @@
 // A plugin that sits at the keyboard: once the parameter dialog is shown, it takes the next slower speed and leaves the
-// dialog. QT_QPA_GENERIC_PLUGINS=kyuser:ok or kyuser:cancel.
+// dialog. QT_QPA_GENERIC_PLUGINS=kyuser:ok or kyuser:cancel; with
+// kyuser:stay it does nothing.
 #include <QApplication>
 #include <QComboBox>
 #include <QDialog>
@@ -18,6 +19,7 @@ class UserPlugin : public QGenericPlugin {
             QWidget* const dialog = QApplication::activeModalWidget();
             if (!dialog) return;
             timer->stop();
+            if (specification == QLatin1String("stay")) return;
             QTest::keyClick(KyfFindControl<QComboBox>(dialog, 0xFB0), Qt::Key_Down);
             QTest::keyClick(dialog, specification == QLatin1String("ok") ? Qt::Key_Return : Qt::Key_Escape);
         });
