@@ -1,6 +1,5 @@
 // A plugin that sits at the keyboard: once the parameter dialog is shown, it takes the next slower speed and leaves the
-// dialog. QT_QPA_GENERIC_PLUGINS=kyuser:ok or kyuser:cancel; with
-// kyuser:stay it does nothing.
+// dialog. QT_QPA_GENERIC_PLUGINS=kyuser:ok or kyuser:cancel; with kyuser:stay it does nothing.
 #include <QApplication>
 #include <QComboBox>
 #include <QDialog>
