@@ -1,0 +1,53 @@
+/// Calls on one focus session, chosen by the input: lives, settings, frames, the make.
+///
+/// What a host must not do, and this does not: use a session that is freed or was never initialized; write into its
+/// record; take images from elsewhere than the library; share a temporary folder between sessions; give a node to two
+/// calls. For the sake of speed alone ProjectionNoiseRemove stays below 5, a number of rounds of which a session takes
+/// any, two thousand million as well, and frames of the 3D modes are no higher than wide: the working height grows with
+/// the ratio.
+#ifndef KYFOCUS_FUZZ_SESSION_SESSION_CALLS_H
+#define KYFOCUS_FUZZ_SESSION_SESSION_CALLS_H
+
+#include <cstdint>
+#include <string>
+
+#include <kyfocus/kyfocus.h>
+
+#include "support/frames.h"
+
+namespace fuzz {
+
+class SessionCalls {
+  public:
+    explicit SessionCalls(Choices& choices);
+    ~SessionCalls();
+    SessionCalls(const SessionCalls&) = delete;
+    SessionCalls& operator=(const SessionCalls&) = delete;
+
+    void Call();
+
+  private:
+    KyfFocusComposition* Session() { return m_choices.Byte() % 64 == 63 ? nullptr : m_session; }
+    void Initialize();
+    void Start();
+    void Add();
+    void AddFile();
+    void Make();
+
+    Choices& m_choices;
+    KyfFocusComposition* m_session;
+    Size m_size;
+    std::int32_t m_format;
+    bool m_isThin;
+    int m_addsLeft = 7;
+};
+
+/// Whether a call may give this result.
+bool IsResult(KyfResult result);
+
+/// One call that gives something of the session, or one on heights alone.
+void CallResults(Choices& choices, KyfFocusComposition* session);
+
+} // namespace fuzz
+
+#endif
