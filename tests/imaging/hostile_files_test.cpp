@@ -1,0 +1,361 @@
+/// Files made to do harm: sizes that cannot be, pictures that are far larger than their file, directories that lead in
+/// circles, files cut short. Each is refused with a reason or gives a picture, in little time and memory.
+#include "imaging/codec_files.h"
+
+#include <algorithm>
+#include <chrono>
+#include <fstream>
+#include <string>
+
+#include <tiffio.h>
+
+namespace {
+
+using test::Bytes;
+using test::Image;
+
+/// Greatest memory of the process since the last time that it was forgotten, in MiB.
+long PeakMemory() {
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.starts_with("VmHWM:")) return std::stol(line.substr(6)) / 1024;
+    ADD_FAILURE() << "the system does not tell";
+    return 0;
+}
+
+void ForgetPeakMemory() { std::ofstream("/proc/self/clear_refs") << "5"; }
+
+/// What happens between its begin and its end takes less than 10 seconds and 128 MiB more than before.
+class Frugal {
+  public:
+    Frugal() : m_begin(std::chrono::steady_clock::now()) {
+        ForgetPeakMemory();
+        m_memory = PeakMemory();
+    }
+    ~Frugal() {
+        EXPECT_LT(std::chrono::steady_clock::now() - m_begin, std::chrono::seconds(10));
+        EXPECT_LT(PeakMemory() - m_memory, 128);
+    }
+    Frugal(const Frugal&) = delete;
+    Frugal& operator=(const Frugal&) = delete;
+
+  private:
+    std::chrono::steady_clock::time_point m_begin;
+    long m_memory = 0;
+};
+
+void ExpectRefused(const Bytes& file, const std::string& reason) {
+    const Frugal frugal;
+    EXPECT_FALSE(test::LoadBytes(file));
+    EXPECT_NE(test::LastReason().find(reason), std::string::npos) << "said: " << test::LastReason();
+}
+
+Bytes Stored(const std::string& name, const std::string& file) {
+    return test::ReadFile(test::DataFolder() / "codecs" / name / file);
+}
+
+void PutBig(Bytes& bytes, std::size_t at, std::uint64_t value, int count) {
+    for (int i = 0; i < count; ++i)
+        bytes.at(at + static_cast<std::size_t>(i)) = static_cast<std::uint8_t>(value >> (8 * (count - 1 - i)));
+}
+
+// ---- PNG
+
+/// The checksum of a chunk.
+std::uint32_t Sum(const std::uint8_t* bytes, std::size_t count) {
+    std::uint32_t sum = 0xFFFFFFFFU;
+    for (std::size_t i = 0; i < count; ++i) {
+        sum ^= bytes[i];
+        for (int bit = 0; bit < 8; ++bit) sum = (sum & 1) != 0 ? sum >> 1 ^ 0xEDB88320U : sum >> 1;
+    }
+    return ~sum;
+}
+
+/// A small gray PNG whose header tells another size.
+Bytes PngOfSize(std::uint64_t width, std::uint64_t height) {
+    constexpr std::size_t kHeader = 12; // kind of the first chunk, then width and height
+    Bytes file = Stored("png_gray8", "image.png");
+    PutBig(file, kHeader + 4, width, 4);
+    PutBig(file, kHeader + 8, height, 4);
+    PutBig(file, kHeader + 17, Sum(file.data() + kHeader, 17), 4);
+    return file;
+}
+
+// ---- JPEG
+
+constexpr std::uint8_t kBaseline = 0xC0;
+constexpr std::uint8_t kScan = 0xDA;
+
+std::size_t FindMarker(const Bytes& file, std::uint8_t marker) {
+    for (std::size_t at = 2; at + 1 < file.size(); ++at)
+        if (file[at] == 0xFF && file[at + 1] == marker) return at;
+    ADD_FAILURE() << "no such marker";
+    return 0;
+}
+
+Bytes JpegOfSize(std::uint64_t width, std::uint64_t height) {
+    Bytes file = Stored("jpeg_gray", "image.jpg");
+    const std::size_t at = FindMarker(file, kBaseline);
+    PutBig(file, at + 5, height, 2);
+    PutBig(file, at + 7, width, 2);
+    return file;
+}
+
+// ---- bitmap
+
+Bytes BitmapOfSize(std::uint64_t width, std::uint64_t height) {
+    Bytes file = Stored("bmp_24_windows", "image.bmp");
+    test::PutAt(file, 18, width);
+    test::PutAt(file, 22, height);
+    return file;
+}
+
+/// A bitmap of 8 bits in run lengths.
+Bytes RunsOfSize(std::uint64_t width, std::uint64_t height) {
+    Bytes file = Stored("bmp_gray8_windows", "image.bmp");
+    test::PutAt(file, 18, width);
+    test::PutAt(file, 22, height);
+    test::PutAt(file, 30, 1);
+    return file;
+}
+
+// ---- TIFF
+
+/// Place of an entry in the first directory of a little-endian file.
+std::size_t FindTag(const Bytes& file, std::uint32_t tag) {
+    const auto get = [&](std::size_t at, int count) {
+        std::size_t value = 0;
+        while (count-- > 0) value = value << 8 | file.at(at + static_cast<std::size_t>(count));
+        return value;
+    };
+    const std::size_t directory = get(4, 4);
+    for (std::size_t i = 0; i < get(directory, 2); ++i)
+        if (get(directory + 2 + 12 * i, 2) == tag) return directory + 2 + 12 * i;
+    ADD_FAILURE() << "no tag " << tag;
+    return 0;
+}
+
+void SetTag(Bytes& file, std::uint32_t tag, std::uint64_t value) {
+    const std::size_t at = FindTag(file, tag);
+    test::PutAt(file, at + 2, 4, 2); // 32 bits
+    test::PutAt(file, at + 8, value);
+}
+
+Bytes TiffOfSize(const std::string& name, std::uint64_t width, std::uint64_t height) {
+    Bytes file = Stored(name, "image.tif");
+    SetTag(file, TIFFTAG_IMAGEWIDTH, width);
+    SetTag(file, TIFFTAG_IMAGELENGTH, height);
+    return file;
+}
+
+// ---- sizes
+
+struct SizeCase {
+    const char* Name;
+    Bytes (*Make)(std::uint64_t width, std::uint64_t height);
+    int Bits; // of a size in the header
+};
+
+Bytes PlainTiffOfSize(std::uint64_t width, std::uint64_t height) {
+    return TiffOfSize("tiff_gray8_plain", width, height);
+}
+Bytes LzwTiffOfSize(std::uint64_t width, std::uint64_t height) { return TiffOfSize("tiff_gray8_lzw", width, height); }
+
+const SizeCase kSizeCases[] = {{"bitmap", BitmapOfSize, 32},  {"runs", RunsOfSize, 32},
+                               {"png", PngOfSize, 32},        {"jpeg", JpegOfSize, 16},
+                               {"tiff", PlainTiffOfSize, 32}, {"tiff_lzw", LzwTiffOfSize, 32}};
+
+class HostileSize : public testing::TestWithParam<SizeCase> {};
+
+TEST_P(HostileSize, IsRefusedWhateverItIs) {
+    const Frugal frugal;
+    const std::uint64_t top = std::uint64_t{1} << GetParam().Bits;
+    for (const std::uint64_t size : {std::uint64_t{0}, top / 2 - 1, top / 2, top / 2 + 1, top - 2, top - 1}) {
+        for (const bool isWidth : {true, false}) {
+            SCOPED_TRACE(testing::Message() << size << (isWidth ? " wide" : " high"));
+            if (!isWidth && size >= top - 2 && GetParam().Make == BitmapOfSize) continue; // 1 or 2 lines, top down
+            EXPECT_FALSE(test::LoadBytes(GetParam().Make(isWidth ? size : 5, isWidth ? 5 : size)));
+            EXPECT_NE(test::LastReason(), "");
+        }
+    }
+}
+
+TEST_P(HostileSize, BeyondTheLimitIsToldAsSuch) {
+    if (GetParam().Bits == 16)
+        ExpectRefused(GetParam().Make(60000, 60000), "larger than 1.5 gigapixels");
+    else
+        ExpectRefused(GetParam().Make(40000, 40000), "larger than 1.5 gigapixels");
+}
+
+TEST_P(HostileSize, FarBeyondWhatTheFileCanHoldIsToldAsSuch) {
+    const bool isPlain = GetParam().Make == BitmapOfSize;
+    ExpectRefused(GetParam().Make(30000, 30000), isPlain ? "truncated" : "claims far more pixels than it can hold");
+}
+
+std::string NameOf(const testing::TestParamInfo<SizeCase>& info) { return info.param.Name; }
+INSTANTIATE_TEST_SUITE_P(Kinds, HostileSize, testing::ValuesIn(kSizeCases), NameOf);
+
+// ---- what grows when it is unpacked
+
+/// A chunk with its length and checksum.
+Bytes Chunk(const char* kind, const Bytes& data) {
+    Bytes chunk(8);
+    PutBig(chunk, 0, data.size(), 4);
+    std::copy_n(kind, 4, chunk.begin() + 4);
+    chunk.insert(chunk.end(), data.begin(), data.end());
+    chunk.resize(chunk.size() + 4);
+    PutBig(chunk, chunk.size() - 4, Sum(chunk.data() + 4, data.size() + 4), 4);
+    return chunk;
+}
+
+/// A deflate stream of many zeros, 1032 to a byte: what libpng writes of a black line.
+Bytes PackedZeros(std::uint32_t count) {
+    const test::TemporaryFolder folder;
+    const Image line(KyiAllocImageData(static_cast<std::int32_t>(count), 1, KyiFormatGray8));
+    KyiFill(line.get(), 0, 0, 0);
+    EXPECT_TRUE(test::SaveFile(folder.Path() / "line.png", *line));
+    const Bytes file = test::ReadFile(folder.Path() / "line.png");
+    Bytes packed;
+    for (std::size_t at = 8; at + 12 <= file.size();) {
+        std::size_t length = 0;
+        for (std::size_t i = 0; i < 4; ++i) length = length << 8 | file[at + i];
+        const auto data = file.begin() + static_cast<std::ptrdiff_t>(at) + 8;
+        if (std::equal(data - 4, data, "IDAT"))
+            packed.insert(packed.end(), data, data + static_cast<std::ptrdiff_t>(length));
+        at += 12 + length;
+    }
+    return packed;
+}
+
+TEST(HostilePng, TextsAndProfilesThatGrowWithoutEndAreLeftAlone) {
+    const Bytes zeros = PackedZeros(200'000'000);
+    Bytes texts = {'a', 0, 0};
+    texts.insert(texts.end(), zeros.begin(), zeros.end());
+    for (const char* const kind : {"zTXt", "iCCP"}) {
+        SCOPED_TRACE(kind);
+        Bytes file = Stored("png_gray8", "image.png");
+        const Bytes chunk = Chunk(kind, texts);
+        file.insert(file.begin() + 33, chunk.begin(), chunk.end()); // behind the header
+        const Image plain = test::LoadBytes(Stored("png_gray8", "image.png"));
+        const Frugal frugal;
+        const Image image = test::LoadBytes(file);
+        ASSERT_TRUE(image) << test::LastReason();
+        EXPECT_TRUE(test::SameImage(*plain, *image));
+    }
+}
+
+TEST(HostileJpeg, WithScansWithoutEndIsRefused) {
+    const Bytes good = Stored("jpeg_progressive", "image.jpg");
+    ASSERT_TRUE(test::LoadBytes(good));
+    const std::size_t first = FindMarker(good, kScan); // the coarse picture, which can be told again and again
+    std::size_t end = first + 2;
+    while (good.at(end) != 0xFF || good.at(end + 1) == 0) ++end;
+    const auto scan = good.begin() + static_cast<std::ptrdiff_t>(first);
+    const auto rest = good.begin() + static_cast<std::ptrdiff_t>(end);
+    for (const int times : {100, 100'000}) {
+        Bytes file(good.begin(), scan);
+        for (int i = 0; i < times; ++i) file.insert(file.end(), scan, rest);
+        file.insert(file.end(), rest, good.end());
+        if (times == 100)
+            EXPECT_TRUE(test::LoadBytes(file)) << test::LastReason();
+        else
+            ExpectRefused(file, "too many scans");
+    }
+}
+
+TEST(HostileTiff, WhoseDirectoriesLeadInCirclesGivesItsFirstPage) {
+    const Image plain = test::LoadBytes(Stored("tiff_gray8_plain", "image.tif"));
+    for (const std::uint64_t next : {std::uint64_t{0}, std::uint64_t{8}, std::uint64_t{0xFFFFFFFF}}) {
+        Bytes file = Stored("tiff_gray8_plain", "image.tif");
+        std::size_t directory = 0;
+        for (std::size_t i = 8; i-- > 4;) directory = directory << 8 | file[i];
+        const std::size_t entries = file.at(directory) + std::size_t{256} * file.at(directory + 1);
+        // The page's own directory, a place inside the pixels, a place outside.
+        test::PutAt(file, directory + 2 + 12 * entries, next == 0 ? directory : next);
+        const Frugal frugal;
+        const Image image = test::LoadBytes(file);
+        ASSERT_TRUE(image) << test::LastReason();
+        EXPECT_TRUE(test::SameImage(*plain, *image));
+    }
+}
+
+TEST(HostileTiff, WhoseDirectoryLiesNowhereIsRefused) {
+    for (const std::uint64_t place :
+         {std::uint64_t{0}, std::uint64_t{4}, std::uint64_t{0x7FFFFFFF}, std::uint64_t{0xFFFFFFFF}}) {
+        SCOPED_TRACE(place);
+        Bytes file = Stored("tiff_gray8_plain", "image.tif");
+        test::PutAt(file, 4, place);
+        ExpectRefused(file, "");
+        EXPECT_NE(test::LastReason(), "");
+    }
+}
+
+TEST(HostileTiff, WithTablesLargerThanTheFileIsRefused) {
+    for (const std::uint32_t tag : {TIFFTAG_STRIPOFFSETS, TIFFTAG_STRIPBYTECOUNTS})
+        for (const std::uint64_t count :
+             {std::uint64_t{100'000'000}, std::uint64_t{0x7FFFFFFF}, std::uint64_t{0xFFFFFFFF}}) {
+            SCOPED_TRACE(testing::Message() << "tag " << tag << ", " << count << " entries");
+            Bytes file = Stored("tiff_gray8_rows", "image.tif");
+            test::PutAt(file, FindTag(file, tag) + 4, count);
+            const Frugal frugal;
+            if (const Image image = test::LoadBytes(file)) {
+                EXPECT_TRUE(test::SameImage(*test::LoadBytes(Stored("tiff_gray8_rows", "image.tif")), *image));
+            }
+        }
+}
+
+TEST(HostileTiff, WithAHugeStripIsRefusedOrEndsWithTheImage) {
+    for (const char* const name : {"tiff_gray8_plain", "tiff_gray8_lzw"})
+        for (const std::uint32_t rows : {0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
+            SCOPED_TRACE(testing::Message() << name << ", " << rows);
+            Bytes file = Stored(name, "image.tif");
+            SetTag(file, TIFFTAG_ROWSPERSTRIP, rows);
+            const Frugal frugal;
+            if (const Image image = test::LoadBytes(file)) {
+                EXPECT_TRUE(test::SameImage(*test::LoadBytes(Stored(name, "image.tif")), *image));
+            }
+        }
+}
+
+TEST(HostileTiff, WithHugeTilesIsRefused) {
+    for (const std::uint32_t side : {0x7FFFFFF0U, 0x80000000U, 0xFFFFFFF0U})
+        for (const std::uint32_t tag : {TIFFTAG_TILELENGTH, TIFFTAG_TILEWIDTH}) {
+            SCOPED_TRACE(testing::Message() << "tag " << tag << ", " << side);
+            Bytes file = Stored("tiff_gray8_tiles", "image.tif");
+            SetTag(file, tag, side);
+            const Frugal frugal;
+            EXPECT_FALSE(test::LoadBytes(file));
+        }
+}
+
+// ---- cut short
+
+class CutFile : public testing::TestWithParam<std::int32_t> {};
+
+TEST_P(CutFile, OfTheLibraryItselfIsRefusedAtEveryByteThatIsMissing) {
+    const test::TemporaryFolder folder;
+    const Image image = test::RandomImage(5, 4, GetParam(), 1);
+    for (const char* const extension : {".bmp", ".png", ".tif"}) {
+        const std::filesystem::path path = folder.Path() / ("image" + std::string(extension));
+        ASSERT_TRUE(test::SaveFile(path, *image));
+        const Bytes whole = test::ReadFile(path);
+        test::MemoryFile file;
+        file.Set(whole);
+        // The words of a TIFF's directory that no reader needs may be missing.
+        const std::size_t needed = std::string(extension) == ".tif" ? 20 : whole.size();
+        for (std::size_t bytes = whole.size(); bytes-- > 0;) {
+            file.Cut(bytes);
+            const Image cut = test::LoadFile(file.Path());
+            if (bytes < needed) {
+                ASSERT_FALSE(cut) << extension << " cut after " << bytes << " of " << whole.size();
+            }
+            if (cut) {
+                ASSERT_EQ(test::ToPlanes(*image), test::ToPlanes(*cut)) << extension << " cut after " << bytes;
+            }
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, CutFile, testing::ValuesIn(test::AllFormats().begin(), test::AllFormats().end()));
+
+} // namespace
