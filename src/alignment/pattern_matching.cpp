@@ -141,7 +141,9 @@ class Scan {
 
   private:
     bool Measure(std::int32_t row, std::int32_t column, double limit, double& difference) const noexcept {
-        const SampleBlock window{m_search.Samples + m_search.Stride * row + column, m_search.Stride};
+        // Below a template without samples there are none either, and no place among them.
+        const std::ptrdiff_t place = m_search.Samples ? m_search.Stride * row + column : 0;
+        const SampleBlock window{m_search.Samples + place, m_search.Stride};
         const auto measure = m_isNarrow ? SumSquaredDifferencesNarrow : SumSquaredDifferences;
         return measure(window, m_sample, m_matcher.SampleColumns, m_matcher.SampleRows, limit, difference);
     }
