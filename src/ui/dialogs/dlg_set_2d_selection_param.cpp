@@ -12,7 +12,6 @@ using namespace kyfui;
 namespace {
 
 constexpr int kFieldDigits = 4;
-constexpr int kSliderWidthInDigits = 24;
 
 /// An input method that is still composing would keep the next field's digits to itself.
 void CloseInputMethod() {
@@ -65,8 +64,7 @@ CDlgSet2DSelectionParam::Pair CDlgSet2DSelectionParam::MakePair(int sliderId, in
     SetWidthInDigits(*pair.Edit, kFieldDigits);
     pair.Edit->setAlignment(Qt::AlignRight);
     pair.Edit->setInputMethodHints(Qt::ImhDigitsOnly);
-    pair.Slider->setTickPosition(QSlider::TicksBelow);
-    pair.Slider->setMinimumWidth(kSliderWidthInDigits * fontMetrics().horizontalAdvance(QLatin1Char('0')));
+    ShapeSlider(*pair.Slider);
     pair.Edit->SetSlideLink(pair.Slider);
     pair.Edit->SetParams(range.Min, range.Max, range.Ticks);
     pair.Edit->SetPer(range.Per);

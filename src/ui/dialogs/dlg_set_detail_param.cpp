@@ -13,7 +13,6 @@ using namespace kyfui;
 namespace {
 
 constexpr int kFieldDigits = 4;
-constexpr int kSliderWidthInDigits = 24;
 constexpr int kPage = 2;
 
 } // namespace
@@ -63,9 +62,8 @@ CDlgSetDetailParam::Row CDlgSetDetailParam::MakeRow(QGridLayout& grid, int label
     Describe(*row.Edit, editId);
     row.Slider->setRange(kDetailMin, kDetailMax);
     row.Slider->setPageStep(kPage);
-    row.Slider->setTickPosition(QSlider::TicksBelow);
+    ShapeSlider(*row.Slider);
     row.Slider->setTickInterval(1);
-    row.Slider->setMinimumWidth(kSliderWidthInDigits * fontMetrics().horizontalAdvance(QLatin1Char('0')));
     SetWidthInDigits(*row.Edit, kFieldDigits);
     row.Edit->setAlignment(Qt::AlignRight);
     row.Edit->setInputMethodHints(Qt::ImhDigitsOnly);

@@ -14,6 +14,8 @@ namespace {
 /// Width and height of a picture in lines of text.
 constexpr int kPictureWidthInLines = 4;
 constexpr int kPictureHeightInLines = 3;
+constexpr int kSliderWidthInDigits = 24;
+constexpr int kSliderSpare = 4; // pixels
 
 /// The wheel belongs to the host's window until a combo box is chosen: what it turns is written through at once.
 class WheelGuard : public QObject {
@@ -122,6 +124,12 @@ void SetWidthInDigits(QLineEdit& field, int digits) {
     const QFontMetrics metrics(field.font());
     const int spare = field.sizeHint().width() - metrics.horizontalAdvance(QLatin1Char('x')) * 17; // of the hint
     field.setFixedWidth(metrics.horizontalAdvance(QString(digits, QLatin1Char('0'))) + qMax(spare, metrics.height()));
+}
+
+void ShapeSlider(QSlider& slider) {
+    slider.setTickPosition(QSlider::TicksBelow);
+    slider.setMinimumSize(kSliderWidthInDigits * slider.fontMetrics().horizontalAdvance(QLatin1Char('0')),
+                          slider.sizeHint().height() + kSliderSpare);
 }
 
 void CheckRadio(QButtonGroup& group, int id) {

@@ -49,6 +49,9 @@ QDialogButtonBox* MakeDialogButtons(QDialog* dialog);
 /// As wide as so many digits, in the field's font.
 void SetWidthInDigits(QLineEdit& field, int digits);
 
+/// Ticks below, a width that a hand can aim in, and the height of the whole handle: some styles ask for less.
+void ShapeSlider(QSlider& slider);
+
 /// Checks the button of this number, or none when there is no such button. Tab stops at the checked one, or at the
 /// first.
 void CheckRadio(QButtonGroup& group, int id);
