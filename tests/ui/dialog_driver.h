@@ -13,6 +13,7 @@
 #include <QSlider>
 #include <QTest>
 #include <QTimer>
+#include <QWheelEvent>
 #include <gtest/gtest.h>
 
 #include "ui/dialogs/widgets.h"
@@ -68,6 +69,14 @@ inline void Type(const QWidget& window, int id, const QString& text) {
     field.selectAll();
     if (text.isEmpty()) QTest::keyClick(&field, Qt::Key_Delete);
     QTest::keyClicks(&field, text);
+}
+
+/// One notch of the wheel towards the user, over the middle of a control.
+inline void TurnWheel(QWidget& control) {
+    const QPointF place = control.rect().center();
+    QWheelEvent event(place, control.mapToGlobal(place), QPoint(), QPoint(0, -120), Qt::NoButton, Qt::NoModifier,
+                      Qt::NoScrollPhase, false);
+    QApplication::sendEvent(&control, &event);
 }
 
 /// Acts on the next modal dialog as soon as it is shown, and cancels it if that has left it open.

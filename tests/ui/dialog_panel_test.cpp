@@ -1,140 +1,18 @@
-// The parameter panel in windows of a host: what it takes from it, what it keeps from it, and how it is reached.
+// The parameter panel in windows of a host: what it takes from it, what it tells it, and what it keeps from it.
 #include <limits>
 #include <memory>
 #include <vector>
 
-#include <QBoxLayout>
-#include <QWheelEvent>
-#include <kyfocus/ui/param_control.h>
-
-#include "ui/dialog_driver.h"
+#include "ui/dialog_host.h"
 #include "ui/rules/panel_rules.h"
 
 namespace {
 
 using namespace kyfui;
-using Setting = CKyfFocusCompositionSetting;
-
-Setting SettingWith(KyfAlgorithmType type, std::int32_t parameterSet = 3) {
-    Setting setting;
-    setting.SetAlgType(type);
-    setting.Set2DSelectionFocusCompositionMode(parameterSet);
-    setting.SetAutoPos(1);
-    return setting;
-}
-
-/// A dialog of the host with a panel in it and a button that Enter would press.
-class HostWindow : public QDialog {
-  public:
-    explicit HostWindow(const Setting& setting) {
-        Panel->SetData(setting);
-        EXPECT_EQ(Panel->CreateControl(this), 1);
-        auto* const rows = new QVBoxLayout(this);
-        rows->addWidget(Panel.get());
-        auto* const button = new QPushButton(QStringLiteral("Run"), this);
-        button->setDefault(true);
-        connect(button, &QPushButton::clicked, this, [this] { ++Pressed; });
-        rows->addWidget(button);
-    }
-    std::unique_ptr<CKyfFocusCompParamControl> Panel = std::make_unique<CKyfFocusCompParamControl>();
-    int Pressed = 0;
-};
-
-class Listener : public IChangedFCSettingDelegate {
-  public:
-    void OnChangedAlgType(KyfAlgorithmType type) override {
-        Types.push_back(type);
-        if (Act) Act();
-    }
-    std::vector<KyfAlgorithmType> Types;
-    std::function<void()> Act;
-};
-
-TEST(ParameterPanel, EnterAndEscapeDoNothingAndStayInside) {
-    HostWindow host(SettingWith(0));
-    test::Open(host);
-    for (const int id : kPanelControls) {
-        QWidget& control = test::Find(host, id);
-        if (!control.isVisible()) continue;
-        control.setFocus();
-        for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Escape}) QTest::keyClick(&control, key);
-        EXPECT_TRUE(host.isVisible()) << ObjectName(id).toStdString();
-        EXPECT_EQ(host.Pressed, 0);
-        EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
-    }
-}
-
-TEST(ParameterPanel, TabReachesEveryControlInTheOrderOfTheRows) {
-    for (const KyfAlgorithmType type : {0, 1}) {
-        HostWindow host(SettingWith(type));
-        test::Open(host);
-        test::Find(host, type == 0 ? kIdAlgorithm2D : kIdAlgorithm3D).setFocus();
-        const QList<QWidget*> chain = test::TabChain(host);
-        std::vector<int> expected = {type == 0 ? kIdAlgorithm2D : kIdAlgorithm3D, kIdComplex};
-        if (type == 0)
-            expected.insert(expected.end(), {kIdSetManual, kIdManualButton, kIdAutoPosition, kIdPositioningButton});
-        if (type == 1)
-            expected.insert(expected.end(), {kIdPlaneTop, kIdPlaneBottomButton, kIdPlaneTopButton, kIdPlaneOtherButton,
-                                             kIdDetailButton, kIdAutoPosition});
-        expected.push_back(kIdSpeed);
-        ASSERT_EQ(chain.size(), static_cast<qsizetype>(expected.size() + 1)); // and the host's button
-        for (std::size_t i = 0; i < expected.size(); ++i)
-            EXPECT_EQ(chain.at(static_cast<qsizetype>(i))->objectName(), ObjectName(expected[i])) << i;
-    }
-}
-
-TEST(ParameterPanel, ArrowKeysChooseAndWriteThrough) {
-    HostWindow host(SettingWith(0));
-    Listener listener;
-    host.Panel->SetChangedFCDelegate(&listener);
-    test::Open(host);
-    test::Find(host, kIdAlgorithm2D).setFocus();
-    QTest::keyClick(&test::Find(host, kIdAlgorithm2D), Qt::Key_Right);
-    EXPECT_EQ(host.Panel->GetData().GetAlgType(), 1);
-    EXPECT_EQ(listener.Types, std::vector<KyfAlgorithmType>{1});
-    EXPECT_TRUE(test::Find(host, kIdDetailButton).isVisible());
-    test::Find(host, kIdSpeed).setFocus();
-    QTest::keyClick(&test::Find(host, kIdSpeed), Qt::Key_Down);
-    EXPECT_EQ(host.Panel->GetData().GetSpeed(), 2);
-    test::Find(host, kIdPlaneOtherButton).setFocus();
-    QTest::keyClick(&test::Find(host, kIdPlaneOtherButton), Qt::Key_Space);
-    EXPECT_EQ(host.Panel->GetData().GetPlaneType(), 2);
-    EXPECT_TRUE(test::Find<QRadioButton>(host, kIdPlaneOther).isChecked());
-}
-
-TEST(ParameterPanel, MnemonicsChooseAndWriteThrough) {
-    HostWindow host(SettingWith(0));
-    test::Open(host);
-    const auto press = [&host](Qt::Key key) { QTest::keyClick(&host, key, Qt::AltModifier); };
-    const auto alg = [&host] { return host.Panel->GetData().GetAlgType(); };
-    press(Qt::Key_3); // the button is seen going down and up: that takes its time
-    EXPECT_TRUE(QTest::qWaitFor([&] { return alg() == 1; }));
-    press(Qt::Key_B);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return host.Panel->GetData().GetPlaneType() == 0; }));
-    press(Qt::Key_C);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return alg() == 2; }));
-    press(Qt::Key_E);
-    EXPECT_TRUE(test::Find(host, kIdSpeed).hasFocus());
-}
-
-void TurnWheel(QWidget& control) {
-    const QPointF place = control.rect().center();
-    QWheelEvent event(place, control.mapToGlobal(place), QPoint(), QPoint(0, -120), Qt::NoButton, Qt::NoModifier,
-                      Qt::NoScrollPhase, false);
-    QApplication::sendEvent(&control, &event);
-}
-
-TEST(ParameterPanel, TheWheelTurnsOnlyWhatHasTheFocus) {
-    HostWindow host(SettingWith(0));
-    test::Open(host);
-    QWidget& speed = test::Find(host, kIdSpeed);
-    test::Find(host, kIdAlgorithm2D).setFocus();
-    TurnWheel(speed);
-    EXPECT_EQ(host.Panel->GetData().GetSpeed(), 1);
-    speed.setFocus();
-    TurnWheel(speed);
-    EXPECT_EQ(host.Panel->GetData().GetSpeed(), 2);
-}
+using test::HostWindow;
+using test::Listener;
+using test::Setting;
+using test::SettingWith;
 
 TEST(ParameterPanel, BothPagesTakeTheSameRoom) {
     HostWindow host(SettingWith(0));
@@ -225,6 +103,33 @@ TEST(ParameterPanel, WorksWithoutAWindowAndMakesOnlyOne) {
     EXPECT_EQ(panel.CreateControl(nullptr), 1);
     EXPECT_EQ(panel.CreateControl(nullptr), 0);
     EXPECT_TRUE(test::Find<QCheckBox>(panel, kIdComplex).isChecked());
+}
+
+TEST(ParameterPanel, TheListenerFindsTheWindowAsTheClickHasLeftIt) {
+    HostWindow host(SettingWith(0));
+    Listener listener;
+    std::vector<bool> shown;
+    listener.Act = [&] {
+        shown = {test::Find(host, kIdDetailButton).isVisible(), test::Find(host, kIdPlaneGroup).isVisible(),
+                 test::Find(host, kIdSetFine).isVisible(), test::Find(host, kIdPositioningButton).isVisible()};
+    };
+    host.Panel->SetChangedFCDelegate(&listener);
+    test::Open(host);
+    test::Click(host, kIdAlgorithm3D);
+    EXPECT_EQ(shown, (std::vector<bool>{true, true, false, false}));
+    test::Click(host, kIdAlgorithm2D);
+    EXPECT_EQ(shown, (std::vector<bool>{false, false, true, true}));
+}
+
+TEST(ParameterPanel, WhatTheListenerSetsStays) {
+    HostWindow host(SettingWith(0));
+    Listener listener;
+    listener.Act = [&] { host.Panel->SetData(SettingWith(0)); };
+    host.Panel->SetChangedFCDelegate(&listener);
+    test::Open(host);
+    test::Click(host, kIdAlgorithm3D);
+    EXPECT_TRUE(test::Find<QRadioButton>(host, kIdAlgorithm2D).isChecked());
+    EXPECT_TRUE(test::Find(host, kIdSetFine).isVisible());
 }
 
 TEST(ParameterPanel, TheListenerMayTakeTheWindowDown) {

@@ -64,6 +64,23 @@ TEST(PanelRules, TheListenerHearsTheRadioAfterSettingAndStatesAreUpToDate) {
     EXPECT_EQ(listener.PlaneShown, (std::vector<bool>{false, true}));
 }
 
+TEST(PanelRules, EveryChangeIsViewedAndTheListenerHearsOfItAfterwards) {
+    PanelModel panel;
+    Listener listener(panel);
+    panel.SetDelegate(&listener);
+    std::vector<std::size_t> heard; // by the listener, at each view
+    panel.SetView([&] { heard.push_back(listener.Types.size()); });
+    panel.Show();
+    panel.ClickAlgorithm(0);
+    panel.ClickAlgorithm(1);
+    panel.ClickComplex(true);
+    panel.ClickParameterSet(3);
+    panel.ClickPlane(2);
+    panel.ClickAutoPosition(true);
+    panel.SelectSpeed(0);
+    EXPECT_EQ(heard, (std::vector<std::size_t>{0, 0, 1, 2, 2, 2, 2, 2}));
+}
+
 TEST(PanelRules, AnInstrumentWithLineMatchingGraysTheCheckAndKeepsItsValue) {
     Setting setting;
     setting.SetMicroscopeType(1);

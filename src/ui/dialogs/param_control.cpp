@@ -35,18 +35,14 @@ KyiBool CKyfFocusCompParamControl::CreateControl(QWidget* parent) {
 
 void CKyfFocusCompParamControl::SetData(const CKyfFocusCompositionSetting& setting) {
     m_insides->Model.SetData(setting);
-    if (!m_insides->Layout) return;
-    m_insides->Model.Show();
-    ShowControls();
+    if (m_insides->Layout) m_insides->Model.Show();
 }
 
 const CKyfFocusCompositionSetting& CKyfFocusCompParamControl::GetData() const { return m_insides->Model.GetData(); }
 
 void CKyfFocusCompParamControl::SetMicroscopeType(KyfScopeType type) {
     m_insides->Model.SetMicroscopeType(type);
-    if (!m_insides->Layout) return;
-    m_insides->Model.Show();
-    ShowControls();
+    if (m_insides->Layout) m_insides->Model.Show();
 }
 
 void CKyfFocusCompParamControl::SetAutoPositioningDisabled(int32_t disabled) {
@@ -57,10 +53,7 @@ void CKyfFocusCompParamControl::SetChangedFCDelegate(IChangedFCSettingDelegate* 
     m_insides->Model.SetDelegate(delegate);
 }
 
-void CKyfFocusCompParamControl::OnInitDialog() {
-    m_insides->Model.Show();
-    ShowControls();
-}
+void CKyfFocusCompParamControl::OnInitDialog() { m_insides->Model.Show(); }
 
 void CKyfFocusCompParamControl::OnOK() {}
 
@@ -79,14 +72,9 @@ void CKyfFocusCompParamControl::keyPressEvent(QKeyEvent* event) {
 void CKyfFocusCompParamControl::Connect() {
     const PanelLayout& layout = *m_insides->Layout;
     PanelModel& model = m_insides->Model;
-    // Each click goes to the rules; what they change shows at once.
-    const auto onClick = [this](auto* sender, auto signal, auto rule) {
-        connect(sender, signal, this, [this, rule](auto value) {
-            const QPointer<CKyfFocusCompParamControl> alive(this); // the delegate may take the window down
-            rule(value);
-            if (alive) ShowControls();
-        });
-    };
+    model.SetView([this] { ShowControls(); });
+    // Each click goes to the rules; what they change shows at once, and the delegate hears of it after that.
+    const auto onClick = [this](auto* sender, auto signal, auto rule) { connect(sender, signal, this, rule); };
     onClick(layout.Algorithm, &QButtonGroup::idClicked, [&model](int radio) { model.ClickAlgorithm(radio); });
     onClick(layout.Get<QCheckBox>(kIdComplex), &QCheckBox::clicked, [&model](bool on) { model.ClickComplex(on); });
     onClick(layout.ParameterSet, &QButtonGroup::idClicked, [&model](int radio) { model.ClickParameterSet(radio); });

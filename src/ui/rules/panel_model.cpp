@@ -21,6 +21,7 @@ void PanelModel::Show() {
                                       .AlgorithmRadio = m_controls.AlgorithmRadio,
                                       .CompParamSetType = m_setting.Get2DSelectionFocusCompositionMode()};
     for (const int id : kPanelControls) m_states[id] = StateOfPanelControl(id, situation);
+    View();
 }
 
 void PanelModel::ClickAlgorithm(std::int32_t radio) {
@@ -33,6 +34,7 @@ void PanelModel::ClickAlgorithm(std::int32_t radio) {
 void PanelModel::ClickComplex(bool on) {
     m_controls.ComplexCheck = on ? 1 : 0;
     Write();
+    View();
 }
 
 void PanelModel::ClickParameterSet(std::int32_t radio) {
@@ -44,6 +46,7 @@ void PanelModel::ClickParameterSet(std::int32_t radio) {
 void PanelModel::ClickPlane(std::int32_t radio) {
     m_controls.PlaneRadio = radio;
     Write();
+    View();
 }
 
 void PanelModel::ClickAutoPosition(bool on) {
@@ -55,6 +58,7 @@ void PanelModel::ClickAutoPosition(bool on) {
 void PanelModel::SelectSpeed(std::int32_t index) {
     m_controls.SpeedIndex = index;
     Write();
+    View();
 }
 
 void PanelModel::TakeManual(const Preset& values) {

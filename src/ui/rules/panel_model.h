@@ -2,7 +2,9 @@
 #ifndef KYFOCUS_UI_RULES_PANEL_MODEL_H
 #define KYFOCUS_UI_RULES_PANEL_MODEL_H
 
+#include <functional>
 #include <map>
+#include <utility>
 
 #include <kyfocus/ui/changed_setting_delegate.h>
 
@@ -26,6 +28,9 @@ class PanelModel {
     ControlState StateOf(int id) const;
     /// Applies the state rules.
     void Show();
+    /// Who puts controls and states on the screen: called after each change of them, by Show and by clicks, and ahead
+    /// of the delegate, which finds the window as the click has left it.
+    void SetView(std::function<void()> view) { m_view = std::move(view); }
 
     void SetMicroscopeType(KyfScopeType type) { m_setting.SetMicroscopeType(type); }
     /// Counts when the state rules are next applied.
@@ -35,7 +40,7 @@ class PanelModel {
     void SetDelegate(IChangedFCSettingDelegate* delegate) { m_delegate = delegate; }
 
     // Clicks. Those on algorithms, parameter sets and the check of positioning apply the state rules.
-    /// Tells the delegate, last of all.
+    /// Tells the delegate, last of all: it may take the panel down.
     void ClickAlgorithm(std::int32_t radio);
     void ClickComplex(bool on);
     void ClickParameterSet(std::int32_t radio);
@@ -50,10 +55,14 @@ class PanelModel {
 
   private:
     void Write() { WriteControls(m_controls, m_setting); }
+    void View() const {
+        if (m_view) m_view();
+    }
 
     CKyfFocusCompositionSetting m_setting;
     PanelControls m_controls;
     std::map<int, ControlState> m_states;
+    std::function<void()> m_view;
     std::int32_t m_autoPositioningDisabled = 0;
     IChangedFCSettingDelegate* m_delegate = nullptr;
 };
