@@ -50,25 +50,28 @@ void Do(const QString& step, QWidget& window) {
 class SimulatedUser : public QObject {
     Q_OBJECT
   public:
-    explicit SimulatedUser(const QString& steps) : m_steps(steps.split(QLatin1Char('+'))) { GoOnLater(); }
+    explicit SimulatedUser(const QString& steps) : m_steps(steps.split(QLatin1Char('+'))) {
+        m_timer.setSingleShot(true);
+        connect(&m_timer, &QTimer::timeout, this, &SimulatedUser::GoOn);
+        m_timer.start(kTickMs);
+    }
 
   private:
-    void GoOnLater() { QTimer::singleShot(kTickMs, this, &SimulatedUser::GoOn); }
-
     /// The next step is on its way before this one, which may open a dialog and come back after it.
     void GoOn() {
         QWidget* const window = WindowInFront();
         if (window == nullptr) {
             if (++m_ticks > kTicksOfPatience) GiveUp(QStringLiteral("no window to use"));
-            return GoOnLater();
+            return m_timer.start(kTickMs);
         }
         m_ticks = 0;
         const QString step = m_steps.takeFirst();
-        if (!m_steps.isEmpty()) GoOnLater();
+        if (!m_steps.isEmpty()) m_timer.start(kTickMs);
         Do(step, *window);
     }
 
     QStringList m_steps;
+    QTimer m_timer;
     int m_ticks = 0;
 };
 
@@ -76,7 +79,12 @@ class SimulatedUserPlugin : public QGenericPlugin {
     Q_OBJECT
     Q_PLUGIN_METADATA(IID QGenericPluginFactoryInterface_iid FILE "simulated_user.json")
   public:
-    QObject* create(const QString&, const QString& steps) override { return new SimulatedUser(steps); }
+    QObject* create(const QString&, const QString& steps) override {
+        // Qt forgets its plugins before the process ends, and deletes them only where the QApplication is deleted.
+        static SimulatedUser* user;
+        user = new SimulatedUser(steps);
+        return user;
+    }
 };
 
 #include "simulated_user.moc"
