@@ -15,6 +15,7 @@
 #include <QPalette>
 #include <QPixmap>
 #include <QPushButton>
+#include <QSet>
 #include <QStyle>
 #include <QTimer>
 #include <kyfocus/composition_setting.h>
@@ -105,21 +106,26 @@ QImage Row(const Shots& shots, const QPalette& palette) {
     return image;
 }
 
-/// In few colours: of all that look alike the most frequent one. A third of the bytes, and hardly a difference to be
-/// seen.
+/// In 256 colours: the most frequent ones, and of the others that look alike the most frequent one each. A third of the
+/// bytes, and hardly a difference to be seen.
 QImage InFewColours(const QImage& image) {
+    constexpr qsizetype kFrequent = 160;
+    constexpr qsizetype kMost = 256;
     QHash<QRgb, int> counts;
     for (int y = 0; y < image.height(); ++y)
         for (int x = 0; x < image.width(); ++x) ++counts[image.pixel(x, y)];
-    QHash<QRgb, QRgb> kept; // by the upper bits
-    for (auto colour = counts.constBegin(); colour != counts.constEnd(); ++colour) {
-        QRgb& best = kept[colour.key() & 0xF0F0F0];
-        if (std::pair(colour.value(), colour.key()) > std::pair(counts.value(best), best)) best = colour.key();
+    QList<QRgb> colours = counts.keys();
+    std::sort(colours.begin(), colours.end(),
+              [&](QRgb a, QRgb b) { return std::pair(counts[a], a) > std::pair(counts[b], b); });
+    QList<QRgb> kept;
+    QSet<QRgb> looks; // by the upper bits
+    for (const QRgb colour : colours) {
+        if (kept.size() == kMost) break;
+        if (kept.size() >= kFrequent && looks.contains(colour & 0xE0E0E0)) continue;
+        looks.insert(colour & 0xE0E0E0);
+        kept += colour;
     }
-    if (kept.size() > 256) return image;
-    QList<QRgb> colours = kept.values();
-    std::sort(colours.begin(), colours.end());
-    return image.convertToFormat(QImage::Format_Indexed8, colours, Qt::ThresholdDither | Qt::AvoidDither);
+    return image.convertToFormat(QImage::Format_Indexed8, kept, Qt::ThresholdDither | Qt::AvoidDither);
 }
 
 bool SaveSheet(const QString& path, const QImage& light, const QImage& dark) {
