@@ -1,4 +1,5 @@
 // The parameter panel in windows of a host: what it takes from it, what it tells it, and what it keeps from it.
+#include <cstring>
 #include <limits>
 #include <memory>
 #include <vector>
@@ -140,6 +141,29 @@ TEST(ParameterPanel, TheListenerMayTakeTheWindowDown) {
     test::Open(*host);
     test::Find<QAbstractButton>(*host, kIdAlgorithm3D).click();
     EXPECT_EQ(listener.Types, std::vector<KyfAlgorithmType>{1});
+}
+
+TEST(ParameterPanel, OKInThePositioningDialogTakesTheNumberAndAllPlaces) {
+    HostWindow host(SettingWith(0));
+    test::Open(host);
+    const test::InNextDialog areas([](QDialog& dialog) {
+        EXPECT_TRUE(QTest::qWaitForWindowActive(&dialog)); // the focus goes where Tab brings it only then
+        test::Choose(dialog, kIdAreaCount, 2);
+        QWidget& picture = test::Find(dialog, kIdAreaPicture);
+        picture.setFocus(Qt::TabFocusReason);
+        for (const Qt::Key key : {Qt::Key_Right, Qt::Key_Tab, Qt::Key_Up, Qt::Key_Tab, Qt::Key_Down, Qt::Key_Tab})
+            QTest::keyClick(&picture, key);
+        QTest::keyClick(&picture, Qt::Key_Left);
+        test::Click(dialog, kIdOk);
+    });
+    test::Click(host, kIdPositioningButton);
+    const KyfFocusCompositionParameter& taken = host.Panel->GetData().Get();
+    EXPECT_EQ(taken.AreaNo, 2);
+    const KyPoint expected[] = {{51, 25}, {75, 49}, {50, 76}, {24, 50}};
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(taken.AreaPos[i].x, expected[i].x) << i;
+        EXPECT_EQ(taken.AreaPos[i].y, expected[i].y) << i;
+    }
 }
 
 TEST(ParameterPanel, ACancelledDialogLeavesTheSettingAsItWas) {
