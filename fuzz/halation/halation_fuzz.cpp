@@ -9,6 +9,7 @@
 #include <vector>
 
 #include <kyfocus/halation.h>
+#include <omp.h>
 
 #include "support/frames.h"
 
@@ -139,6 +140,7 @@ class Tree {
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     constexpr int kMostCalls = 40;
     Choices choices({data, size});
+    omp_set_num_threads(choices.Byte() % 8 == 7 ? 3 : 1); // threads cost more than the work on small frames
     Series series(choices);
     Tree tree(choices);
     for (int call = 0; call < kMostCalls && !choices.AtEnd(); ++call) {
