@@ -24,7 +24,7 @@ class Choices {
     template <typename Word> Word Raw() noexcept {
         Word word{};
         const std::size_t count = std::min(sizeof word, m_bytes.size());
-        std::memcpy(&word, m_bytes.data(), count);
+        if (count > 0) std::memcpy(&word, m_bytes.data(), count); // an empty input may have no address
         m_bytes = m_bytes.subspan(count);
         return word;
     }
