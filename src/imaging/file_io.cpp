@@ -8,6 +8,7 @@
 #include <new>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include <kyimaging/kyimaging.h>
 
@@ -59,7 +60,7 @@ template <typename Work> KyiBool Guard(const char* call, const wchar_t* path, Wo
 OwnedImage LoadAnyKind(platform::InputFile& file) {
     std::array<std::uint8_t, 16> bytes{};
     const std::span<const std::uint8_t> start(bytes.data(), file.ReadAt(0, bytes.data(), bytes.size()));
-    if (file.ErrorNumber() == 0 && start.empty()) throw FileError("the file is empty");
+    if (start.empty()) throw FileError("the file is empty");
     if (IsBitmap(start)) return LoadBitmap(file);
     if (IsPng(start)) return LoadPng(file);
     if (IsJpeg(start)) return LoadJpeg(file);
@@ -110,13 +111,23 @@ void Save(const wchar_t* path, const KyiImageData& image) {
     file.Commit();
 }
 
+/// A codec that gets no bytes takes the file for damaged: the disk's own reason tells more.
+template <typename LoadFile> OwnedImage LoadOrTellWhy(platform::InputFile& file, LoadFile load) {
+    try {
+        return load(file);
+    } catch (const FileError&) {
+        if (file.ErrorNumber() == 0) throw;
+    }
+    throw std::system_error(file.ErrorNumber(), std::generic_category(), "the file cannot be read");
+}
+
 template <typename LoadFile>
 KyiBool Load(const char* call, const wchar_t* path, KyiImageData** image, LoadFile load) noexcept {
     if (image) *image = nullptr;
     return Guard(call, path, [&] {
         if (!image) throw FileError("no place for the image");
         platform::InputFile file(path);
-        *image = load(file).release();
+        *image = LoadOrTellWhy(file, load).release();
     });
 }
 
