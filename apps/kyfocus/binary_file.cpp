@@ -47,4 +47,10 @@ void BinaryFile::Close() {
     if (std::fclose(m_file.release()) != 0) Fail();
 }
 
+void WriteTextFile(const std::filesystem::path& file, std::string_view text) {
+    BinaryFile written(file);
+    written.Text(text);
+    written.Close();
+}
+
 } // namespace app

@@ -39,6 +39,9 @@ class BinaryFile {
     std::string m_buffer;
 };
 
+/// A new file with this text. Throws Failure, naming the file and the reason.
+void WriteTextFile(const std::filesystem::path& file, std::string_view text);
+
 } // namespace app
 
 #endif

@@ -1,6 +1,11 @@
 #include "focus_session.h"
 
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <string>
+#include <system_error>
+#include <vector>
 
 #include "errors.h"
 #include "interruption.h"
@@ -29,11 +34,39 @@ void Require(KyfResult result, const char* step) {
     if (result != KyfResultOk) throw Failure(std::string(step) + ": " + DescribeResult(result));
 }
 
+/// Deletes what a session keeps in its folder. @return whether none of it is left.
+bool DeleteKeptFrames(const std::filesystem::path& folder) {
+    std::error_code error;
+    std::vector<std::filesystem::path> kept;
+    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
+        if (entry->path().filename().native().find("MFocusTemp") != std::string::npos) kept.push_back(entry->path());
+    if (error) return error == std::errc::no_such_file_or_directory;
+    return std::all_of(kept.begin(), kept.end(), [&error](const std::filesystem::path& file) {
+        std::filesystem::remove(file, error);
+        return !error;
+    });
+}
+
+/// Sessions that the library would not let go. Their memory goes with the program.
+std::vector<KyfFocusComposition*>& KeptSessions() {
+    static auto* const g_sessions = new std::vector<KyfFocusComposition*>;
+    return *g_sessions;
+}
+
 } // namespace
+
+void FocusSession::FreeSession::operator()(KyfFocusComposition* session) const {
+    // The library goes on trying as long as a kept frame cannot be deleted, on a disk that is read-only by now, say.
+    if (TemporaryFolder.empty() || DeleteKeptFrames(TemporaryFolder))
+        KyfFreeFocusComposition(session);
+    else
+        KeptSessions().push_back(session);
+}
 
 FocusSession::FocusSession(const KyfFocusCompositionParameter& settings, bool parallel, bool keepBorder,
                            const std::filesystem::path& temporaryFolder)
-    : m_session(KyfAllocFocusComposition()), m_isParallel(parallel), m_temporaryFolder(temporaryFolder) {
+    : m_session(KyfAllocFocusComposition(), FreeSession{temporaryFolder}), m_isParallel(parallel),
+      m_temporaryFolder(temporaryFolder) {
     const std::wstring folder = WidePath(temporaryFolder);
     KyfFocusInitializeParameter initialize{};
     initialize.TempFolder = folder.c_str();
@@ -49,14 +82,16 @@ void FocusSession::Add(KyiImageData& frame, std::optional<double> height, const 
     const Progress progress = NewProgress(onPercent);
     KyfFocusComposition* const session = m_session.get();
     KyfResult result = KyfResultInvalidParameter;
+    int error = 0; // why the file could not even be made, of which the library tells nothing
     // The library makes its folder anew when it finds it gone: an interruption must not fall into an add.
     WithoutInterruption([&] {
         result = height ? KyfFocusAddImageWithHeight(session, &frame, *height, m_isParallel, progress.get())
                         : KyfFocusAddImage(session, &frame, m_isParallel, progress.get());
+        error = errno;
     });
     if (result == KyfResultFailFile)
-        throw Failure("frame not added: it cannot be kept in " + DisplayPath(m_temporaryFolder.parent_path()) +
-                      (*KyiGetLastFileError() != '\0' ? std::string(": ") + KyiGetLastFileError() : "") +
+        throw Failure("frame not added: it cannot be kept in " + DisplayPath(m_temporaryFolder.parent_path()) + ": " +
+                      (*KyiGetLastFileError() != '\0' ? KyiGetLastFileError() : std::strerror(error)) +
                       ", expected --temp with a folder that has room");
     Require(result, "frame not added");
 }

@@ -50,7 +50,8 @@ class FocusSession {
 
   private:
     struct FreeSession {
-        void operator()(KyfFocusComposition* session) const { KyfFreeFocusComposition(session); }
+        std::filesystem::path TemporaryFolder;
+        void operator()(KyfFocusComposition* session) const;
     };
     std::unique_ptr<KyfFocusComposition, FreeSession> m_session;
     bool m_isParallel;

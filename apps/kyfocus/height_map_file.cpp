@@ -29,14 +29,15 @@ struct FreeOptions {
 };
 using Tiff = std::unique_ptr<TIFF, CloseTiff>;
 
-/// Keeps the first message of a file: later ones are consequences.
+/// Keeps the first message of a file, with the system's reason: later ones are consequences.
 int KeepMessage(TIFF*, void* user, const char*, const char* format, va_list arguments) {
     auto& reason = *static_cast<std::string*>(user);
-    if (reason.empty()) {
-        char text[400];
-        std::vsnprintf(text, sizeof text, format, arguments);
-        reason = text;
-    }
+    if (!reason.empty()) return 1;
+    const int error = errno; // 0 at the start: the system's part in it, if any
+    char text[400];
+    std::vsnprintf(text, sizeof text, format, arguments);
+    reason = text;
+    if (error != 0) reason.append(": ").append(std::strerror(error));
     return 1;
 }
 int DropMessage(TIFF*, void*, const char*, const char*, va_list) { return 1; }
@@ -117,6 +118,7 @@ bool IsHeightMapFile(const std::filesystem::path& file) {
 
 HeightMap LoadHeightMap(const std::filesystem::path& file) {
     std::string reason;
+    errno = 0;
     const Tiff tiff = Open(file, "r", reason);
     if (!tiff) Fail(file, reason.empty() ? "cannot be read" : reason);
     if (!HoldsHeights(tiff.get())) Fail(file, "not a height map (expected a TIFF of one 32-bit float a pixel)");
@@ -157,9 +159,7 @@ void SaveHeightMap(const std::filesystem::path& file, const HeightMap& map, cons
         else if (reason.empty())
             reason = "cannot be opened";
     } // closing writes what is left and may still fail
-    if (reason.empty()) return;
-    if (errno != 0) reason.append(": ").append(std::strerror(errno));
-    Fail(file, "cannot be written: " + reason);
+    if (!reason.empty()) Fail(file, "cannot be written: " + reason);
 }
 
 } // namespace app

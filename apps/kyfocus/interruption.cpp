@@ -13,6 +13,8 @@
 #include <stdlib.h>
 #include <unistd.h>
 
+#include "run_folder.h"
+
 namespace app {
 namespace {
 
@@ -96,16 +98,12 @@ void WatchInterruptions() {
 }
 
 fs::path MakeTemporaryFolder(const fs::path& pattern) {
-    std::string name = pattern.native();
     const std::lock_guard lock(SharedState().Mutex); // made and known in one step
-    if (!mkdtemp(name.data())) throw std::system_error(errno, std::generic_category());
-    SharedState().Folders.emplace_back(name);
-    return name;
+    return SharedState().Folders.emplace_back(MakeRunFolder(pattern));
 }
 
 void RemoveTemporaryFolder(const fs::path& folder) {
-    std::error_code error;
-    fs::remove_all(folder, error);
+    RemoveRunFolder(folder);
     const std::lock_guard lock(SharedState().Mutex);
     std::erase(SharedState().Folders, folder);
 }

@@ -13,7 +13,7 @@ namespace app {
 /// To be called once, before any other thread is started.
 void WatchInterruptions();
 
-/// Makes a folder that an interruption removes with all that is in it.
+/// Makes a folder (MakeRunFolder) that an interruption removes with all that is in it.
 /// @param pattern  Its path, ending in XXXXXX. Throws std::system_error.
 std::filesystem::path MakeTemporaryFolder(const std::filesystem::path& pattern);
 

@@ -2,9 +2,14 @@
 
 #include <algorithm>
 #include <cassert>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <string>
 #include <system_error>
 #include <utility>
+
+#include <fcntl.h>
 
 #include "errors.h"
 #include "interruption.h"
@@ -28,6 +33,31 @@ fs::path PlaceOf(const fs::path& target) {
     const fs::path place = fs::is_symlink(target, error) ? fs::canonical(target, error) : target;
     return error ? target : place;
 }
+
+/// One output on its way to its place. A file that it replaces goes to where it came from, so that it can be undone.
+class Move {
+  public:
+    Move(fs::path temporary, fs::path place) : m_temporary(std::move(temporary)), m_place(std::move(place)) {}
+
+    /// @return the error number, or 0.
+    int Do() {
+        m_isExchange = Rename(m_temporary, m_place, RENAME_EXCHANGE) == 0;
+        if (m_isExchange) return 0;
+        // Nothing is there, or the file system cannot exchange names: then what is there is lost.
+        return Rename(m_temporary, m_place, 0);
+    }
+    void Undo() const noexcept { Rename(m_place, m_temporary, m_isExchange ? RENAME_EXCHANGE : 0); }
+
+  private:
+    static int Rename(const fs::path& from, const fs::path& to, unsigned flags) noexcept {
+        if (flags == 0) return rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+        return renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), flags) == 0 ? 0 : errno;
+    }
+
+    fs::path m_temporary;
+    fs::path m_place;
+    bool m_isExchange = false;
+};
 
 } // namespace
 
@@ -74,10 +104,15 @@ void OutputFiles::Write(const fs::path& target, const std::function<void(const f
 
 void OutputFiles::Commit() {
     WithoutInterruption([this] {
+        std::vector<Move> done;
         for (const Output& output : m_outputs) {
-            std::error_code error;
-            fs::rename(output.Temporary, output.Place, error);
-            if (error) throw Failure(output.Target.native() + ": cannot be written: " + error.message());
+            Move move(output.Temporary, output.Place);
+            const int error = move.Do();
+            if (error != 0) {
+                for (auto earlier = done.rbegin(); earlier != done.rend(); ++earlier) earlier->Undo();
+                throw Failure(output.Target.native() + ": cannot be written: " + std::strerror(error));
+            }
+            done.push_back(std::move(move));
         }
     });
     m_outputs.clear();

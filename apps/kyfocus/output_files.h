@@ -27,7 +27,8 @@ class OutputFiles {
     /// out naming the target.
     void Write(const std::filesystem::path& target, const std::function<void(const std::filesystem::path&)>& write);
 
-    /// Moves the outputs to their targets; all must have been written. Throws Failure.
+    /// Moves the outputs to their targets; all must have been written. Throws Failure, with the targets as they were
+    /// before as far as the file system lets names be exchanged.
     void Commit();
 
   private:

@@ -6,13 +6,13 @@
 #include <charconv>
 #include <cstdio>
 #include <exception>
-#include <fstream>
 #include <limits>
 #include <system_error>
 #include <vector>
 
 #include <nlohmann/json.hpp>
 
+#include "binary_file.h"
 #include "errors.h"
 #include "height_map_file.h"
 #include "interruption.h"
@@ -49,13 +49,6 @@ void CheckTogether(const SynthOptions& options) {
     const FrameGeometry last = GeometryOf(options, options.Frames - 1);
     if (std::abs(last.DriftX) > options.Width || std::abs(last.DriftY) > options.Height)
         throw UsageError("--drift: the last frame would show nothing of the first");
-}
-
-void WriteText(const fs::path& file, const std::string& text) {
-    std::ofstream stream(file, std::ios::binary);
-    stream << text;
-    stream.close();
-    if (!stream) throw Failure(DisplayPath(file) + ": cannot be written");
 }
 
 std::string HeightsText(const SynthOptions& options) {
@@ -196,8 +189,8 @@ void WriteStack(const SynthOptions& options) {
     files.Write(kHeightMapName, [&](const fs::path& file) {
         SaveHeightMap(file, TrueHeights(options, scene), "heights of the surface in um");
     });
-    files.Write(kHeightsName, [&](const fs::path& file) { WriteText(file, HeightsText(options)); });
-    files.Write(kGeometryName, [&](const fs::path& file) { WriteText(file, GeometryText(options)); });
+    files.Write(kHeightsName, [&](const fs::path& file) { WriteTextFile(file, HeightsText(options)); });
+    files.Write(kGeometryName, [&](const fs::path& file) { WriteTextFile(file, GeometryText(options)); });
     ForEachFrame(options.Frames, [&](int frame) {
         const Image image = MakeFrame(options, scene, layers, frame);
         files.Write(FrameName(options, frame), save(image));

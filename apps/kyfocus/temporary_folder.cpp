@@ -64,6 +64,7 @@ std::size_t TemporaryFolder::CountFiles(std::uintmax_t leastBytes) const {
         const std::uintmax_t bytes = entry->file_size(none);
         if (!none && bytes >= leastBytes) ++count;
     }
+    if (error) throw Failure(m_path.native() + ": cannot be read: " + error.message());
     return count;
 }
 

@@ -22,7 +22,7 @@ class TemporaryFolder {
     /// Throws Failure when the file system has no room for this many bytes more.
     void RequireRoom(std::uintmax_t bytes) const;
 
-    /// Number of files of at least this many bytes.
+    /// Number of files of at least this many bytes. Throws Failure where the folder cannot be read.
     std::size_t CountFiles(std::uintmax_t leastBytes) const;
 
   private:

@@ -1,0 +1,144 @@
+#include "run_folder.h"
+
+#include <cerrno>
+#include <map>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include <fcntl.h>
+#include <stdlib.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace app {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kLockName = "kyfocus.lock";
+constexpr std::string_view kPlaces = "XXXXXX";
+constexpr int kAttempts = 16; // another run may take a folder for a dead one's before it is locked
+
+class Descriptor {
+  public:
+    explicit Descriptor(int number) : m_number(number) {}
+    ~Descriptor() {
+        if (m_number >= 0) close(m_number);
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    int Get() const { return m_number; }
+    int Release() { return std::exchange(m_number, -1); }
+
+  private:
+    int m_number;
+};
+
+/// Locks of this process by folder. Never destroyed: an interruption may come at the very end.
+struct Locks {
+    std::mutex Mutex;
+    std::map<fs::path, int> Numbers;
+};
+Locks& SharedLocks() {
+    static Locks* const g_locks = new Locks;
+    return *g_locks;
+}
+
+[[noreturn]] void Throw(int error) { throw std::system_error(error, std::generic_category()); }
+
+bool IsPrivate(int folder) {
+    struct stat status {};
+    constexpr mode_t kPermissions = 07777;
+    return fstat(folder, &status) == 0 && status.st_uid == geteuid() && (status.st_mode & kPermissions) == S_IRWXU;
+}
+
+/// The lock goes last: a folder that lost it before its other files would stay for ever.
+void RemoveAllAndLock(const fs::path& folder) noexcept {
+    std::error_code error;
+    std::vector<fs::path> entries;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
+        if (entry->path().filename() != kLockName) entries.push_back(entry->path());
+    for (const fs::path& entry : entries) fs::remove_all(entry, error);
+    fs::remove_all(folder, error);
+}
+
+/// A folder with a lock that can be had here has lost its run. One without is no run's, or a run's that was killed
+/// before its first file.
+void RemoveIfDead(const fs::path& folder) {
+    const Descriptor opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (opened.Get() < 0 || !IsPrivate(opened.Get())) return;
+    const Descriptor lock(openat(opened.Get(), kLockName, O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+    if (lock.Get() < 0) {
+        if (errno == ENOENT) rmdir(folder.c_str()); // fails where there is anything in it
+        return;
+    }
+    if (flock(lock.Get(), LOCK_EX | LOCK_NB) == 0) RemoveAllAndLock(folder);
+}
+
+bool IsLike(const std::string& name, const std::string& pattern) {
+    const std::string_view start(pattern.data(), pattern.size() - kPlaces.size());
+    return name.size() == pattern.size() && name.starts_with(start);
+}
+
+void RemoveFoldersOfDeadRuns(const fs::path& pattern) {
+    const std::string name = pattern.filename();
+    const fs::path parent = pattern.has_parent_path() ? pattern.parent_path() : fs::path(".");
+    std::error_code error;
+    std::vector<fs::path> found;
+    for (fs::directory_iterator entry(parent, error), end; !error && entry != end; entry.increment(error))
+        if (IsLike(entry->path().filename(), name)) found.push_back(entry->path());
+    for (const fs::path& folder : found) RemoveIfDead(folder);
+}
+
+/// False when another run has taken the folder for a dead one's meanwhile. Where the file system knows no locks, no run
+/// gets one, and nothing is taken for dead.
+bool Lock(const fs::path& folder) {
+    Descriptor lock(open((folder / kLockName).c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    if (lock.Get() < 0) return errno == ENOENT ? false : (Throw(errno), false);
+    while (flock(lock.Get(), LOCK_EX) != 0 && errno == EINTR) {
+    }
+    struct stat status {};
+    if (fstat(lock.Get(), &status) == 0 && status.st_nlink == 0) return false;
+    const std::lock_guard guard(SharedLocks().Mutex);
+    SharedLocks().Numbers.emplace(folder, lock.Release());
+    return true;
+}
+
+} // namespace
+
+fs::path MakeRunFolder(const fs::path& pattern) {
+    RemoveFoldersOfDeadRuns(pattern);
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        std::string name = pattern.native();
+        if (!mkdtemp(name.data())) Throw(errno);
+        try {
+            if (Lock(name)) return name;
+        } catch (const std::system_error&) {
+            rmdir(name.c_str());
+            throw;
+        }
+    }
+    Throw(EBUSY);
+}
+
+void RemoveRunFolder(const fs::path& folder) noexcept {
+    std::error_code error;
+    for (int attempt = 0; attempt < kAttempts; ++attempt) { // a folder that cannot be read now may be in a moment
+        RemoveAllAndLock(folder);
+        if (!fs::exists(fs::symlink_status(folder, error))) break;
+    }
+    Locks& locks = SharedLocks();
+    const std::lock_guard guard(locks.Mutex);
+    const auto lock = locks.Numbers.find(folder);
+    if (lock == locks.Numbers.end()) return;
+    close(lock->second);
+    locks.Numbers.erase(lock);
+}
+
+} // namespace app

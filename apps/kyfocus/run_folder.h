@@ -1,0 +1,21 @@
+/// Private folders of a run, told from those of runs that were killed.
+#ifndef KYFOCUS_APP_RUN_FOLDER_H
+#define KYFOCUS_APP_RUN_FOLDER_H
+
+#include <filesystem>
+
+namespace app {
+
+/// Makes an empty folder that only its owner may enter, but for a file "kyfocus.lock" which the process holds locked to
+/// its end, however that comes. First it removes those folders beside it that a killed run has left: of the same name
+/// but for the last six characters, of the same owner, for the owner alone, and with a lock that nobody holds. Links
+/// are not followed, and a folder without the lock's file is touched only when it is empty.
+/// @param pattern  Its path, ending in XXXXXX. Throws std::system_error.
+std::filesystem::path MakeRunFolder(const std::filesystem::path& pattern);
+
+/// Removes such a folder with all that is in it, the lock last.
+void RemoveRunFolder(const std::filesystem::path& folder) noexcept;
+
+} // namespace app
+
+#endif
