@@ -1,0 +1,36 @@
+/// Files that fail on demand: stands before the system's calls for one folder and all below it.
+///
+/// Linked into a test binary it is armed by Arm. Loaded ahead of a program (LD_PRELOAD) it is armed by the environment:
+/// KY_FAULT_KIND, KY_FAULT_AT, KY_FAULT_FOLDER as in Plan, and KY_FAULT_REPORT names the file that receives the number
+/// of calls that could have failed. Calls that the C library makes inside itself are not seen.
+#ifndef KYFOCUS_TESTS_TRUST_FAULTS_H
+#define KYFOCUS_TESTS_TRUST_FAULTS_H
+
+#include <string>
+
+namespace test::faults {
+
+enum class Kind {
+    None,
+    NoSpace,      ///< what makes or fills files gives ENOSPC, from the n-th such call on
+    IoError,      ///< one call that opens, reads, writes, closes or renames gives EIO
+    NoPermission, ///< what opens, makes, renames or deletes gives EACCES, from the n-th such call on
+    Short,        ///< reads and writes move a third of what they are asked for
+    Interrupted   ///< every other read and write gives EINTR
+};
+
+struct Plan {
+    Kind What = Kind::None;
+    int At = 0;         ///< counted from 0; Short and Interrupted concern all calls
+    std::string Folder; ///< absolute, without links
+};
+
+/// From now on.
+[[gnu::visibility("default")]] void Arm(const Plan& plan);
+
+/// Ends it. @return calls that the plan's kind concerns, so far: those from this number on have not been met.
+[[gnu::visibility("default")]] int Disarm();
+
+} // namespace test::faults
+
+#endif
