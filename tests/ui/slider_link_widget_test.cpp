@@ -28,12 +28,15 @@ void Drag(QSlider& slider, QPoint to) {
     QTest::mouseRelease(&slider, Qt::LeftButton, {}, to);
 }
 
-void Wheel(QSlider& slider, int notches) {
-    const QPointF at = QPointF(slider.rect().center());
-    QWheelEvent event(at, slider.mapToGlobal(at), {}, QPoint(0, 120 * notches), Qt::NoButton, Qt::NoModifier,
-                      Qt::NoScrollPhase, false);
-    QApplication::sendEvent(&slider, &event);
+/// In eighths of a degree, as touchpads report it; a notch of a wheel is 120.
+void Turn(QWidget& widget, int delta) {
+    const QPointF at = QPointF(widget.rect().center());
+    QWheelEvent event(at, widget.mapToGlobal(at), {}, QPoint(0, delta), Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase,
+                      false);
+    QApplication::sendEvent(&widget, &event);
 }
+
+void Wheel(QWidget& widget, int notches) { Turn(widget, 120 * notches); }
 
 int Shown(const SliderWindow& window) {
     int value = -1;
@@ -79,6 +82,7 @@ TEST_P(BothWays, HomeAndEndReachTheLimits) {
 TEST_P(BothWays, WheelMovesTheValue) {
     SliderWindow window(GetParam());
     window.Open();
+    window.Slider.setFocus();
     Wheel(window.Slider, 1);
     const int up = Shown(window);
     EXPECT_GT(up, 10);
@@ -155,6 +159,21 @@ TEST(HorizontalSlider, ArrowKeysGetPastValuesThatRoundDown) {
     window.Show();
     for (int i = 0; i < 100; ++i) QTest::keyClick(&window.Slider, Qt::Key_Right);
     EXPECT_EQ(window.Edit.text(), QStringLiteral("1.00"));
+}
+
+/// A touchpad gives less than a notch at a time: one position here.
+TEST(HorizontalSlider, TurnsOfOnePositionGetPastValuesThatRoundDown) {
+    const int oneLine = 120 / QApplication::wheelScrollLines();
+    for (const int direction : {1, -1}) {
+        SliderWindow window;
+        window.Edit.SetParams(0.0, 1.0, 10, L"%.2f", 2);
+        window.Edit.SetPer(1);
+        window.Edit.SetValue(direction > 0 ? 0.0 : 1.0);
+        window.Show();
+        window.Slider.setFocus();
+        for (int i = 0; i < 100; ++i) Turn(window.Slider, direction * oneLine);
+        EXPECT_EQ(window.Edit.text(), direction > 0 ? QStringLiteral("1.00") : QStringLiteral("0.00"));
+    }
 }
 
 TEST(HorizontalSlider, FollowsAChangeOfOrientation) {

@@ -44,11 +44,12 @@ class KYF_API CKyfLinkSlider : public QSlider {
     /// The user has moved the slider: `code` 0 and 1 by a line, 2 and 3 by a page, 5 anywhere; others mean nothing.
     void HScroll(int code, int position);
     void VScroll(int code, int position);
+    void wheelEvent(QWheelEvent* event) override;
 
   private:
     friend class CKyfSliderEdit;
     void Scroll(int code);
-    void ScrollByLine(int code, int step);
+    void ScrollOn(int code, int step);
     void OnAction(int action);
     void OnValueChanged(int value);
 

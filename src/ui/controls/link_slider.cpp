@@ -95,8 +95,9 @@ void CKyfLinkSlider::Scroll(int code) {
         m_body->SetShown(edit->SlidePos());
 }
 
-/// A step that rounding takes back is made longer until the field shows something else: no key press is in vain.
-void CKyfLinkSlider::ScrollByLine(int code, int step) {
+/// A move that rounding takes back is made longer until the field shows something else: no key press or turn of the
+/// wheel is in vain.
+void CKyfLinkSlider::ScrollOn(int code, int step) {
     const kyfui::SliderEditRules* const edit = m_body->Rules.EditLink();
     const std::wstring before = edit != nullptr ? edit->ShownText() : std::wstring();
     for (int position = sliderPosition();; position += step) {
@@ -107,13 +108,22 @@ void CKyfLinkSlider::ScrollByLine(int code, int step) {
     }
 }
 
+/// QAbstractSlider has moved the position already, the value not yet.
 void CKyfLinkSlider::OnAction(int action) {
     const auto code = kyfui::CodeOf(action, orientation() == Qt::Vertical);
     if (!code) return;
-    if (*code == kyfui::kLineBack || *code == kyfui::kLineForward)
-        ScrollByLine(*code, action == SliderSingleStepAdd ? 1 : -1);
-    else
+    const bool goesToAPlace = *code == kyfui::kThumbTrack && !m_body->IsWheelTurning;
+    if (goesToAPlace || sliderPosition() == value())
         Scroll(*code);
+    else
+        ScrollOn(*code, sliderPosition() > value() ? 1 : -1);
+}
+
+/// QAbstractSlider reports the wheel as it does the thumb, with SliderMove.
+void CKyfLinkSlider::wheelEvent(QWheelEvent* event) {
+    m_body->IsWheelTurning = true;
+    QSlider::wheelEvent(event);
+    m_body->IsWheelTurning = false;
 }
 
 /// A value that comes neither from the rules nor from an action was set from outside, as accessibility tools do.

@@ -26,6 +26,7 @@ class LinkSliderBody : public SliderControl {
     void TakeAsKnown(int value) { m_known = value; }
 
     LinkSliderRules Rules{*this};
+    bool IsWheelTurning = false;
 
   private:
     /// Positions of a vertical control count from the top, where a QSlider has its greatest value.
