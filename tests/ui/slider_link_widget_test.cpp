@@ -161,6 +161,37 @@ TEST(HorizontalSlider, ArrowKeysGetPastValuesThatRoundDown) {
     EXPECT_EQ(window.Edit.text(), QStringLiteral("1.00"));
 }
 
+TEST(HorizontalSlider, LeavesAValueThatWasSetInTheDirectionOfTheMove) {
+    SliderWindow window;
+    window.Open(0, 20, 5);
+    QTest::keyClick(&window.Slider, Qt::Key_PageDown);
+    EXPECT_EQ(Shown(window), 5) << "the first move of all";
+    QTest::keyClick(&window.Slider, Qt::Key_End);
+    window.Edit.SetValue(7);
+    QTest::keyClick(&window.Slider, Qt::Key_Right);
+    EXPECT_EQ(Shown(window), 10);
+    QTest::keyClick(&window.Slider, Qt::Key_Home);
+    window.Type(QStringLiteral("13"));
+    QTest::keyClick(&window.Slider, Qt::Key_Left);
+    EXPECT_EQ(Shown(window), 10);
+    window.Type(QStringLiteral("8"));
+    window.Slider.setFocus();
+    Wheel(window.Slider, -1);
+    EXPECT_EQ(Shown(window), 5);
+}
+
+/// A page of a short range is one position.
+TEST(HorizontalSlider, PagesGetPastValuesThatRoundDown) {
+    SliderWindow window;
+    window.Edit.SetParams(0.0, 0.09, 10, L"%.2f", 2);
+    window.Edit.SetPer(1);
+    window.Edit.SetValue(0.0);
+    window.Show();
+    ASSERT_EQ(window.Slider.pageStep(), 1);
+    for (int i = 0; i < 9; ++i) QTest::keyClick(&window.Slider, Qt::Key_PageUp);
+    EXPECT_EQ(window.Edit.text(), QStringLiteral("0.09"));
+}
+
 /// A touchpad gives less than a notch at a time: one position here.
 TEST(HorizontalSlider, TurnsOfOnePositionGetPastValuesThatRoundDown) {
     const int oneLine = 120 / QApplication::wheelScrollLines();

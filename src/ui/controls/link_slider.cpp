@@ -35,6 +35,11 @@ std::int32_t LinkSliderBody::Turned(std::int32_t position) const {
     return kyf::WrappingDifference(kyf::WrappingSum(m_widget.minimum(), m_widget.maximum()), position);
 }
 
+void LinkSliderBody::BeginMove() {
+    if (Rules.Pos() < Rules.RangeMin() || Rules.Pos() > Rules.RangeMax()) return; // nothing has been shown
+    Rules.HScroll(kThumbPosition, Rules.Pos());
+}
+
 void LinkSliderBody::SetRange(std::int32_t min, std::int32_t max) {
     m_known = std::clamp(m_widget.value(), min, std::max(min, max));
     m_widget.setRange(min, max);
@@ -85,6 +90,7 @@ void CKyfLinkSlider::VScroll(int code, int position) { m_body->Rules.VScroll(cod
 void CKyfLinkSlider::Scroll(int code) {
     m_body->Rules.SetEditLink(m_body->Rules.EditLink()); // the orientation may have changed
     m_body->TakeAsKnown(sliderPosition());
+    m_body->BeginMove();
     const int position = m_body->Position();
     if (orientation() == Qt::Vertical)
         VScroll(code, position);

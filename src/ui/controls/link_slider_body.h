@@ -19,6 +19,9 @@ class LinkSliderBody : public SliderControl {
     void SetRange(std::int32_t min, std::int32_t max) override;
     void SetTickFrequency(std::int32_t positions) override;
 
+    /// Has the next move start from where the thumb stands. The rules learn positions of moves only, so that one after
+    /// a value was typed or set might go the wrong way to its stop.
+    void BeginMove();
     /// Puts the thumb at a value without telling anybody's rules.
     void SetShown(int value);
     /// Whether the rules have brought this value about, or have heard of it.
