@@ -47,18 +47,28 @@ class Faults {
   public:
     Faults(const std::string& kind, int at, const fs::path& folder, const fs::path& report) {
         setenv("LD_PRELOAD", KY_FAULT_LIBRARY, 1);
+        // A program with address checks wants them first in line otherwise.
+        setenv("ASAN_OPTIONS", (m_checks + ":verify_asan_link_order=0").c_str(), 1);
         setenv("KY_FAULT_KIND", kind.c_str(), 1);
         setenv("KY_FAULT_AT", std::to_string(at).c_str(), 1);
         setenv("KY_FAULT_FOLDER", folder.c_str(), 1);
         setenv("KY_FAULT_REPORT", report.c_str(), 1);
     }
     ~Faults() {
+        setenv("ASAN_OPTIONS", m_checks.c_str(), 1);
         for (const char* const name :
              {"LD_PRELOAD", "KY_FAULT_KIND", "KY_FAULT_AT", "KY_FAULT_FOLDER", "KY_FAULT_REPORT"})
             unsetenv(name);
     }
     Faults(const Faults&) = delete;
     Faults& operator=(const Faults&) = delete;
+
+  private:
+    static std::string CheckOptions() {
+        const char* const options = std::getenv("ASAN_OPTIONS");
+        return options ? options : "";
+    }
+    const std::string m_checks = CheckOptions();
 };
 
 /// A command, with names of files below the test's folder.
