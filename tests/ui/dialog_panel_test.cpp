@@ -94,6 +94,20 @@ TEST(ParameterPanel, NumbersWithoutAControlShowAsNoneChosen) {
     }
 }
 
+TEST(ParameterPanel, AnySwitchThatIsNotZeroShowsAsOn) {
+    for (const std::int32_t value : {-1, 2}) {
+        Setting setting = SettingWith(0);
+        setting.SetAutoPos(value);
+        HostWindow host(setting);
+        test::Open(host);
+        EXPECT_EQ(test::Find<QCheckBox>(host, kIdAutoPosition).checkState(), Qt::Checked);
+        test::Click(host, kIdSetFine);
+        EXPECT_EQ(host.Panel->GetData().GetAutoPos(), value);
+        test::Click(host, kIdAutoPosition);
+        EXPECT_EQ(host.Panel->GetData().GetAutoPos(), 0);
+    }
+}
+
 TEST(ParameterPanel, WorksWithoutAWindowAndMakesOnlyOne) {
     CKyfFocusCompParamControl panel;
     EXPECT_EQ(panel.GetData().GetAlgType(), 1);
@@ -147,10 +161,10 @@ TEST(ParameterPanel, OKInThePositioningDialogTakesTheNumberAndAllPlaces) {
     HostWindow host(SettingWith(0));
     test::Open(host);
     const test::InNextDialog areas([](QDialog& dialog) {
-        EXPECT_TRUE(QTest::qWaitForWindowActive(&dialog)); // the focus goes where Tab brings it only then
         test::Choose(dialog, kIdAreaCount, 2);
         QWidget& picture = test::Find(dialog, kIdAreaPicture);
-        picture.setFocus(Qt::TabFocusReason);
+        test::Find(dialog, kIdAreaReset).setFocus();
+        QTest::keyClick(dialog.focusWidget(), Qt::Key_Tab);
         for (const Qt::Key key : {Qt::Key_Right, Qt::Key_Tab, Qt::Key_Up, Qt::Key_Tab, Qt::Key_Down, Qt::Key_Tab})
             QTest::keyClick(&picture, key);
         QTest::keyClick(&picture, Qt::Key_Left);

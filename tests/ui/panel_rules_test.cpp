@@ -182,11 +182,22 @@ TEST(PanelRules, AnIndexWithoutAControlStaysUntilTheUserChooses) {
     }
 }
 
-TEST(PanelRules, AnySwitchThatIsNotZeroIsOn) {
+TEST(PanelRules, AnySwitchThatIsNotZeroIsOnAndStaysUntilItIsClicked) {
     for (const std::int32_t value : {std::numeric_limits<std::int32_t>::min(), -1, 2, 1000}) {
         Setting setting;
+        setting.SetAlgType(0);
         setting.SetAutoPos(value);
-        EXPECT_EQ(ControlsFromSetting(setting).AutoPositionCheck, 1) << value;
+        PanelModel panel;
+        panel.SetData(setting);
+        panel.Show();
+        EXPECT_TRUE(panel.StateOf(kIdPositioningButton).Enabled) << value;
+        panel.SelectSpeed(0);
+        panel.ClickAlgorithm(0);
+        EXPECT_EQ(panel.GetData().GetAutoPos(), value);
+        panel.ClickAutoPosition(false);
+        EXPECT_EQ(panel.GetData().GetAutoPos(), 0);
+        panel.ClickAutoPosition(true);
+        EXPECT_EQ(panel.GetData().GetAutoPos(), 1);
     }
 }
 

@@ -11,7 +11,7 @@ PanelControls ControlsFromSetting(const CKyfFocusCompositionSetting& setting) {
             .ComplexCheck = complex ? 1 : 0,
             .ParameterSetRadio = setting.Get2DSelectionFocusCompositionMode(),
             .PlaneRadio = setting.GetPlaneType(),
-            .AutoPositionCheck = setting.GetAutoPos() != 0 ? 1 : 0};
+            .AutoPositionCheck = setting.GetAutoPos()};
 }
 
 void WriteControls(const PanelControls& controls, CKyfFocusCompositionSetting& setting) {

@@ -20,7 +20,7 @@ struct PanelControls {
     std::int32_t ComplexCheck;      ///< 0 or 1
     std::int32_t ParameterSetRadio; ///< 0 to 3
     std::int32_t PlaneRadio;        ///< 0 to 2
-    std::int32_t AutoPositionCheck; ///< 0 or 1
+    std::int32_t AutoPositionCheck; ///< 0, or on: other numbers than 1 stay until the check is clicked
     bool operator==(const PanelControls&) const = default;
 };
 
