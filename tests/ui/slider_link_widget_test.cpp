@@ -1,5 +1,8 @@
 // What a user does to the slider of a pair.
 #include <QAccessible>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QSpontaneKeyEvent>
 #include <QStyleOptionSlider>
 #include <QWheelEvent>
 
@@ -33,7 +36,8 @@ void Turn(QWidget& widget, int delta) {
     const QPointF at = QPointF(widget.rect().center());
     QWheelEvent event(at, widget.mapToGlobal(at), {}, QPoint(0, delta), Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase,
                       false);
-    QApplication::sendEvent(&widget, &event);
+    QSpontaneKeyEvent::setSpontaneous(&event); // from outside: what a widget ignores goes on to its parent
+    qApp->notify(&widget, &event);
 }
 
 void Wheel(QWidget& widget, int notches) { Turn(widget, 120 * notches); }
@@ -88,6 +92,27 @@ TEST_P(BothWays, WheelMovesTheValue) {
     EXPECT_GT(up, 10);
     Wheel(window.Slider, -2);
     EXPECT_LT(Shown(window), 10);
+}
+
+TEST_P(BothWays, WheelOverASliderWithoutFocusScrollsTheWindow) {
+    SliderWindow window(GetParam());
+    window.Open();
+    QScrollArea area;
+    auto* const tall = new QWidget;
+    tall->setFixedSize(300, 2000);
+    window.Slider.setParent(tall);
+    area.setWidget(tall);
+    area.resize(400, 400);
+    area.show();
+    window.Slider.show();
+    area.setFocus();
+    QCoreApplication::processEvents();
+    Wheel(window.Slider, -1);
+    EXPECT_EQ(Shown(window), 10);
+    EXPECT_GT(area.verticalScrollBar()->value(), 0);
+    EXPECT_FALSE(window.Slider.hasFocus());
+    EXPECT_EQ(window.Slider.focusPolicy(), Qt::StrongFocus);
+    window.Slider.setParent(nullptr);
 }
 
 TEST_P(BothWays, ClickBesideTheThumbMovesByAPage) {
@@ -180,16 +205,16 @@ TEST(HorizontalSlider, LeavesAValueThatWasSetInTheDirectionOfTheMove) {
     EXPECT_EQ(Shown(window), 5);
 }
 
-/// A page of a short range is one position.
+/// A page of a short range is one position, and 0.03 reads back as position 2 of 7.
 TEST(HorizontalSlider, PagesGetPastValuesThatRoundDown) {
     SliderWindow window;
-    window.Edit.SetParams(0.0, 0.09, 10, L"%.2f", 2);
+    window.Edit.SetParams(0.0, 0.07, 10, L"%.2f", 2);
     window.Edit.SetPer(1);
     window.Edit.SetValue(0.0);
     window.Show();
     ASSERT_EQ(window.Slider.pageStep(), 1);
-    for (int i = 0; i < 9; ++i) QTest::keyClick(&window.Slider, Qt::Key_PageUp);
-    EXPECT_EQ(window.Edit.text(), QStringLiteral("0.09"));
+    for (int i = 0; i < 7; ++i) QTest::keyClick(&window.Slider, Qt::Key_PageUp);
+    EXPECT_EQ(window.Edit.text(), QStringLiteral("0.07"));
 }
 
 /// A touchpad gives less than a notch at a time: one position here.

@@ -4,6 +4,9 @@
 /// top. What a user does by mouse, keys, wheel or an accessibility tool goes to the edit field, with stops SetPer apart
 /// on a horizontal slider. Positions of this class's own operations count from the left, or from the top: a vertical
 /// slider mirrors them.
+///
+/// The wheel turns a slider that has the focus, which Tab and a click give it. Without the focus it ignores the wheel,
+/// so that a scroll area around it scrolls and no value changes unseen.
 #ifndef KYFOCUS_UI_LINK_SLIDER_H
 #define KYFOCUS_UI_LINK_SLIDER_H
 

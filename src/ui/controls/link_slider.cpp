@@ -4,6 +4,8 @@
 #include <optional>
 #include <string>
 
+#include <QWheelEvent>
+
 #include "filters/numbers.h"
 #include "ui/controls/link_slider_body.h"
 #include "ui/controls/slider_edit_body.h"
@@ -59,6 +61,7 @@ CKyfLinkSlider::CKyfLinkSlider(QWidget* parent) : CKyfLinkSlider(Qt::Vertical, p
 
 CKyfLinkSlider::CKyfLinkSlider(Qt::Orientation orientation, QWidget* parent)
     : QSlider(orientation, parent), m_body(std::make_unique<kyfui::LinkSliderBody>(*this)) {
+    setFocusPolicy(Qt::StrongFocus);
     connect(this, &QAbstractSlider::actionTriggered, this, &CKyfLinkSlider::OnAction);
     connect(this, &QAbstractSlider::valueChanged, this, &CKyfLinkSlider::OnValueChanged);
 }
@@ -127,6 +130,7 @@ void CKyfLinkSlider::OnAction(int action) {
 
 /// QAbstractSlider reports the wheel as it does the thumb, with SliderMove.
 void CKyfLinkSlider::wheelEvent(QWheelEvent* event) {
+    if (!hasFocus()) return event->ignore();
     m_body->IsWheelTurning = true;
     QSlider::wheelEvent(event);
     m_body->IsWheelTurning = false;
