@@ -13,6 +13,7 @@ namespace {
 using kyfui::kLineBack;
 using kyfui::kLineForward;
 using kyfui::kNothingShown;
+using kyfui::kPageBack;
 using kyfui::kPageForward;
 using kyfui::kThumbPosition;
 using kyfui::kThumbTrack;
@@ -65,6 +66,49 @@ TEST(SliderRules, PageTakesItsDirectionFromTheNotification) {
     EXPECT_EQ(pair.Slider.Rules.Pos(), 15);
 }
 
+/// Toolkits differ in whether control and notification agree: one tells whether it is a stop, the other is rounded.
+TEST(SliderRules, ThumbIsTestedByTheNotificationAndPagesByTheControl) {
+    const auto after = [](std::int32_t code, std::int32_t control, std::int32_t position) {
+        SliderPair pair;
+        WithIntegers(pair, 0, 20, 5);
+        pair.Scroll(kThumbTrack, 10);
+        pair.Scroll(code, control, position);
+        EXPECT_EQ(pair.Slider.Rules.LastPos(), pair.Slider.Rules.Pos());
+        return pair.Slider.Rules.Pos();
+    };
+    EXPECT_EQ(after(kThumbTrack, /*control=*/17, /*position=*/15), 17) << "a stop: no rounding";
+    EXPECT_EQ(after(kThumbTrack, /*control=*/15, /*position=*/12), 20) << "no stop: rounded up from the control";
+    EXPECT_EQ(after(kThumbTrack, /*control=*/13, /*position=*/8), 10) << "no stop: rounded down from the control";
+    EXPECT_EQ(after(kPageForward, /*control=*/17, /*position=*/15), 20);
+    EXPECT_EQ(after(kPageForward, /*control=*/15, /*position=*/12), 15);
+    EXPECT_EQ(after(kLineForward, /*control=*/11, /*position=*/15), 15);
+}
+
+TEST(SliderRules, VerticalThumbAndLinesGoByTheNotificationAndPagesByTheControl) {
+    for (const std::int32_t code : {kLineBack, kLineForward, kThumbTrack, kPageBack, kPageForward, kThumbPosition}) {
+        SliderPair pair(/*vertical=*/true);
+        WithIntegers(pair, 0, 20, 5);
+        pair.Edit.SetText(L"1");
+        pair.Scroll(code, /*control=*/3, /*position=*/9);
+        const bool page = code == kPageBack || code == kPageForward;
+        EXPECT_EQ(pair.Edit.Text(), code == kThumbPosition ? L"1" : page ? L"17" : L"11") << code;
+        EXPECT_EQ(pair.Slider.Rules.LastPos(), -1);
+    }
+}
+
+TEST(SliderRules, ASliderWithoutAFieldKeepsItsPositionAndThePreviousOne) {
+    test::PlainSlider slider(/*vertical=*/false);
+    slider.Rules.SetSlideRange(0, 20);
+    slider.Rules.SetPer(1);
+    slider.Rules.SetSlidePos(7);
+    for (const std::int32_t code : {kLineBack, kLineForward, kPageBack, kPageForward, kThumbPosition, kThumbTrack}) {
+        slider.Control = 12;
+        slider.Rules.HScroll(code, 12);
+        EXPECT_EQ(slider.Rules.Pos(), 7) << code;
+        EXPECT_EQ(slider.Rules.LastPos(), -1) << code;
+    }
+}
+
 TEST(SliderRules, EndOfAMoveOnlyRemembersThePosition) {
     SliderPair pair;
     WithIntegers(pair, 0, 20, 1);
@@ -90,6 +134,58 @@ TEST(SliderRules, TypingBeyondTheRangeBeepsAndIsPutBack) {
     EXPECT_EQ(pair.Edit.Text(), L"20");
     EXPECT_EQ(pair.Slider.Control, 20);
     EXPECT_EQ(pair.Edit.Beeps, 1);
+}
+
+/// A host that asks in its handler sees the field as it was typed and the thumb where it was.
+TEST(SliderRules, RefusalIsToldBeforeTheSliderMovesAndTheTextIsPutBack) {
+    class Asking : public test::PlainEdit {
+      public:
+        void OnBadInput() override {
+            PlainEdit::OnBadInput();
+            Thumb = Rules.SlideLink()->Pos();
+            Typed = Text();
+        }
+        std::int32_t Thumb = -1;
+        std::wstring Typed;
+    } edit;
+    test::PlainSlider slider(/*vertical=*/false);
+    edit.Rules.SetSlideLink(&slider.Rules);
+    edit.Rules.SetParams(0, 20, 5);
+    edit.SetText(L"7");
+    edit.SetText(L"25");
+    EXPECT_EQ(edit.Beeps, 1);
+    EXPECT_EQ(edit.Thumb, 7);
+    EXPECT_EQ(edit.Typed, L"25");
+    EXPECT_EQ(slider.Rules.Pos(), 20);
+}
+
+TEST(SliderRules, ReadsTheFirst512CharactersOfAText) {
+    SliderPair pair;
+    WithIntegers(pair, 0, 20, 1);
+    pair.Edit.SetText(std::wstring(511, L' ') + L"7");
+    EXPECT_EQ(pair.Slider.Rules.Pos(), 7);
+    pair.Edit.SetText(std::wstring(512, L' ') + L"7");
+    EXPECT_EQ(pair.Slider.Rules.Pos(), 0);
+    EXPECT_EQ(pair.Edit.Beeps, 0);
+    pair.Edit.Rules.SetParams(0.0, 1.0, 10, L"%.2f", 2);
+    pair.Edit.SetText(std::wstring(510, L' ') + L"0.5");
+    EXPECT_EQ(pair.Slider.Rules.Pos(), 0) << "the 5 is the 513th";
+}
+
+TEST(SliderRules, AStepIsGivenToTheSliderThatIsLinked) {
+    test::PlainEdit edit;
+    test::PlainSlider slider(/*vertical=*/false);
+    edit.Rules.SetPer(5);
+    edit.Rules.SetSlideLink(&slider.Rules);
+    edit.Rules.SetParams(0, 20, 5);
+    edit.SetText(L"10");
+    slider.Control = 12;
+    slider.Rules.HScroll(kThumbTrack, 12);
+    EXPECT_EQ(edit.Text(), L"12") << "linked later: it has not heard of the step";
+    edit.Rules.SetPer(5);
+    slider.Control = 13;
+    slider.Rules.HScroll(kThumbTrack, 13);
+    EXPECT_EQ(edit.Text(), L"15");
 }
 
 TEST(SliderRules, TypingWithinTheRangeNeverChangesTheText) {

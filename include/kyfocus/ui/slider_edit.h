@@ -57,7 +57,8 @@ class KYF_API CKyfSliderEdit : public QLineEdit {
     /// for the shortest form.
     void SetFormatString(const wchar_t* text);
 
-    /// Distance between two stops of a linked horizontal slider, in positions.
+    /// Distance between two stops of the horizontal slider that is linked, in positions. A slider that is linked later
+    /// does not learn of it.
     void SetPer(int per);
 
     /// Integer mode: values `min` to `max`, shown as "%d".
