@@ -18,11 +18,13 @@ using test::SliderWindow;
 
 QString Text(const SliderWindow& window) { return window.Edit.text(); }
 
-void Drop(QWidget& widget, const QMimeData& data) {
+/// Whether the drop was taken.
+bool Drop(QWidget& widget, const QMimeData& data) {
     QDragEnterEvent enter(QPoint(5, 5), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(&widget, &enter);
     QDropEvent drop(QPointF(5, 5), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(&widget, &drop);
+    return drop.isAccepted();
 }
 
 TEST(SliderEditWidget, TypingMovesTheSliderAndLeavesTheTextAlone) {
@@ -137,13 +139,40 @@ TEST(SliderEditWidget, FiltersWhatIsDropped) {
     window.Open();
     QMimeData data;
     data.setText(QStringLiteral("abc"));
-    Drop(window.Edit, data);
+    EXPECT_FALSE(Drop(window.Edit, data));
     EXPECT_EQ(Text(window), QStringLiteral("10"));
     EXPECT_EQ(window.Edit.Refusals, 1);
     window.Edit.clear();
     data.setText(QStringLiteral("7"));
-    Drop(window.Edit, data);
+    EXPECT_TRUE(Drop(window.Edit, data));
     EXPECT_EQ(Text(window), QStringLiteral("7"));
+}
+
+TEST(SliderEditWidget, DropsLoseTheBlanksAroundThem) {
+    SliderWindow window;
+    window.Open();
+    window.Edit.clear();
+    QMimeData data;
+    data.setText(QStringLiteral(" 12\n"));
+    EXPECT_TRUE(Drop(window.Edit, data));
+    EXPECT_EQ(Text(window), QStringLiteral("12"));
+    EXPECT_EQ(window.Slider.value(), 12);
+    EXPECT_EQ(window.Edit.Refusals, 0);
+}
+
+TEST(SliderEditWidget, AReadOnlyFieldIsQuiet) {
+    SliderWindow window;
+    window.Open();
+    window.Edit.setReadOnly(true);
+    QMimeData data;
+    data.setText(QStringLiteral("abc"));
+    EXPECT_FALSE(Drop(window.Edit, data));
+    QInputMethodEvent event;
+    event.setCommitString(QStringLiteral("1あ"));
+    QApplication::sendEvent(&window.Edit, &event);
+    QTest::keyClicks(&window.Edit, QStringLiteral("x"));
+    EXPECT_EQ(Text(window), QStringLiteral("10"));
+    EXPECT_EQ(window.Edit.Refusals, 0);
 }
 
 TEST(SliderEditWidget, FiltersWhatAnInputMethodHandsOver) {

@@ -135,6 +135,7 @@ void CKyfSliderEdit::keyPressEvent(QKeyEvent* event) {
 
 /// What an input method hands over is typed text: what passes goes in, character by character.
 void CKyfSliderEdit::inputMethodEvent(QInputMethodEvent* event) {
+    if (isReadOnly()) return event->ignore();
     const QString accepted = kyfui::AcceptedPart(m_body->Rules.ParseType(), event->commitString());
     if (accepted == event->commitString()) return QLineEdit::inputMethodEvent(event);
     QInputMethodEvent filtered(event->preeditString(), event->attributes());
@@ -169,8 +170,18 @@ void CKyfSliderEdit::mouseReleaseEvent(QMouseEvent* event) {
     InsertIfAccepted(clipboard.text(QClipboard::Selection).trimmed());
 }
 
+/// Drops go in as what is pasted does, at the place that the pointer shows.
 void CKyfSliderEdit::dropEvent(QDropEvent* event) {
-    if (Accepts(event->mimeData()->text())) return QLineEdit::dropEvent(event);
-    event->ignore();
-    OnBadInput();
+    if (isReadOnly()) return QLineEdit::dropEvent(event);
+    QMimeData trimmed;
+    trimmed.setText(event->mimeData()->text().trimmed());
+    if (!Accepts(trimmed.text())) {
+        event->ignore();
+        return OnBadInput();
+    }
+    QDropEvent drop(event->position(), event->possibleActions(), &trimmed, event->buttons(), event->modifiers());
+    drop.setDropAction(event->dropAction());
+    QLineEdit::dropEvent(&drop);
+    event->setDropAction(drop.dropAction());
+    event->setAccepted(drop.isAccepted());
 }
