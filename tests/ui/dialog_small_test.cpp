@@ -86,6 +86,22 @@ TEST(DetailDialog, ANumberOutOfRangeIsToldAtItsField) {
     QToolTip::hideText();
 }
 
+TEST(DetailDialog, DigitsOfAnInputMethodAreNumbersToo) {
+    CDlgSetDetailParam dialog({}, nullptr);
+    test::Open(dialog);
+    auto& field = test::Find<QLineEdit>(dialog, kIdNoiseEdit);
+    field.setFocus();
+    field.selectAll();
+    QInputMethodEvent typed;
+    typed.setCommitString(QString::fromUtf8("\xEF\xBC\x91\xEF\xBC\x90")); // full-width 10
+    QApplication::sendEvent(&field, &typed);
+    EXPECT_FALSE(field.hasSelectedText());
+    EXPECT_EQ(dialog.Values()[DetailField::NoiseRemove], 10);
+    EXPECT_EQ(test::Find<QSlider>(dialog, kIdNoiseSlider).value(), 10);
+    test::Click(dialog, kIdOk);
+    EXPECT_EQ(dialog.result(), QDialog::Accepted);
+}
+
 TEST(DetailDialog, AFailingFieldStandsInTheWayOfOK) {
     CDlgSetDetailParam dialog({}, nullptr);
     test::Open(dialog);
@@ -120,6 +136,40 @@ TEST(DetailDialog, KeysOnASliderGoByOneAndRewriteTheFields) {
     EXPECT_EQ(test::Find<QLineEdit>(dialog, kIdNoiseEdit).text(), QStringLiteral("9"));
     QTest::keyClick(&slider, Qt::Key_End);
     EXPECT_EQ(dialog.Values()[DetailField::Sensitivity], 10);
+}
+
+/// The wheel over each slider: without the focus it changes nothing, with it its field by one.
+void TurnOverSliders(QDialog& dialog, std::initializer_list<std::pair<int, int>> slidersAndFields) {
+    test::Open(dialog);
+    for (const auto& [sliderId, fieldId] : slidersAndFields) {
+        auto& slider = test::Find<QSlider>(dialog, sliderId);
+        const auto& field = test::Find<QLineEdit>(dialog, fieldId);
+        const int value = slider.value();
+        test::Find(dialog, kIdOk).setFocus();
+        test::TurnWheel(slider);
+        EXPECT_FALSE(slider.hasFocus());
+        EXPECT_EQ(slider.value(), value) << ObjectName(sliderId).toStdString();
+        EXPECT_EQ(field.text(), QString::number(value));
+        slider.setFocus();
+        for (int below = value - 1; below >= value - 3; --below) {
+            test::TurnWheel(slider);
+            EXPECT_EQ(slider.value(), below) << ObjectName(sliderId).toStdString();
+            EXPECT_EQ(field.text(), QString::number(below));
+        }
+    }
+}
+
+TEST(SmallDialogs, TheWheelTurnsOnlyTheSliderThatHasTheFocus) {
+    const int lines = QApplication::wheelScrollLines();
+    QApplication::setWheelScrollLines(1);
+    CDlgSet2DSelectionParam manual({8, 6}, nullptr);
+    TurnOverSliders(manual, {{kIdCompSizeSlider, kIdCompSizeEdit}, {kIdSmoothingSlider, kIdSmoothingEdit}});
+    manual.hide();
+    CDlgSetDetailParam detail({}, nullptr);
+    TurnOverSliders(detail, {{kIdSensitivitySlider, kIdSensitivityEdit},
+                             {kIdNoiseSlider, kIdNoiseEdit},
+                             {kIdShapeSlider, kIdShapeEdit}});
+    QApplication::setWheelScrollLines(lines);
 }
 
 TEST(SmallDialogs, TabReachesEveryControl) {

@@ -13,6 +13,9 @@
 /// dialogs hand over their values when they are left with OK. Nothing is tested; a number that no control stands for
 /// shows as none chosen and stays until the user chooses.
 ///
+/// The manual and the detail dialog show a value beyond its range as the nearest end of it, and OK writes all values of
+/// the dialog: one that was not touched then lies within its range too, and switches that are not 0 become 1.
+///
 /// Texts come from the language module that is in force when CreateControl runs (CKYFocusResource), else they are
 /// English. All calls belong to the window's thread.
 class KYF_API CKyfFocusCompParamControl : public QWidget {

@@ -61,6 +61,7 @@ CDlgSet2DSelectionParam::Pair CDlgSet2DSelectionParam::MakePair(int sliderId, in
     const Pair pair = {new CKyfSliderEdit(this), new CKyfLinkSlider(Qt::Horizontal, this)};
     Describe(*pair.Edit, editId);
     Describe(*pair.Slider, sliderId);
+    GuardWheel(*pair.Slider);
     SetWidthInDigits(*pair.Edit, kFieldDigits);
     pair.Edit->setAlignment(Qt::AlignRight);
     pair.Edit->setInputMethodHints(Qt::ImhDigitsOnly);

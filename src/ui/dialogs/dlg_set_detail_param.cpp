@@ -6,6 +6,7 @@
 #include <QSignalBlocker>
 #include <QToolTip>
 
+#include "ui/controls/typed_text.h"
 #include "ui/resources/resources.h"
 
 using namespace kyfui;
@@ -60,6 +61,7 @@ CDlgSetDetailParam::Row CDlgSetDetailParam::MakeRow(QGridLayout& grid, int label
     const Row row = {new QSlider(Qt::Horizontal, this), new QLineEdit(this)};
     Describe(*row.Slider, sliderId);
     Describe(*row.Edit, editId);
+    GuardWheel(*row.Slider);
     row.Slider->setRange(kDetailMin, kDetailMax);
     row.Slider->setPageStep(kPage);
     ShapeSlider(*row.Slider);
@@ -93,7 +95,8 @@ void CDlgSetDetailParam::ShowValues() {
 }
 
 void CDlgSetDetailParam::OnTyped(DetailField field, const QString& text) {
-    if (!m_model.TypeText(field, text.toStdString())) {
+    const QString plain = QString::fromStdWString(WithPlainDigits(text)); // input methods give other digits too
+    if (!m_model.TypeText(field, plain.toStdString())) {
         ReturnFocus(field);
         return;
     }

@@ -35,7 +35,7 @@ int32_t KyfSetFocusCompositionParameter(KyfFocusCompositionParameter* parameter,
     if (parameter == nullptr) return 0;
     try {
         return SetParameter(*parameter, autoPositioningDisabled != nullptr ? *autoPositioningDisabled : 0);
-    } catch (const std::exception&) {
-        return 0; // out of memory
+    } catch (...) {
+        return 0; // out of memory, or what a slot of the host threw while the dialog ran
     }
 }

@@ -17,7 +17,7 @@ constexpr int kPictureHeightInLines = 3;
 constexpr int kSliderWidthInDigits = 24;
 constexpr int kSliderSpare = 4; // pixels
 
-/// The wheel belongs to the host's window until a combo box is chosen: what it turns is written through at once.
+/// The wheel belongs to the window until the control is chosen: scrolled past, it would change its value unseen.
 class WheelGuard : public QObject {
   public:
     using QObject::QObject;
@@ -86,8 +86,7 @@ QComboBox* MakeCombo(int id, std::initializer_list<int> entryIds, int placeholde
     auto* const combo = new QComboBox(parent);
     Describe(*combo, id);
     for (const int entryId : entryIds) combo->addItem(Text(entryId));
-    combo->setFocusPolicy(Qt::StrongFocus); // the wheel does not choose it
-    combo->installEventFilter(new WheelGuard(combo));
+    GuardWheel(*combo);
     if (placeholderId != 0) combo->setPlaceholderText(Text(placeholderId));
     return combo;
 }
@@ -118,6 +117,11 @@ QDialogButtonBox* MakeDialogButtons(QDialog* dialog) {
     QObject::connect(box, &QDialogButtonBox::accepted, dialog, &QDialog::accept);
     QObject::connect(box, &QDialogButtonBox::rejected, dialog, &QDialog::reject);
     return box;
+}
+
+void GuardWheel(QWidget& widget) {
+    widget.setFocusPolicy(Qt::StrongFocus);
+    widget.installEventFilter(new WheelGuard(&widget));
 }
 
 void SetWidthInDigits(QLineEdit& field, int digits) {

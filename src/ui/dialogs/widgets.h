@@ -46,6 +46,9 @@ QGroupBox* MakeGroup(int id, QWidget* parent);
 /// OK, which Enter presses, and Cancel, connected to the dialog.
 QDialogButtonBox* MakeDialogButtons(QDialog* dialog);
 
+/// The wheel turns the widget only while it has the focus, which the wheel does not give.
+void GuardWheel(QWidget& widget);
+
 /// As wide as so many digits, in the field's font.
 void SetWidthInDigits(QLineEdit& field, int digits);
 
