@@ -18,11 +18,30 @@ TEST(ParameterPanel, EnterAndEscapeDoNothingAndStayInside) {
         QWidget& control = test::Find(host, id);
         if (!control.isVisible()) continue;
         control.setFocus();
-        for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Escape}) QTest::keyClick(&control, key);
+        const auto* const button = qobject_cast<QAbstractButton*>(&control);
+        const bool pressed = button != nullptr && !button->isCheckable();
+        QTest::keyClick(&control, Qt::Key_Escape);
+        for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter})
+            if (!pressed) QTest::keyClick(&control, key);
         EXPECT_TRUE(host.isVisible()) << ObjectName(id).toStdString();
         EXPECT_EQ(host.Pressed, 0);
         EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
     }
+}
+
+TEST(ParameterPanel, EnterPressesTheButtonThatHasTheFocus) {
+    HostWindow host(SettingWith(0));
+    test::Open(host);
+    for (const int id : {kIdManualButton, kIdPositioningButton}) {
+        const test::InNextDialog opened([](QDialog& dialog) { dialog.reject(); });
+        test::Find(host, id).setFocus();
+        QTest::keyClick(&test::Find(host, id), Qt::Key_Return);
+    }
+    test::Click(host, kIdAlgorithm3D);
+    test::Find(host, kIdPlaneOtherButton).setFocus();
+    QTest::keyClick(&test::Find(host, kIdPlaneOtherButton), Qt::Key_Enter);
+    EXPECT_EQ(host.Panel->GetData().GetPlaneType(), 2);
+    EXPECT_EQ(host.Pressed, 0);
 }
 
 TEST(ParameterPanel, TabReachesEveryControlInTheOrderOfTheRows) {

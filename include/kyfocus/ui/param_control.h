@@ -45,7 +45,8 @@ class KYF_API CKyfFocusCompParamControl : public QWidget {
   protected:
     /// The controls have been made; shows the setting in them.
     virtual void OnInitDialog();
-    /// Enter and Escape: both do nothing, and do not reach the host's window either.
+    /// Enter and Escape: both do nothing, and do not reach the host's window either. On a button that opens a dialog or
+    /// sets a plane Enter presses it instead.
     virtual void OnOK();
     virtual void OnCancel();
     void keyPressEvent(QKeyEvent* event) override;

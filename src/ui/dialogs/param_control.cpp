@@ -60,7 +60,10 @@ void CKyfFocusCompParamControl::OnOK() {}
 void CKyfFocusCompParamControl::OnCancel() {}
 
 void CKyfFocusCompParamControl::keyPressEvent(QKeyEvent* event) {
-    if (IsEnter(*event)) {
+    auto* const button = qobject_cast<QAbstractButton*>(focusWidget());
+    if (IsEnter(*event) && button != nullptr && !button->isCheckable()) {
+        button->click(); // the panel may be gone when its dialog closes
+    } else if (IsEnter(*event)) {
         OnOK();
     } else if (IsEscape(*event)) {
         OnCancel();
