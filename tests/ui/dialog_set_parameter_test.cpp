@@ -6,6 +6,7 @@
 #include <QSignalSpy>
 #include <kyfocus/composition_setting.h>
 #include <kyfocus/kyfocus.h>
+#include <kyfocus/resource.h>
 #include <kyfocus/ui/set_parameter.h>
 
 #include "ui/dialog_driver.h"
@@ -156,6 +157,43 @@ TEST(SetParameter, TheLanguageIsInForceDuringTheCallOnly) {
         test::Click(dialog, kIdCancel);
     });
     KyfSetFocusCompositionParameter(&parameter, nullptr);
+    SetModuleFolders({});
+}
+
+/// What the exported dialog's Cancel button says.
+QString ShownCancel() {
+    Parameter parameter = Defaults();
+    QString shown;
+    const test::InNextDialog act([&](QDialog& dialog) {
+        shown = test::Find<QPushButton>(dialog, kIdCancel).text();
+        test::Click(dialog, kIdCancel);
+    });
+    KyfSetFocusCompositionParameter(&parameter, nullptr);
+    return shown;
+}
+
+TEST(SetParameter, WithoutANameTheLanguageIsJapaneseAndThePreviousOneComesBack) {
+    const QString builtIn = Text(kIdCancel);
+    SetModuleFolders({KY_MODULES});
+    QString japanese;
+    KyfSetResourceName(L"KYFResourceJPN.dll");
+    {
+        const CKYFocusResource resource;
+        japanese = Text(kIdCancel);
+    }
+    EXPECT_NE(japanese, builtIn);
+    KyfSetLanguageType(2);
+    {
+        const CKYFocusResource outer;
+        const QString korean = Text(kIdCancel);
+        EXPECT_NE(korean, japanese);
+        KyfSetResourceName(nullptr);
+        EXPECT_EQ(ShownCancel(), japanese);
+        EXPECT_EQ(Text(kIdCancel), korean);
+        KyfSetResourceName(L"no such module.dll");
+        EXPECT_EQ(ShownCancel(), korean); // a module that cannot be loaded leaves the present one in force
+    }
+    EXPECT_EQ(Text(kIdCancel), builtIn);
     SetModuleFolders({});
 }
 
