@@ -1,7 +1,9 @@
 // How hosts put a pair into their windows.
 #include <memory>
 
+#include <QIntValidator>
 #include <QLabel>
+#include <QPointer>
 
 #include <gtest/gtest.h>
 
@@ -42,6 +44,66 @@ TEST(SliderAttach, TakesThePlaceOfTheLineEditWithItsNumber) {
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     EXPECT_EQ(host.findChildren<QLineEdit*>().size(), 1);
     EXPECT_EQ(edit->SubclassEdit(0x1008, &host, 0x01), 1) << "where it is already";
+}
+
+TEST(SliderAttach, TakesTheLooksAndTheFocusOfTheLineEdit) {
+    HostWindow host;
+    auto* const place = KyfFindControl<QLineEdit>(&host, 0x1008);
+    QFont font = place->font();
+    font.setPointSize(font.pointSize() + 7);
+    QPalette palette = place->palette();
+    palette.setColor(QPalette::Text, Qt::darkRed);
+    place->setFont(font);
+    place->setPalette(palette);
+    place->setLocale(QLocale(QLocale::Japanese));
+    place->setEchoMode(QLineEdit::PasswordEchoOnEdit);
+    host.show();
+    host.activateWindow();
+    place->setFocus();
+    QCoreApplication::processEvents();
+    auto* const edit = new CKyfSliderEdit;
+    ASSERT_EQ(edit->SubclassEdit(0x1008, &host, 0x01), 1);
+    EXPECT_EQ(edit->font().pointSize(), font.pointSize());
+    EXPECT_EQ(edit->palette().color(QPalette::Text), QColor(Qt::darkRed));
+    EXPECT_EQ(edit->locale().language(), QLocale::Japanese);
+    EXPECT_EQ(edit->echoMode(), QLineEdit::PasswordEchoOnEdit);
+    EXPECT_TRUE(edit->hasFocus());
+}
+
+TEST(SliderAttach, TakesTheStyleSheetAndTheInputMaskOfTheLineEdit) {
+    HostWindow host;
+    auto* const place = KyfFindControl<QLineEdit>(&host, 0x1008);
+    place->setStyleSheet(QStringLiteral("QLineEdit { color: red }"));
+    place->setInputMask(QStringLiteral("009"));
+    auto* const edit = new CKyfSliderEdit;
+    ASSERT_EQ(edit->SubclassEdit(0x1008, &host, 0x01), 1);
+    EXPECT_EQ(edit->styleSheet(), QStringLiteral("QLineEdit { color: red }"));
+    EXPECT_EQ(edit->inputMask(), QStringLiteral("009"));
+    EXPECT_EQ(edit->text(), QStringLiteral("8"));
+}
+
+TEST(SliderAttach, KeepsAValidatorThatTheLineEditOwned) {
+    HostWindow host;
+    auto* const place = KyfFindControl<QLineEdit>(&host, 0x1008);
+    place->setValidator(new QIntValidator(1, 50, place));
+    const QPointer<const QValidator> validator = place->validator();
+    auto* const edit = new CKyfSliderEdit;
+    ASSERT_EQ(edit->SubclassEdit(0x1008, &host, 0x01), 1);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_FALSE(validator.isNull());
+    EXPECT_EQ(edit->validator(), validator.data());
+    EXPECT_TRUE(edit->hasAcceptableInput());
+}
+
+TEST(SliderAttach, FollowsTheFontOfItsWindowWhereTheLineEditDid) {
+    HostWindow host;
+    auto* const edit = new CKyfSliderEdit;
+    ASSERT_EQ(edit->SubclassEdit(0x1008, &host, 0x01), 1);
+    QFont font = host.font();
+    font.setPointSize(font.pointSize() + 7);
+    host.setFont(font);
+    EXPECT_EQ(edit->font().pointSize(), font.pointSize());
+    EXPECT_FALSE(edit->hasFocus());
 }
 
 TEST(SliderAttach, FindsNothingUnderOtherNumbers) {

@@ -35,8 +35,8 @@ class KYF_API CKyfSliderEdit : public QLineEdit {
     ~CKyfSliderEdit() override;
 
     /// Takes the place of the line edit with number `id` in the window `parent` (control_id.h): its layout cell or
-    /// geometry, number, name, texts, tab position and label; that line edit is deleted. A field that has this number
-    /// itself stays where it is.
+    /// geometry, number, name, texts, own font and colours, validator, input mask, tab position, focus and label; that
+    /// line edit is deleted. A field that has this number itself stays where it is.
     /// @param parseType  As for SetParseType.
     /// @return 0 when there is no such line edit.
     KyiBool SubclassEdit(int id, QWidget* parent, std::uint16_t parseType);

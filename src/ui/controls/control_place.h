@@ -6,8 +6,8 @@
 
 namespace kyfui {
 
-/// Puts `edit` where `place` is, with its cell or geometry, number, name, texts, state, tab position and label, and
-/// deletes `place` when control returns to the event loop.
+/// Puts `edit` where `place` is, with its cell or geometry, number, name, texts, looks, validator, state, tab position,
+/// focus and label, and deletes `place` when control returns to the event loop.
 void TakePlaceOf(QLineEdit& place, QLineEdit& edit);
 
 } // namespace kyfui
