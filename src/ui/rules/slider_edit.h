@@ -45,11 +45,12 @@ class SliderEditRules {
 
     /// Whole numbers. Always true.
     bool SetParams(std::int32_t min, std::int32_t max, std::int32_t ticks);
-    /// Any number of a range, in at most 1001 positions. Always true.
+    /// Any number of a range, in at most 1001 positions; a table that was set is dropped. Always true.
     bool SetParams(double min, double max, std::int32_t ticks, std::wstring format, std::int32_t decimals);
     /// The numbers of a table in rising order. False, and nothing changes, when it is empty.
     bool SetParams(double min, double max, std::span<const double> table, std::int32_t ticks, std::wstring format);
-    /// Gives range and ticks to the slider. False when there is none.
+    /// Gives range and ticks to the slider. False when there is none; the number of positions, which values are shown
+    /// by, is taken all the same.
     bool InitSlider();
 
     /// False, and nothing changes, when the value is of the other mode or outside the range.
