@@ -50,6 +50,18 @@ TEST(ProcessorPanel, WithoutAProcessorItIsRefusedFromTheStart) {
     EXPECT_FALSE(test::Find(panel, kIdDisableGpu).isEnabled());
 }
 
+TEST(ProcessorPanel, TheCheckIsSetBeforeItIsShownOnlyWithoutAProcessor) {
+    for (const std::int32_t enabled : {0, 1})
+        for (const std::int32_t disable : {0, 1, -7}) {
+            CKyfFocusCompGpuSettingControl panel;
+            panel.SetEnableGPU(enabled);
+            panel.SetDisableGPU(disable);
+            panel.Create(nullptr);
+            EXPECT_EQ(panel.GetDisableGPU(), enabled == 0 ? 1 : disable);
+            EXPECT_EQ(test::Find<QCheckBox>(panel, kIdDisableGpu).isChecked(), enabled == 0 || disable != 0);
+        }
+}
+
 TEST(ProcessorPanel, EnterAndEscapeStayInside) {
     QDialog host;
     CKyfFocusCompGpuSettingControl panel;

@@ -47,6 +47,41 @@ TEST(ManualDialog, KeysOnASliderChangeItsField) {
     EXPECT_EQ(test::Find<QComboBox>(dialog, kIdPreset).currentIndex(), 1);
 }
 
+TEST(ManualDialog, SlidersHaveTheirTicksAndStopAtEveryNumber) {
+    CDlgSet2DSelectionParam dialog({0, 0}, nullptr);
+    test::Open(dialog);
+    struct Expected {
+        int Slider, Field, Max, TickInterval;
+    };
+    for (const Expected& expected : {Expected{kIdCompSizeSlider, kIdCompSizeEdit, 20, 4},
+                                     Expected{kIdSmoothingSlider, kIdSmoothingEdit, 10, 1}}) {
+        auto& slider = test::Find<QSlider>(dialog, expected.Slider);
+        EXPECT_EQ(slider.minimum(), 0);
+        EXPECT_EQ(slider.maximum(), expected.Max);
+        EXPECT_EQ(slider.tickInterval(), expected.TickInterval); // 5 and 10 intervals
+        slider.setSliderDown(true);
+        for (int position = 1; position <= expected.Max; ++position) {
+            slider.setSliderPosition(position);
+            EXPECT_EQ(test::Find<QLineEdit>(dialog, expected.Field).text(), QString::number(position));
+        }
+        slider.setSliderDown(false);
+    }
+}
+
+TEST(ManualDialog, LeavingAFieldThatComposesKeepsTheNumbers) {
+    CDlgSet2DSelectionParam dialog({8, 6}, nullptr);
+    test::Open(dialog);
+    auto& field = test::Find<QLineEdit>(dialog, kIdCompSizeEdit);
+    field.setFocus();
+    QInputMethodEvent composing(QStringLiteral("1"), {});
+    QApplication::sendEvent(&field, &composing);
+    QTest::keyClick(&field, Qt::Key_Tab);
+    test::Type(dialog, kIdSmoothingEdit, QStringLiteral("7"));
+    EXPECT_EQ(dialog.Values(), (Preset{8, 7}));
+    test::Click(dialog, kIdOk);
+    EXPECT_EQ(dialog.Values(), (Preset{8, 7}));
+}
+
 TEST(ManualDialog, EnterInAFieldTakesWhatStandsThere) {
     CDlgSet2DSelectionParam dialog({8, 6}, nullptr);
     test::Open(dialog);
@@ -100,6 +135,36 @@ TEST(DetailDialog, DigitsOfAnInputMethodAreNumbersToo) {
     EXPECT_EQ(test::Find<QSlider>(dialog, kIdNoiseSlider).value(), 10);
     test::Click(dialog, kIdOk);
     EXPECT_EQ(dialog.result(), QDialog::Accepted);
+}
+
+class HeardDetailDialog : public CDlgSetDetailParam {
+  public:
+    HeardDetailDialog() : CDlgSetDetailParam({}, nullptr) {}
+    int Beeps = 0;
+
+  protected:
+    void Beep() override { ++Beeps; }
+};
+
+TEST(DetailDialog, ANumberOutOfRangeBeepsAndIsScrolledIntoView) {
+    HeardDetailDialog dialog;
+    test::Open(dialog);
+    auto& field = test::Find<QLineEdit>(dialog, kIdNoiseEdit);
+    test::Type(dialog, kIdNoiseEdit, QStringLiteral("10"));
+    EXPECT_EQ(dialog.Beeps, 0);
+    EXPECT_FALSE(QToolTip::isVisible());
+    test::Find(dialog, kIdOk).setFocus();
+    field.setText(QString(100, QLatin1Char('7')));
+    EXPECT_EQ(dialog.Beeps, 1);
+    EXPECT_TRUE(field.hasFocus());
+    EXPECT_EQ(field.selectedText().size(), 100);
+    EXPECT_EQ(QToolTip::text(), Text(kIdRangeError));
+    field.grab(); // scrolls
+    EXPECT_TRUE(field.rect().contains(field.inputMethodQuery(Qt::ImCursorRectangle).toRectF().center().toPoint()));
+    test::Click(dialog, kIdOk);
+    EXPECT_EQ(dialog.Beeps, 2);
+    EXPECT_TRUE(dialog.isVisible());
+    QToolTip::hideText();
 }
 
 TEST(DetailDialog, AFailingFieldStandsInTheWayOfOK) {

@@ -13,12 +13,13 @@ namespace {
 
 constexpr int kFieldDigits = 4;
 
-/// An input method that is still composing would keep the next field's digits to itself.
+/// What is still being composed is dropped: it belongs to the field that is left. Whether there is anything cannot be
+/// asked for; an input method on the screen is put away as well.
 void CloseInputMethod() {
     QInputMethod* const method = QGuiApplication::inputMethod();
-    if (method == nullptr || !method->isVisible()) return;
+    if (method == nullptr) return;
     method->reset();
-    method->hide();
+    if (method->isVisible()) method->hide();
 }
 
 } // namespace

@@ -104,9 +104,11 @@ void CDlgSetDetailParam::OnTyped(DetailField field, const QString& text) {
     RowOf(field).Slider->setValue(m_model.Values()[field]);
 }
 
+void CDlgSetDetailParam::Beep() { QApplication::beep(); }
+
 void CDlgSetDetailParam::ReturnFocus(DetailField field) {
     QLineEdit* const edit = RowOf(field).Edit;
-    QApplication::beep();
+    Beep();
     edit->setFocus(Qt::OtherFocusReason);
     edit->selectAll();
     edit->ensurePolished();

@@ -17,6 +17,10 @@ class CDlgSetDetailParam : public QDialog {
     /// A field that fails the range test takes the focus instead.
     void accept() override;
 
+  protected:
+    /// The sound at a field that fails the range test.
+    virtual void Beep();
+
   private:
     struct Row {
         QSlider* Slider;
