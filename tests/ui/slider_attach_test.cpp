@@ -70,6 +70,23 @@ TEST(SliderAttach, TakesTheLooksAndTheFocusOfTheLineEdit) {
     EXPECT_TRUE(edit->hasFocus());
 }
 
+TEST(SliderAttach, TakesTheFocusBeforeTheWindowIsShown) {
+    HostWindow host;
+    auto* const first = new QLineEdit(&host);
+    host.layout()->addWidget(first);
+    auto* const place = KyfFindControl<QLineEdit>(&host, 0x1008);
+    QWidget::setTabOrder(first, host.Slider);
+    QWidget::setTabOrder(host.Slider, place);
+    place->setFocus();
+    auto* const edit = new CKyfSliderEdit;
+    ASSERT_EQ(edit->SubclassEdit(0x1008, &host, 0x01), 1);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    host.show();
+    host.activateWindow();
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(edit->hasFocus());
+}
+
 TEST(SliderAttach, TakesTheStyleSheetAndTheInputMaskOfTheLineEdit) {
     HostWindow host;
     auto* const place = KyfFindControl<QLineEdit>(&host, 0x1008);
