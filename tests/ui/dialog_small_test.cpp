@@ -53,8 +53,8 @@ TEST(ManualDialog, SlidersHaveTheirTicksAndStopAtEveryNumber) {
     struct Expected {
         int Slider, Field, Max, TickInterval;
     };
-    for (const Expected& expected : {Expected{kIdCompSizeSlider, kIdCompSizeEdit, 20, 4},
-                                     Expected{kIdSmoothingSlider, kIdSmoothingEdit, 10, 1}}) {
+    for (const Expected& expected :
+         {Expected{kIdCompSizeSlider, kIdCompSizeEdit, 20, 4}, Expected{kIdSmoothingSlider, kIdSmoothingEdit, 10, 1}}) {
         auto& slider = test::Find<QSlider>(dialog, expected.Slider);
         EXPECT_EQ(slider.minimum(), 0);
         EXPECT_EQ(slider.maximum(), expected.Max);
@@ -231,9 +231,9 @@ TEST(SmallDialogs, TheWheelTurnsOnlyTheSliderThatHasTheFocus) {
     TurnOverSliders(manual, {{kIdCompSizeSlider, kIdCompSizeEdit}, {kIdSmoothingSlider, kIdSmoothingEdit}});
     manual.hide();
     CDlgSetDetailParam detail({}, nullptr);
-    TurnOverSliders(detail, {{kIdSensitivitySlider, kIdSensitivityEdit},
-                             {kIdNoiseSlider, kIdNoiseEdit},
-                             {kIdShapeSlider, kIdShapeEdit}});
+    TurnOverSliders(
+        detail,
+        {{kIdSensitivitySlider, kIdSensitivityEdit}, {kIdNoiseSlider, kIdNoiseEdit}, {kIdShapeSlider, kIdShapeEdit}});
     QApplication::setWheelScrollLines(lines);
 }
 
