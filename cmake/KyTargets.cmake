@@ -42,6 +42,17 @@ add_library(ky_options INTERFACE)
 target_compile_options(ky_options INTERFACE
     -Wall -Wextra -Wconversion -Wshadow -Werror -ffp-contract=off)
 target_include_directories(ky_options INTERFACE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/src)
+# Hardened: a smashed stack or an overrun of a block of known size ends the process; addresses are random, and what the
+# loader resolves is read-only before the first call. Sanitized builds check more and keep to their own.
+include(CheckPIESupported)
+check_pie_supported()
+if(NOT KY_SANITIZE)
+    target_compile_options(ky_options INTERFACE -fstack-protector-strong -fstack-clash-protection)
+    if(CMAKE_BUILD_TYPE STREQUAL "Release" OR CMAKE_BUILD_TYPE STREQUAL "RelWithDebInfo")
+        target_compile_options(ky_options INTERFACE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+    endif()
+endif()
+add_link_options(LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
 if(KY_SANITIZE)
     target_compile_options(ky_options INTERFACE -fsanitize=${KY_SANITIZE} -fno-omit-frame-pointer)
     target_link_options(ky_options INTERFACE -fsanitize=${KY_SANITIZE})
