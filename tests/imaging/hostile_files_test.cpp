@@ -291,7 +291,7 @@ TEST(HostileTiff, WhoseDirectoryLiesNowhereIsRefused) {
 }
 
 TEST(HostileTiff, WithTablesLargerThanTheFileIsRefused) {
-    for (const std::uint32_t tag : {TIFFTAG_STRIPOFFSETS, TIFFTAG_STRIPBYTECOUNTS})
+    for (const auto tag : {std::uint32_t{TIFFTAG_STRIPOFFSETS}, std::uint32_t{TIFFTAG_STRIPBYTECOUNTS}})
         for (const std::uint64_t count :
              {std::uint64_t{100'000'000}, std::uint64_t{0x7FFFFFFF}, std::uint64_t{0xFFFFFFFF}}) {
             SCOPED_TRACE(testing::Message() << "tag " << tag << ", " << count << " entries");
@@ -319,7 +319,7 @@ TEST(HostileTiff, WithAHugeStripIsRefusedOrEndsWithTheImage) {
 
 TEST(HostileTiff, WithHugeTilesIsRefused) {
     for (const std::uint32_t side : {0x7FFFFFF0U, 0x80000000U, 0xFFFFFFF0U})
-        for (const std::uint32_t tag : {TIFFTAG_TILELENGTH, TIFFTAG_TILEWIDTH}) {
+        for (const auto tag : {std::uint32_t{TIFFTAG_TILELENGTH}, std::uint32_t{TIFFTAG_TILEWIDTH}}) {
             SCOPED_TRACE(testing::Message() << "tag " << tag << ", " << side);
             Bytes file = Stored("tiff_gray8_tiles", "image.tif");
             SetTag(file, tag, side);
