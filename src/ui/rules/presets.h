@@ -1,7 +1,7 @@
 /// Values behind the three presets of the 2D composition.
 ///
-/// The rules of the parameter interface need no toolkit: they map settings to control states and inputs back to settings.
-/// They use the public settings and nothing else of the library.
+/// The rules of the parameter interface need no toolkit: they map settings to control states and inputs back to
+/// settings. They use the public settings and nothing else of the library.
 #ifndef KYFOCUS_UI_RULES_PRESETS_H
 #define KYFOCUS_UI_RULES_PRESETS_H
 
