@@ -1,4 +1,5 @@
-// Main of the widget tests: one QApplication for all tests of a binary, offscreen unless QT_QPA_PLATFORM names a platform.
+// Main of the widget tests: one QApplication for all tests of a binary, offscreen unless QT_QPA_PLATFORM names a
+// platform.
 
 #include <QApplication>
 
