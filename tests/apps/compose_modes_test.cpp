@@ -337,10 +337,17 @@ TEST_F(ComposeModes, TellThatAKeptFrameIsLost) {
     }
 }
 
+// The race checker keeps its own state in files, which the limit would cut too.
+#if defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define KY_RACE_CHECKED 1
+#endif
+#endif
+#if !defined(KY_RACE_CHECKED)
 TEST_F(ComposeModes, TellThatAFrameCannotBeKept) {
     rlimit before{};
     getrlimit(RLIMIT_FSIZE, &before);
-    const rlimit limit{4096, before.rlim_max}; // bytes; a runtime of threads keeps a page in such a file
+    const rlimit limit{1000, before.rlim_max}; // bytes
     setrlimit(RLIMIT_FSIZE, &limit);
     const ProgramResult result = Compose3d({"--mode", "3d"});
     setrlimit(RLIMIT_FSIZE, &before);
@@ -349,6 +356,7 @@ TEST_F(ComposeModes, TellThatAFrameCannotBeKept) {
                       ": the file cannot be written: File too large",
                   result);
 }
+#endif
 
 TEST_F(ComposeModes, TellWhyThereIsNoFolderForFrames) {
     const auto with = [&](const std::string& folder) {
