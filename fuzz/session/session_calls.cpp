@@ -1,60 +1,8 @@
 #include "session/session_calls.h"
 
-#include <cmath>
-#include <cwchar>
-#include <filesystem>
-
-#include "support/scratch_folder.h"
+#include "session/session_records.h"
 
 namespace fuzz {
-namespace {
-
-const ScratchFolder& Folder() {
-    static const ScratchFolder folder;
-    return folder;
-}
-
-Size AnySize(Choices& choices, bool isThin) {
-    if (isThin && choices.Flag()) return {choices.Between(1, 3), choices.Between(1, 250)};
-    if (isThin) return {choices.Between(1, 250), choices.Between(1, 3)};
-    const std::int32_t width = choices.Between(1, 40);
-    return {width, std::min(choices.Between(1, 40), width)};
-}
-
-template <typename Parameter> void FillShared(Choices& choices, Parameter& parameter) {
-    parameter.Speed = choices.Byte() % 8 != 0 ? 2 : choices.Field(0, 2);
-    parameter.AutoPos = choices.Field(0, 1);
-    parameter.AreaNo = choices.Field(0, 2);
-    for (KyPoint& place : parameter.AreaPos) place = {choices.Field(0, 100), choices.Field(0, 100)};
-}
-
-template <typename Parameter> void Fill2D(Choices& choices, Parameter& parameter) {
-    parameter.CompSize = choices.Field(0, 100);
-    parameter.Smoothing = choices.Field(0, 100);
-}
-
-template <typename Parameter> void Fill3D(Choices& choices, Parameter& parameter) {
-    parameter.PlaneType = choices.Field(0, 2);
-    parameter.HalationMeasures = choices.Field(0, 1);
-    parameter.AdoptionPeakPosition = choices.Field(0, 1);
-    parameter.FocusingValueDetectionSensitivity = choices.Field(0, 10);
-    parameter.D3ShapeSmoothing = choices.Field(0, 10);
-    parameter.ProjectionNoiseRemove = choices.Between(-1, 4);
-}
-
-/// Files that hold no frame, one that does, one that is not there.
-std::wstring AnyFile(Choices& choices, Size size, std::int32_t format) {
-    const std::filesystem::path path = Folder().Path() / "frame.bmp";
-    if (choices.Byte() % 4 == 0) return (Folder().Path() / "nothing.bmp").wstring();
-    const Image frame = MakeFrame(choices, size, format);
-    Require(KyiSaveImageData(path.wstring().c_str(), frame.get(), 0) != 0, "a frame can be saved");
-    if (choices.Byte() % 8 == 7)
-        std::filesystem::resize_file(path, std::filesystem::file_size(path) * choices.Byte() / 256);
-    return path.wstring();
-}
-
-} // namespace
-
 bool IsResult(KyfResult result) {
     return result == KyfResultOk || (result >= KyfResultFailFile && result <= KyfResultFail) ||
            result == KyfResultNoHeightData;
@@ -73,13 +21,7 @@ SessionCalls::~SessionCalls() { KyfFreeFocusComposition(m_session); }
 void SessionCalls::Initialize() {
     const std::wstring folder = (Folder().Path() / "frames").wstring();
     KyfFocusInitializeParameter parameter{};
-    const std::uint8_t kind = m_choices.Byte();
-    parameter.TempFolder = kind % 16 == 15 ? nullptr : kind % 16 == 14 ? L"" : folder.c_str();
-    parameter.ScopeType = m_choices.Field(0, 3);
-    parameter.MatchingDetectType = m_choices.Field(0, 1);
-    parameter.MatchingPositionType = m_choices.Field(0, 1);
-    parameter.TrimInvalidBorder = m_choices.Field(0, 1);
-    parameter.DisableGPU = m_choices.Field(0, 1);
+    FillInit(m_choices, folder, parameter);
     Require(KyfFocusInitialize(m_session, &parameter) == KyfResultOk, "a session can be initialized at any time");
 }
 
@@ -131,7 +73,7 @@ void SessionCalls::Add() {
 
 void SessionCalls::AddFile() {
     if (m_addsLeft-- <= 0) return;
-    const std::wstring path = AnyFile(m_choices, m_size, m_format);
+    const std::wstring path = AnyFile(m_choices, "frame.bmp", m_size, m_format);
     const Progress progress = AnyProgress(m_choices);
     const KyfResult result = m_choices.Flag() ? KyfFocusAddImageFile(Session(), path.c_str(), 1, progress.get())
                                               : KyfFocusAddImageFileWidthHeight(Session(), path.c_str(),
@@ -146,7 +88,12 @@ void SessionCalls::Make() {
 }
 
 void SessionCalls::Call() {
-    switch (m_choices.Byte() % 16) {
+    const std::uint8_t kind = m_choices.Byte();
+    if (kind % 64 == 63) { // few: each is a session with its frames
+        CallFiles(m_choices);
+        return;
+    }
+    switch (kind % 16) {
     case 0: Start(); break;
     case 1:
         KyfFocusTerminate(Session());

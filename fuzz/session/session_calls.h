@@ -9,7 +9,7 @@
 #define KYFOCUS_FUZZ_SESSION_SESSION_CALLS_H
 
 #include <cstdint>
-#include <string>
+#include <cstdio>
 
 #include <kyfocus/kyfocus.h>
 
@@ -41,6 +41,17 @@ class SessionCalls {
     bool m_isThin;
     int m_addsLeft = 7;
 };
+
+/// A whole composition of files, in a session and a temporary folder of its own.
+void CallFiles(Choices& choices);
+
+/// Adds up what was given, so that the address checks see all of it.
+template <typename Number> void ReadAll(const Number* numbers, std::int32_t width, std::int32_t height) {
+    double sum = 0;
+    const std::int64_t count = std::int64_t{width} * height;
+    for (std::int64_t i = 0; i < count; ++i) sum += static_cast<double>(numbers[i]);
+    if (sum == 0.5) std::fputs("", stderr); // so that the reads stay
+}
 
 /// Whether a call may give this result.
 bool IsResult(KyfResult result);

@@ -1,6 +1,5 @@
 #include <array>
 #include <cstdint>
-#include <cstdio>
 #include <vector>
 
 #include "session/session_calls.h"
@@ -10,19 +9,11 @@ namespace {
 
 using Session = KyfFocusComposition;
 
-/// Adds up what was given, so that the address checks see all of it.
-template <typename Number> void Read(const Number* numbers, std::int32_t width, std::int32_t height) {
-    double sum = 0;
-    const std::int64_t count = std::int64_t{width} * height;
-    for (std::int64_t i = 0; i < count; ++i) sum += static_cast<double>(numbers[i]);
-    if (sum == 0.5) std::fputs("", stderr); // so that the reads stay
-}
-
 template <KyfResult (*Get)(const Session*, KyfHeightDataArray*)> void GetArray(Choices& choices, Session* session) {
     KyfHeightDataArray heights{};
     const KyfResult result = Get(session, choices.Byte() % 32 == 31 ? nullptr : &heights);
     Require(IsResult(result), "a getter gives a known result");
-    if (result == KyfResultOk) Read(heights.Data, heights.Width, heights.Height);
+    if (result == KyfResultOk) ReadAll(heights.Data, heights.Width, heights.Height);
     KyfFreeHeightData16bit(&heights);
 }
 
@@ -30,7 +21,7 @@ template <KyfResult (*Get)(const Session*, KyfHeightData16bit*)> void GetWords(C
     KyfHeightData16bit heights{};
     const KyfResult result = Get(session, choices.Byte() % 32 == 31 ? nullptr : &heights);
     Require(IsResult(result), "a getter gives a known result");
-    if (result == KyfResultOk) Read(heights.Data, heights.Width, heights.Height);
+    if (result == KyfResultOk) ReadAll(heights.Data, heights.Width, heights.Height);
     KyfFreeHeightData16bit(&heights);
 }
 
@@ -39,7 +30,7 @@ template <typename Owner, KyfResult (*Get)(Owner*, KyfImageData*)> void GetTable
     const KyfResult result = Get(session, choices.Byte() % 32 == 31 ? nullptr : &heights);
     Require(IsResult(result), "a getter gives a known result");
     for (std::int32_t y = 0; heights.Rows != nullptr && y < heights.Height; ++y)
-        Read(heights.Rows[y], heights.Width, 1);
+        ReadAll(heights.Rows[y], heights.Width, 1);
     std::array<double, 3> range{};
     const Image image(KyfCreateImageDataFromHeightData(&heights, choices.Flag() ? KyiFormatGray8 : choices.Field(3, 5),
                                                        choices.Flag() ? nullptr : range.data()));
@@ -58,14 +49,14 @@ void GetMap(Choices& choices, Session* session) {
     KyfDifferentiationMap map{};
     const std::int32_t format = choices.Flag() ? AnyFormat(choices) : choices.Field(0, 300);
     Get(session, format, choices.Byte() % 32 == 31 ? nullptr : &map);
-    for (std::int32_t y = 0; map.Rows != nullptr && y < map.Height; ++y) Read(map.Rows[y], map.Width, 1);
+    for (std::int32_t y = 0; map.Rows != nullptr && y < map.Height; ++y) ReadAll(map.Rows[y], map.Width, 1);
     KyfFreeDifferentiationMap(&map);
 }
 
 void GetSmallMap(Choices& choices, Session* session) {
     KyfDifferentiationMap8Bit map{};
     const KyfResult result = KyfFocusGetDifferentiationMap8Bit(session, choices.Byte() % 32 == 31 ? nullptr : &map);
-    if (result == KyfResultOk) Read(map.Data, map.Width, map.Height);
+    if (result == KyfResultOk) ReadAll(map.Data, map.Width, map.Height);
     KyfFreeDifferentiationMap8Bit(&map);
 }
 
@@ -84,7 +75,7 @@ void GetComposed(Choices& choices, Session* session) {
     KyiImageData* image = nullptr;
     if (choices.Byte() % 4 != 0) {
         if (KyfFocusGetCompImage(session, &image) == KyfResultOk && image != nullptr)
-            Read(static_cast<const std::uint8_t*>(image->Pixels), image->LineBytes, image->Height);
+            ReadAll(static_cast<const std::uint8_t*>(image->Pixels), image->LineBytes, image->Height);
         return;
     }
     KyfFocusExtractCompImage(session, &image);
@@ -94,7 +85,7 @@ void GetComposed(Choices& choices, Session* session) {
 void GetHeightList(Choices&, Session* session) {
     double* list = nullptr;
     if (KyfFocusGetHeightList(session, &list) != KyfResultOk || list == nullptr) return;
-    Read(list, session->Mode == KyfMode2DSelection ? session->State2D.FrameCount : session->State3D.FrameCount, 1);
+    ReadAll(list, session->Mode == KyfMode2DSelection ? session->State2D.FrameCount : session->State3D.FrameCount, 1);
 }
 
 KyfHeightNoiseCutParameter AnyCut(Choices& choices) {
