@@ -14,6 +14,9 @@ namespace {
 // Beyond the bytes of the file itself: tables of strips and tiles, decoders.
 constexpr std::int64_t kMostMemory = std::int64_t{512} << 20;
 
+// What the tags of a page may share of the file's bytes: writers store equal resolutions once.
+constexpr std::uint64_t kMostSharedBytes = std::uint64_t{1} << 20;
+
 struct FreeOptions {
     void operator()(TIFFOpenOptions* options) const noexcept { TIFFOpenOptionsFree(options); }
 };
@@ -49,7 +52,9 @@ void TiffHandle::Open(const char* mode, std::int64_t mostMemory) {
     const auto close = [](thandle_t) { return 0; };
     const auto map = [](thandle_t, void**, toff_t*) { return 0; };
     const auto unmap = [](thandle_t, void*, toff_t) {};
+    m_isOpening = true;
     m_tiff = TIFFClientOpenExt("TIFF", mode, this, OnRead, OnWrite, OnSeek, close, OnSize, map, unmap, options.get());
+    m_isOpening = false;
     if (m_tiff && !m_tagLost) {
         m_text[0] = '\0'; // what libtiff could mend
         return;
@@ -86,12 +91,23 @@ int TiffHandle::OnWarning(TIFF*, void* handle, const char*, const char* format, 
     return 1;
 }
 
+/// Each tag may be as long as the file, and libtiff keeps them all: a small file would fill the memory. Tells, and has
+/// the file refused.
+bool TiffHandle::IsPastTags(std::size_t bytes) noexcept {
+    m_tagBytes += bytes;
+    if (!m_isOpening || !m_input || m_tagBytes <= m_input->Size() + kMostSharedBytes) return false;
+    std::snprintf(m_text.data(), m_text.size(), "tags that share their bytes");
+    m_tagLost = true;
+    return true;
+}
+
 tmsize_t TiffHandle::OnRead(thandle_t handle, void* to, tmsize_t bytes) {
     TiffHandle& self = Of(handle);
     if (bytes < 0) return -1;
     const auto count = static_cast<std::size_t>(bytes);
     const std::size_t got = self.m_input ? self.m_input->ReadAt(self.m_position, to, count)
                                          : self.m_output->ReadAt(self.m_position, to, count);
+    if (self.IsPastTags(got)) return -1;
     self.m_position += got;
     return static_cast<tmsize_t>(got);
 }

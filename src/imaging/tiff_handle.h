@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdarg>
+#include <cstddef>
 #include <cstdint>
 
 #include <tiffio.h>
@@ -47,11 +48,14 @@ class TiffHandle {
     static toff_t OnSeek(thandle_t handle, toff_t offset, int whence);
     static toff_t OnSize(thandle_t handle);
     void Keep(const char* format, va_list values) noexcept;
+    bool IsPastTags(std::size_t bytes) noexcept;
 
     platform::InputFile* m_input = nullptr;
     platform::FileReplacement* m_output = nullptr;
     TIFF* m_tiff = nullptr;
     std::uint64_t m_position = 0;
+    std::uint64_t m_tagBytes = 0; ///< read so far while opening
+    bool m_isOpening = false;
     bool m_readsPixels = false;
     bool m_tagLost = false;
     std::array<char, 200> m_text{};

@@ -304,6 +304,38 @@ TEST(HostileTiff, WithTablesLargerThanTheFileIsRefused) {
         }
 }
 
+/// The stored file with `count` further tags, which all hold the same `bytes` bytes.
+Bytes WithSharedTags(std::size_t count, std::size_t bytes) {
+    Bytes file = Stored("tiff_gray8_plain", "image.tif");
+    std::size_t directory = 0;
+    for (std::size_t i = 8; i-- > 4;) directory = directory << 8 | file.at(i);
+    const std::size_t entries = file.at(directory) + std::size_t{256} * file.at(directory + 1);
+    const auto first = file.begin() + static_cast<std::ptrdiff_t>(directory + 2);
+    const Bytes own(first, first + static_cast<std::ptrdiff_t>(12 * entries));
+    const std::size_t shared = file.size();
+    file.resize(shared + bytes);
+    const std::size_t moved = file.size();
+    test::PutAt(file, 4, moved);
+    file.resize(moved + 2 + 12 * (entries + count) + 4);
+    test::PutAt(file, moved, entries + count, 2);
+    std::copy(own.begin(), own.end(), file.begin() + static_cast<std::ptrdiff_t>(moved + 2));
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::size_t at = moved + 2 + 12 * (entries + i);
+        test::PutAt(file, at, 60000 + i, 2);
+        test::PutAt(file, at + 2, 1, 2); // bytes
+        test::PutAt(file, at + 4, bytes);
+        test::PutAt(file, at + 8, shared);
+    }
+    return file;
+}
+
+TEST(HostileTiff, WhoseTagsShareTheirBytesIsRefused) {
+    EXPECT_TRUE(test::LoadBytes(WithSharedTags(400, 1000))) << test::LastReason();
+    EXPECT_TRUE(test::LoadBytes(WithSharedTags(2, 1'000'000))) << test::LastReason();
+    ExpectRefused(WithSharedTags(400, 10'000), "tags that share their bytes");
+    ExpectRefused(WithSharedTags(500, 1'000'000), "tags that share their bytes");
+}
+
 TEST(HostileTiff, WithAHugeStripIsRefusedOrEndsWithTheImage) {
     for (const char* const name : {"tiff_gray8_plain", "tiff_gray8_lzw"})
         for (const std::uint32_t rows : {0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
