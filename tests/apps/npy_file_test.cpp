@@ -75,20 +75,88 @@ TEST_F(NpyFile, ReadsFloatsOfEitherSizeAndByteOrder) {
     EXPECT_EQ(values(">f8", "\x3F\xF0\0\0\0\0\0\0\xC0\x04\0\0\0\0\0\0"s), expected);
 }
 
+TEST_F(NpyFile, ReadsHeadersHoweverTheyAreWritten) {
+    for (const char* const header : {
+             "{'shape': (1, 2), 'fortran_order': False, 'descr': '<f4'}",
+             "{'fortran_order': False, 'descr': '<f4', 'shape': (1, 2,),}\n",
+             "{\"descr\":\"<f4\",\"fortran_order\":False,\"shape\":(1,2)}",
+             "  {  'descr' :  '<f4' ,\n 'fortran_order' :  False , 'shape' : ( 1 , 2 ) , }  \n\n",
+         }) {
+        SCOPED_TRACE(header);
+        const app::HeightMap map = app::LoadNpy(WriteNpy(File(), header, "\0\0\x80\x3F\0\0\x20\xC0"s));
+        EXPECT_EQ(map.Width, 2);
+        EXPECT_EQ(map.Height, 1);
+        EXPECT_EQ(map.Values, (std::vector<double>{1.0, -2.5}));
+    }
+}
+
+TEST_F(NpyFile, ReadsVersionsOneToThree) {
+    const std::string header = "{'descr': '<f4', 'fortran_order': False, 'shape': (1, 1), }\n";
+    const auto load = [&](char version) {
+        std::ofstream(File(), std::ios::binary) << "\x93NUMPY"s << version << '\0' << static_cast<char>(header.size())
+                                                << (version == 1 ? "\0"s : "\0\0\0"s) << header << "\0\0\x80\x3F"s;
+        return app::LoadNpy(File()).Values;
+    };
+    for (const char version : {'\1', '\2', '\3'}) EXPECT_EQ(load(version), std::vector<double>{1.0}) << int{version};
+    for (const char version : {'\0', '\4', '\xFF'}) EXPECT_THROW(load(version), app::Failure) << int{version};
+}
+
 TEST_F(NpyFile, RefusesWhatIsNoHeightMap) {
     for (const char* const header : {
              "{'descr': '<i4', 'fortran_order': False, 'shape': (1, 1), }",
+             "{'descr': '=f8', 'fortran_order': False, 'shape': (1, 1), }",
              "{'descr': '<f8', 'fortran_order': True, 'shape': (1, 1), }",
              "{'descr': '<f8', 'fortran_order': False, 'shape': (1,), }",
              "{'descr': '<f8', 'fortran_order': False, 'shape': (1, 1, 1), }",
-             "{'descr': '<f8', 'fortran_order': False, 'shape': (0, 4), }",
-             "{'descr': '<f8', 'fortran_order': False, 'shape': (999999999, 999999999), }",
-             "{'descr': '<f8', 'fortran_order': False, 'shape': (-1, 1), }",
+             "{'descr': '<f8', 'fortran_order': False, 'shape': (, 1), }",
+             "{'descr': '<f8', 'fortran_order': False, }",
+             "{'descr': '<f8', 'shape': (1, 1), }",
+             "{'fortran_order': False, 'shape': (1, 1), }",
+             "{'descr': '<f8', 'fortran_order': False, 'shape': (1, 1), 'more': 1}",
+             "{'descr': '<f8', 'fortran_order': False, 'shape': (1, 1), } more",
+             "{'descr': '<f8' 'fortran_order': False, 'shape': (1, 1), }",
+             "{'descr': '<f8', 'fortran_order': False, 'shape': (1, 1),, }",
+             "{'descr': '<f8', 'fortran_order': False, 'shape': (1, 1), ",
+             "{'descr': '<f8",
+             "{",
              "",
          })
         EXPECT_THROW(app::LoadNpy(WriteNpy(File(), header, "12345678")), app::Failure) << header;
     EXPECT_THROW(app::LoadNpy(File().parent_path() / "missing.npy"), app::Failure);
     EXPECT_FALSE(app::IsNpyFile(File().parent_path() / "missing.npy"));
+}
+
+TEST_F(NpyFile, RefusesSizesThatCannotBe) {
+    for (const char* const shape :
+         {"(0, 4)", "(4, 0)", "(-1, 1)", "(1, -1)", "(-1, -1)", "(2147483648, 1)", "(1, 2147483648)", "(65536, 65536)",
+          "(999999999, 999999999)", "(9223372036854775808, 1)", "(1, 99999999999999999999999)"}) {
+        SCOPED_TRACE(shape);
+        const std::string header =
+            std::string("{'descr': '<f8', 'fortran_order': False, 'shape': ").append(shape).append(", }");
+        try {
+            app::LoadNpy(WriteNpy(File(), header, "12345678"));
+            FAIL();
+        } catch (const app::Failure& failure) {
+            EXPECT_EQ(failure.what(), File().native() + ": size out of range");
+        }
+    }
+}
+
+// Each of them would have a reader that calls itself run out of its stack.
+TEST_F(NpyFile, ReadsOrRefusesLongHeaders) {
+    constexpr std::size_t kLongest = 65535;
+    const auto load = [&](std::string header, std::size_t length) {
+        header.resize(length, ' ');
+        std::ofstream(File(), std::ios::binary) << "\x93NUMPY\1\0"s << static_cast<char>(length & 0xFF)
+                                                << static_cast<char>(length >> 8) << header << "\0\0\x80\x3F"s;
+        return app::LoadNpy(File()).Values;
+    };
+    const std::string end = "'<f4', 'fortran_order': False, 'shape': (1, 1), }";
+    EXPECT_EQ(load("{'descr': " + end, kLongest), std::vector<double>{1.0});
+    EXPECT_EQ(load("{'descr':" + std::string(65000, ' ') + end, kLongest), std::vector<double>{1.0});
+    EXPECT_THROW(load("{'descr':", kLongest), app::Failure);
+    for (const char filler : {'{', '(', '\'', ',', '1'})
+        EXPECT_THROW(load("{'shape': (" + std::string(65000, filler), kLongest), app::Failure) << filler;
 }
 
 TEST_F(NpyFile, RefusesAFileThatIsCutShortAnywhere) {
