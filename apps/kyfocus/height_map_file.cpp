@@ -1,55 +1,19 @@
 #include "height_map_file.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdarg>
 #include <cstdint>
-#include <cstdio>
-#include <cstring>
 #include <limits>
-#include <memory>
 #include <string_view>
 #include <system_error>
 
-#include <tiffio.h>
-
 #include "errors.h"
 #include "images.h"
+#include "tiff_file.h"
 
 namespace app {
 namespace {
 
 constexpr std::uint32_t kRowsPerStrip = 64;
-
-struct CloseTiff {
-    void operator()(TIFF* tiff) const { TIFFClose(tiff); }
-};
-struct FreeOptions {
-    void operator()(TIFFOpenOptions* options) const { TIFFOpenOptionsFree(options); }
-};
-using Tiff = std::unique_ptr<TIFF, CloseTiff>;
-
-/// Keeps the first message of a file, with the system's reason: later ones are consequences.
-int KeepMessage(TIFF*, void* user, const char*, const char* format, va_list arguments) {
-    auto& reason = *static_cast<std::string*>(user);
-    if (!reason.empty()) return 1;
-    const int error = errno; // 0 at the start: the system's part in it, if any
-    char text[400];
-    std::vsnprintf(text, sizeof text, format, arguments);
-    reason = text;
-    if (error != 0) reason.append(": ").append(std::strerror(error));
-    return 1;
-}
-int DropMessage(TIFF*, void*, const char*, const char*, va_list) { return 1; }
-
-/// Null, with `reason` set, when the file can't be opened. `reason` must outlive the handle.
-Tiff Open(const std::filesystem::path& file, const char* mode, std::string& reason) {
-    const std::unique_ptr<TIFFOpenOptions, FreeOptions> options(TIFFOpenOptionsAlloc());
-    if (!options) throw std::bad_alloc();
-    TIFFOpenOptionsSetErrorHandlerExtR(options.get(), KeepMessage, &reason);
-    TIFFOpenOptionsSetWarningHandlerExtR(options.get(), DropMessage, nullptr);
-    return Tiff(TIFFOpenExt(file.c_str(), mode, options.get()));
-}
 
 [[noreturn]] void Fail(const std::filesystem::path& file, const std::string& reason) {
     throw Failure(DisplayPath(file) + ": " + reason);
@@ -111,23 +75,20 @@ void WriteRows(TIFF* tiff, const HeightMap& map, const std::string& description)
 } // namespace
 
 bool IsHeightMapFile(const std::filesystem::path& file) {
-    std::string reason;
-    const Tiff tiff = Open(file, "r", reason);
-    return tiff && HoldsHeights(tiff.get());
+    const TiffFile tiff(file, TiffFile::For::Reading);
+    return tiff.Get() && HoldsHeights(tiff.Get());
 }
 
 HeightMap LoadHeightMap(const std::filesystem::path& file) {
-    std::string reason;
-    errno = 0;
-    const Tiff tiff = Open(file, "r", reason);
-    if (!tiff) Fail(file, reason.empty() ? "cannot be read" : reason);
-    if (!HoldsHeights(tiff.get())) Fail(file, "not a height map (expected a TIFF of one 32-bit float a pixel)");
-    if (TIFFIsTiled(tiff.get())) Fail(file, "height map in tiles (expected strips)");
-    HeightMap map = EmptyMap(tiff.get(), file);
+    const TiffFile tiff(file, TiffFile::For::Reading);
+    if (!tiff.Get()) Fail(file, tiff.Reason().empty() ? "cannot be read" : tiff.Reason());
+    if (!HoldsHeights(tiff.Get())) Fail(file, "not a height map (expected a TIFF of one 32-bit float a pixel)");
+    if (TIFFIsTiled(tiff.Get())) Fail(file, "height map in tiles (expected strips)");
+    HeightMap map = EmptyMap(tiff.Get(), file);
     std::vector<float> row(static_cast<std::size_t>(map.Width));
     for (int y = 0; y < map.Height; ++y) {
-        if (TIFFReadScanline(tiff.get(), row.data(), static_cast<std::uint32_t>(y), 0) < 0)
-            Fail(file, reason.empty() ? "damaged or cut short" : reason);
+        if (TIFFReadScanline(tiff.Get(), row.data(), static_cast<std::uint32_t>(y), 0) < 0)
+            Fail(file, tiff.Reason().empty() ? "damaged or cut short" : tiff.Reason());
         std::copy(row.begin(), row.end(), map.Values.begin() + static_cast<std::ptrdiff_t>(y) * map.Width);
     }
     return map;
@@ -136,10 +97,9 @@ HeightMap LoadHeightMap(const std::filesystem::path& file) {
 std::string HeightUnit(const std::filesystem::path& file) {
     constexpr std::string_view kKey = "unit=";
     constexpr std::size_t kLongest = 32; // a longer one is no unit
-    std::string reason;
-    const Tiff tiff = Open(file, "r", reason);
+    const TiffFile tiff(file, TiffFile::For::Reading);
     const char* description = nullptr;
-    if (!tiff || TIFFGetField(tiff.get(), TIFFTAG_IMAGEDESCRIPTION, &description) != 1) return {};
+    if (!tiff.Get() || TIFFGetField(tiff.Get(), TIFFTAG_IMAGEDESCRIPTION, &description) != 1) return {};
     const std::string_view text = description;
     const std::size_t key = text.rfind(kKey);
     if (key == std::string_view::npos || (key > 0 && text[key - 1] != ' ' && text[key - 1] != '\n')) return {};
@@ -150,16 +110,12 @@ std::string HeightUnit(const std::filesystem::path& file) {
 }
 
 void SaveHeightMap(const std::filesystem::path& file, const HeightMap& map, const std::string& description) {
-    std::string reason;
-    errno = 0;
-    {
-        const Tiff tiff = Open(file, "w", reason);
-        if (tiff)
-            WriteRows(tiff.get(), map, description);
-        else if (reason.empty())
-            reason = "cannot be opened";
-    } // closing writes what is left and may still fail
-    if (!reason.empty()) Fail(file, "cannot be written: " + reason);
+    TiffFile tiff(file, TiffFile::For::Writing);
+    if (tiff.Get()) WriteRows(tiff.Get(), map, description);
+    const bool isOpen = tiff.Get() != nullptr;
+    tiff.Close(); // may still fail
+    if (!isOpen || !tiff.Reason().empty())
+        Fail(file, "cannot be written: " + (tiff.Reason().empty() ? "cannot be opened" : tiff.Reason()));
 }
 
 } // namespace app

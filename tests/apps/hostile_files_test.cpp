@@ -2,17 +2,22 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <tiffio.h>
 
+#include "errors.h"
 #include "height_map_file.h"
 #include "images.h"
 #include "npy_file.h"
 #include "run_program.h"
 #include "support/case_files.h"
 #include "support/images.h"
+#include "tiff_file.h"
 
 namespace {
 
@@ -127,6 +132,101 @@ TEST_F(HostileFiles, InThePlaceOfHeightMapsEndTheRun) {
         SCOPED_TRACE(name);
         ExpectRefused({"compare", Path("good.tif"), Path(name)}, name);
     }
+}
+
+/// Heights whose directory has `count` further tags, which all hold the same `bytes` bytes.
+std::string WithSharedTags(const std::string& map, std::uint32_t count, std::uint32_t bytes) {
+    const auto get = [&](std::size_t at, std::size_t size) {
+        std::uint32_t value = 0;
+        while (size-- > 0) value = value << 8 | static_cast<std::uint8_t>(map.at(at + size));
+        return value;
+    };
+    const auto put = [](std::string& to, std::uint32_t value, int size) {
+        for (; size > 0; --size, value >>= 8) to += static_cast<char>(value & 0xFFU);
+    };
+    const std::uint32_t directory = get(4, 4);
+    const std::uint32_t entries = get(directory, 2);
+    std::string file = map + std::string(bytes, 'x');
+    std::string place;
+    put(place, static_cast<std::uint32_t>(file.size()), 4);
+    file.replace(4, 4, place);
+    put(file, entries + count, 2);
+    file += map.substr(directory + 2, 12 * entries);
+    for (std::uint32_t tag = 0; tag < count; ++tag) {
+        put(file, 60000 + tag, 2);
+        put(file, 1, 2); // bytes
+        put(file, bytes, 4);
+        put(file, static_cast<std::uint32_t>(map.size()), 4);
+    }
+    return file + std::string(4, '\0');
+}
+
+// Each of the tags would be kept as a block of its own.
+TEST_F(HostileFiles, OfHeightsWhoseTagsShareTheirBytesEndTheRun) {
+    app::SaveHeightMap(Path("good.tif"), {3, 2, {0, 1, 2, 3, 4, 5}}, "unit=um");
+    const std::string good = Read("good.tif");
+    Write("some.tif", WithSharedTags(good, 400, 1000));
+    EXPECT_EQ(app::LoadHeightMap(Path("some.tif")).Values, (std::vector<double>{0, 1, 2, 3, 4, 5}));
+    EXPECT_EQ(app::HeightUnit(Path("some.tif")), "um");
+    Write("many.tif", WithSharedTags(good, 500, 1'000'000));
+    EXPECT_FALSE(app::IsHeightMapFile(Path("many.tif")));
+    EXPECT_EQ(app::HeightUnit(Path("many.tif")), "");
+    ExpectRefused({"noisecut", Path("many.tif"), Path("good.png"), "-o", Out("cut.tif")}, "many.tif");
+    try {
+        app::LoadHeightMap(Path("many.tif"));
+        FAIL();
+    } catch (const app::Failure& failure) {
+        EXPECT_TRUE(std::string(failure.what()).ends_with("tags that share their bytes")) << failure.what();
+    }
+}
+
+// This decoder takes two bytes for each pixel of a strip, before it has seen any.
+TEST_F(HostileFiles, OfHeightsGiveDecodersNoMoreThanTheStatedMemory) {
+    constexpr std::uint32_t kSide = 1U << 15;
+    {
+        const std::unique_ptr<TIFF, void (*)(TIFF*)> tiff(TIFFOpen(Path("strip.tif").c_str(), "w"), TIFFClose);
+        ASSERT_TRUE(tiff);
+        TIFFSetField(tiff.get(), TIFFTAG_IMAGEWIDTH, kSide);
+        TIFFSetField(tiff.get(), TIFFTAG_IMAGELENGTH, kSide);
+        TIFFSetField(tiff.get(), TIFFTAG_BITSPERSAMPLE, 32);
+        TIFFSetField(tiff.get(), TIFFTAG_SAMPLESPERPIXEL, 1);
+        TIFFSetField(tiff.get(), TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_IEEEFP);
+        TIFFSetField(tiff.get(), TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
+        TIFFSetField(tiff.get(), TIFFTAG_COMPRESSION, COMPRESSION_PIXARLOG);
+        TIFFSetField(tiff.get(), TIFFTAG_ROWSPERSTRIP, kSide);
+        std::string bytes(100, '\0');
+        ASSERT_EQ(TIFFWriteRawStrip(tiff.get(), 0, bytes.data(), static_cast<tmsize_t>(bytes.size())), 100);
+    }
+    const app::TiffFile tiff(Path("strip.tif"), app::TiffFile::For::Reading);
+    ASSERT_TRUE(tiff.Get()) << tiff.Reason();
+    std::vector<float> row(kSide);
+    EXPECT_EQ(TIFFReadScanline(tiff.Get(), row.data(), 0, 0), -1);
+    EXPECT_NE(tiff.Reason().find("limit"), std::string::npos) << tiff.Reason();
+    EXPECT_THROW(app::LoadHeightMap(Path("strip.tif")), app::Failure);
+}
+
+// A pipe without a writer would be waited for.
+TEST_F(HostileFiles, ThatAreNoFilesInThePlaceOfHeightMapsEndTheRun) {
+    ASSERT_EQ(mkfifo(Path("pipe.tif").c_str(), 0600), 0);
+    for (const char* const name : {"pipe.tif", "out", "none.tif"}) {
+        EXPECT_FALSE(app::IsHeightMapFile(Path(name))) << name;
+        EXPECT_FALSE(app::IsNpyFile(Path(name))) << name;
+        EXPECT_EQ(app::HeightUnit(Path(name)), "") << name;
+        ExpectRefused({"noisecut", Path(name), Path("good.png"), "-o", Out("cut.tif")}, name);
+    }
+}
+
+// A file that another process cuts while it is read: a page of it that is gone must not end the process.
+TEST_F(HostileFiles, OfHeightsAreReadWithoutBeingMapped) {
+    app::SaveHeightMap(Path("good.tif"), {300, 200, std::vector<double>(60000, 1.0)}, "");
+    const app::TiffFile tiff(Path("good.tif"), app::TiffFile::For::Reading);
+    ASSERT_TRUE(tiff.Get());
+    fs::resize_file(Path("good.tif"), 4096);
+    std::vector<float> row(300);
+    int read = 0;
+    while (read < 200 && TIFFReadScanline(tiff.Get(), row.data(), static_cast<std::uint32_t>(read), 0) == 1) ++read;
+    EXPECT_LT(read, 200);
+    EXPECT_NE(tiff.Reason(), "");
 }
 
 } // namespace
