@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <fstream>
 #include <optional>
-#include <string_view>
 
 #include <omp.h>
 
@@ -17,6 +15,7 @@
 #include "frame_list.h"
 #include "frame_loader.h"
 #include "height_files.h"
+#include "make_trace.h"
 #include "output_files.h"
 #include "parameter_options.h"
 #include "progress_display.h"
@@ -117,42 +116,12 @@ void AddFrames(std::optional<FocusSession>& session, const ComposeOptions& optio
     summary.Loader = loader.Statistics();
 }
 
-/// What the library traces meanwhile, since its results do not tell of a kept frame that cannot be read back.
-class ReadFailures {
-  public:
-    explicit ReadFailures(const TemporaryFolder& temporary) : m_folder(temporary.Path() / "trace") {
-        std::error_code error;
-        fs::create_directory(m_folder, error);
-        KyiSetTraceLogFolder(WidePath(m_folder).c_str());
-        KyiSetPuttingTraceLog(1);
-    }
-    ~ReadFailures() {
-        KyiSetPuttingTraceLog(0);
-        KyiSetTraceLogFolder(nullptr);
-    }
-    ReadFailures(const ReadFailures&) = delete;
-    ReadFailures& operator=(const ReadFailures&) = delete;
-
-    /// Why the first of them could not be read; nothing where all could.
-    std::optional<std::string> First() const {
-        constexpr std::string_view kMark = ".bmp: ";
-        std::ifstream log(m_folder / "kyimaging.log");
-        for (std::string line; std::getline(log, line);)
-            if (const std::size_t at = line.find(kMark); at != std::string::npos && line.find("MFocusTemp") < at)
-                return line.substr(at + kMark.size());
-        return std::nullopt;
-    }
-
-  private:
-    fs::path m_folder;
-};
-
 /// The library composes what it can when a kept frame is lost, and does not tell.
-void RequireKeptFrames(const TemporaryFolder& temporary, const ReadFailures& failures, const Summary& summary) {
+void RequireKeptFrames(const TemporaryFolder& temporary, const MakeTrace& trace, const Summary& summary) {
     const std::size_t frames = summary.Frames.size();
     if (temporary.CountFiles(summary.TemporaryBytes / frames) < frames)
         throw Failure(DisplayPath(temporary.Path()) + ": frames that were kept here are gone or cut short");
-    if (const std::optional<std::string> reason = failures.First())
+    if (const std::optional<std::string> reason = trace.LostFrame())
         throw Failure(DisplayPath(temporary.Path()) + ": a frame that was kept here cannot be read: " + *reason);
 }
 
@@ -171,11 +140,13 @@ void Compose(const ComposeOptions& options, const std::vector<double>& heights, 
     std::optional<FocusSession> session;
     AddFrames(session, options, heights, temporary ? &*temporary : nullptr, display, summary);
     PrintWarnings(MoveWarnings(options, summary));
-    std::optional<ReadFailures> failures; // in mode complex the image does not come of kept frames
-    if (options.Settings.AlgType == KyfAlgorithmType3DSafe) failures.emplace(*temporary);
+    std::optional<MakeTrace> trace;
+    if (temporary) trace.emplace(temporary->Path());
     Make(*session, display, summary);
-    if (failures) RequireKeptFrames(*temporary, *failures, summary);
-    failures.reset();
+    // In mode complex the image does not come of kept frames.
+    if (options.Settings.AlgType == KyfAlgorithmType3DSafe) RequireKeptFrames(*temporary, *trace, summary);
+    if (trace) trace->RequireHeights();
+    trace.reset();
     SaveResults(*session, options, outputs, summary);
     display.ShowFinish(100);
 }

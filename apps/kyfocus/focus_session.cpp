@@ -34,6 +34,13 @@ void Require(KyfResult result, const char* step) {
     if (result != KyfResultOk) throw Failure(std::string(step) + ": " + DescribeResult(result));
 }
 
+struct FreeHeights {
+    void operator()(KyfHeightDataArray* heights) const { KyfFreeHeightData16bit(heights); }
+};
+struct FreeBestFocus {
+    void operator()(KyfDifferentiationMap* map) const { KyfFreeDifferentiationMap(map); }
+};
+
 /// Deletes what a session keeps in its folder. @return whether none of it is left.
 bool DeleteKeptFrames(const std::filesystem::path& folder) {
     std::error_code error;
@@ -133,9 +140,12 @@ Image FocusSession::ExtractImage() {
 HeightMap FocusSession::Heights() const {
     KyfHeightDataArray heights{};
     Require(KyfFocusGetCuttedAntNoiseHeightData(m_session.get(), &heights), "height map");
+    const std::unique_ptr<KyfHeightDataArray, FreeHeights> held(&heights);
+    // Mode 2d makes the image alone where memory does not suffice for the heights, and then hands out no pixels.
+    if (heights.Width <= 0 || heights.Height <= 0 || heights.Data == nullptr)
+        throw Failure("height map: none was made, there may be too little memory");
     HeightMap map{heights.Width, heights.Height, {}};
     map.Values.assign(heights.Data, heights.Data + static_cast<std::ptrdiff_t>(heights.Width) * heights.Height);
-    KyfFreeHeightData16bit(&heights);
     return map;
 }
 
@@ -151,10 +161,10 @@ Image FocusSession::HeightImage(HeightScale& scale) const {
 DifferentiationMap FocusSession::BestFocus(int format) const {
     KyfDifferentiationMap lent{};
     Require(KyfFocusGetDifferentiationMap(m_session.get(), format, &lent), "differentiation map");
+    const std::unique_ptr<KyfDifferentiationMap, FreeBestFocus> held(&lent);
     if (lent.Rows == nullptr) throw Failure("differentiation map: there is none");
     DifferentiationMap map{lent.Width, lent.Height, lent.Depth, {}};
     for (int y = 0; y < map.Height; ++y) map.Values.insert(map.Values.end(), lent.Rows[y], lent.Rows[y] + map.Width);
-    KyfFreeDifferentiationMap(&lent);
     return map;
 }
 

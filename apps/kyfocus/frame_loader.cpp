@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <atomic>
 #include <cassert>
+#include <system_error>
 #include <utility>
 
+#include "errors.h"
 #include "stopwatch.h"
 
 namespace app {
@@ -28,10 +30,20 @@ void MakeOpenMpThreadsSleepSooner() {
 } // namespace
 
 FrameLoader::FrameLoader(std::vector<std::filesystem::path> files, int threads) : m_files(std::move(files)) {
-    for (int thread = 0; thread < std::max(threads, 1); ++thread) m_decoders.emplace_back([this] { RunDecoder(); });
+    try {
+        for (int thread = 0; thread < std::max(threads, 1); ++thread) m_decoders.emplace_back([this] { RunDecoder(); });
+    } catch (const std::system_error& error) {
+        // Those that are there do the work.
+        if (m_decoders.empty()) throw Failure("no thread can be started: " + error.code().message());
+    } catch (...) {
+        Stop();
+        throw;
+    }
 }
 
-FrameLoader::~FrameLoader() {
+FrameLoader::~FrameLoader() { Stop(); }
+
+void FrameLoader::Stop() noexcept {
     {
         const std::lock_guard lock(m_mutex);
         m_isStopping = true;
@@ -44,9 +56,10 @@ Image FrameLoader::Next() {
     const Stopwatch stopwatch;
     std::unique_lock lock(m_mutex);
     assert(m_taken < m_files.size());
-    m_changed.wait(lock, [this] { return m_decoded.contains(m_taken); });
-    auto node = m_decoded.extract(m_taken);
-    Decoded decoded = std::move(node.mapped());
+    std::optional<Decoded>& place = PlaceOf(m_taken);
+    m_changed.wait(lock, [&place] { return place.has_value(); });
+    Decoded decoded = *std::exchange(place, std::nullopt);
+    --m_heldFrames;
     if (decoded.Pixels) m_heldBytes -= ImageBytes(*decoded.Pixels);
     ++m_taken;
     m_statistics.WaitSeconds += stopwatch.Seconds();
@@ -84,11 +97,14 @@ void FrameLoader::RunDecoder() {
     }
 }
 
-void FrameLoader::Store(std::size_t index, Decoded decoded, double seconds) {
+std::optional<FrameLoader::Decoded>& FrameLoader::PlaceOf(std::size_t index) { return m_decoded[index % kFramesAhead]; }
+
+void FrameLoader::Store(std::size_t index, Decoded decoded, double seconds) noexcept {
     if (decoded.Pixels) m_heldBytes += ImageBytes(*decoded.Pixels);
-    m_decoded.emplace(index, std::move(decoded));
+    PlaceOf(index) = std::move(decoded);
+    ++m_heldFrames;
     m_statistics.DecodeSeconds += seconds;
-    m_statistics.PeakFrames = std::max(m_statistics.PeakFrames, m_decoded.size());
+    m_statistics.PeakFrames = std::max(m_statistics.PeakFrames, m_heldFrames);
     m_statistics.PeakBytes = std::max(m_statistics.PeakBytes, m_heldBytes);
     m_changed.notify_all();
 }

@@ -2,12 +2,13 @@
 #ifndef KYFOCUS_APP_FRAME_LOADER_H
 #define KYFOCUS_APP_FRAME_LOADER_H
 
+#include <array>
 #include <condition_variable>
 #include <cstddef>
 #include <exception>
 #include <filesystem>
-#include <map>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -29,6 +30,7 @@ class FrameLoader {
   public:
     static constexpr std::size_t kFramesAhead = 2;
 
+    /// Takes fewer threads where the system refuses some. Throws Failure when it refuses all.
     FrameLoader(std::vector<std::filesystem::path> files, int threads);
     ~FrameLoader(); // waits for the frames that are being decoded
     FrameLoader(const FrameLoader&) = delete;
@@ -46,16 +48,19 @@ class FrameLoader {
     };
 
     void RunDecoder();
+    void Stop() noexcept;
     bool MayStartFrame() const;
-    void Store(std::size_t index, Decoded decoded, double seconds);
+    std::optional<Decoded>& PlaceOf(std::size_t index);
+    void Store(std::size_t index, Decoded decoded, double seconds) noexcept;
 
     const std::vector<std::filesystem::path> m_files;
     mutable std::mutex m_mutex; // guards all below but the threads
     std::condition_variable m_changed;
-    std::map<std::size_t, Decoded> m_decoded; // by frame
-    std::size_t m_started = 0;                // frames that a decoder has begun
-    std::size_t m_taken = 0;                  // frames handed out
-    std::size_t m_heldBytes = 0;              // pixel blocks in m_decoded
+    std::array<std::optional<Decoded>, kFramesAhead> m_decoded; // in turn
+    std::size_t m_started = 0;                                  // frames that a decoder has begun
+    std::size_t m_taken = 0;                                    // frames handed out
+    std::size_t m_heldFrames = 0;                               // of m_decoded
+    std::size_t m_heldBytes = 0;                                // their pixel blocks
     bool m_isStopping = false;
     LoaderStatistics m_statistics;
     std::vector<std::thread> m_decoders;

@@ -13,6 +13,7 @@
 #include <stdlib.h>
 #include <unistd.h>
 
+#include "errors.h"
 #include "run_folder.h"
 
 namespace app {
@@ -89,12 +90,16 @@ void WatchInterruptions() {
     SharedState();
     // A reader that goes away or a file at the limit of its size is an error of the write, not the end of the program.
     for (const int ignored : {SIGPIPE, SIGXFSZ}) std::signal(ignored, SIG_IGN);
-    std::thread([signals] {
-        int signal = 0;
-        while (sigwait(&signals, &signal) != 0) {
-        }
-        EndInterrupted(signal);
-    }).detach();
+    try {
+        std::thread([signals] {
+            int signal = 0;
+            while (sigwait(&signals, &signal) != 0) {
+            }
+            EndInterrupted(signal);
+        }).detach();
+    } catch (const std::system_error& error) {
+        throw Failure("no thread can be started: " + error.code().message());
+    }
 }
 
 fs::path MakeTemporaryFolder(const fs::path& pattern) {

@@ -60,9 +60,8 @@ int Finish(int status) {
     return Fail(app::kExitFailure, "standard output: cannot be written");
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
+/// Throws what main tells.
+int Run(int argc, char** argv) {
     app::WatchInterruptions();
     CLI::App program("Focus composition for microscope imaging.", "kyfocus");
     AddCommands(program);
@@ -71,6 +70,14 @@ int main(int argc, char** argv) {
         return Finish(app::kExitOk);
     } catch (const CLI::ParseError& error) {
         return Finish(EndParse(program, error));
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return Run(argc, argv);
     } catch (const app::UsageError& error) {
         return Fail(app::kExitUsage, error.what());
     } catch (const app::Cancelled& error) {

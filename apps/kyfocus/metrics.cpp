@@ -6,6 +6,8 @@
 #include <limits>
 #include <vector>
 
+#include "per_thread.h"
+
 namespace app {
 namespace {
 
@@ -14,6 +16,13 @@ struct RowSums {
     std::int64_t Signed = 0;
     std::int64_t Absolute = 0;
     std::int32_t Largest = 0;
+};
+
+/// Scratch of one thread.
+struct RowPair {
+    explicit RowPair(std::size_t width) : First(width), Second(width) {}
+    std::vector<std::int32_t> First;
+    std::vector<std::int32_t> Second;
 };
 
 /// Adds one row of one channel. Exact: a row of 2^31 samples of 16 bits stays below 2^63.
@@ -33,10 +42,10 @@ void AddRow(std::span<const std::int32_t> first, std::span<const std::int32_t> s
 SampleDifferences CompareSamples(const KyiImageData& first, const KyiImageData& second) {
     const int channels = KyiIsFormatBgr(first.Format) ? 3 : 1;
     std::vector<RowSums> rows(static_cast<std::size_t>(first.Height));
+    PerThread<RowPair> scratch(static_cast<std::size_t>(first.Width));
 #pragma omp parallel
     {
-        std::vector<std::int32_t> firstRow(static_cast<std::size_t>(first.Width));
-        std::vector<std::int32_t> secondRow(firstRow.size());
+        auto& [firstRow, secondRow] = scratch.Mine();
 #pragma omp for schedule(static)
         for (int y = 0; y < first.Height; ++y)
             for (int channel = 0; channel < channels; ++channel) {

@@ -6,6 +6,7 @@
 
 #include "errors.h"
 #include "images.h"
+#include "per_thread.h"
 
 namespace app {
 namespace {
@@ -107,9 +108,10 @@ std::optional<double> StructuralSimilarity(const KyiImageData& first, const KyiI
     const std::array<double, kWindow> weights = WindowWeights();
     const int rows = x.Height - kWindow + 1;
     std::vector<double> sums(static_cast<std::size_t>(rows));
+    PerThread<Scratch> scratches(static_cast<std::size_t>(x.Width));
 #pragma omp parallel
     {
-        Scratch scratch(static_cast<std::size_t>(x.Width));
+        Scratch& scratch = scratches.Mine();
 #pragma omp for schedule(static)
         for (int row = 0; row < rows; ++row)
             sums[static_cast<std::size_t>(row)] = RowOfWindows(x, y, row, weights, scratch);

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <utility>
 
+#include "per_thread.h"
+
 namespace app {
 namespace {
 
@@ -71,14 +73,23 @@ void BlurRow(const Scene& scene, const std::vector<float>& weights, const std::v
     }
 }
 
+/// Rows of one thread.
+struct Scratch {
+    Scratch(const Scene& scene, const std::vector<float>& weights)
+        : Sums(scene.RowSamples()), Out(scene.RowSamples()),
+          Padded(scene.RowSamples() + 2 * (weights.size() - 1) * static_cast<std::size_t>(scene.Channels)) {}
+    std::vector<float> Sums;
+    std::vector<float> Out;
+    std::vector<float> Padded;
+};
+
 std::vector<std::uint16_t> Blur(const Scene& scene, const std::vector<std::uint16_t>& source,
                                 const std::vector<float>& weights) {
     std::vector<std::uint16_t> result(source.size());
+    PerThread<Scratch> scratch(scene, weights);
 #pragma omp parallel
     {
-        std::vector<float> sums(scene.RowSamples());
-        std::vector<float> out(scene.RowSamples());
-        std::vector<float> padded(sums.size() + 2 * (weights.size() - 1) * static_cast<std::size_t>(scene.Channels));
+        auto& [sums, out, padded] = scratch.Mine();
 #pragma omp for schedule(static)
         for (int y = 0; y < scene.Height; ++y) {
             BlurColumns(scene, source, weights, y, sums);

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <span>
 
+#include "carried_exception.h"
+#include "per_thread.h"
 #include "synth_texture.h"
 
 namespace app {
@@ -15,15 +17,19 @@ constexpr float kMostShading = 0.40F;
 std::size_t Index(int value) { return static_cast<std::size_t>(value); }
 
 void MakeHeights(const SynthOptions& options, Scene& scene) {
+    CarriedException failure;
+    PerThread<std::vector<float>> rows(Index(scene.Width));
 #pragma omp parallel
     {
-        std::vector<float> row(Index(scene.Width));
+        std::vector<float>& row = rows.Mine();
 #pragma omp for schedule(static)
-        for (int y = 0; y < scene.Height; ++y) {
-            MakeHeightRow(options, -scene.Margin, y - scene.Margin, row);
-            std::copy(row.begin(), row.end(), scene.Heights.begin() + static_cast<std::ptrdiff_t>(y) * scene.Width);
-        }
+        for (int y = 0; y < scene.Height; ++y)
+            failure.Guard([&] {
+                MakeHeightRow(options, -scene.Margin, y - scene.Margin, row);
+                std::copy(row.begin(), row.end(), scene.Heights.begin() + static_cast<std::ptrdiff_t>(y) * scene.Width);
+            });
     }
+    failure.Rethrow();
 }
 
 /// Brightening of row y by the surface's slope towards the light at the top left.
@@ -49,25 +55,37 @@ void StoreRow(std::span<const float> light, double white, std::uint16_t* samples
         samples[i] = static_cast<std::uint16_t>(std::min(static_cast<double>(light[i]) * white + 0.5, 65535.0));
 }
 
+/// What one thread makes rows with.
+struct Painter {
+    Painter(const SynthOptions& options, const Scene& scene)
+        : Look(options.Seed, -scene.Margin, scene.Width, scene.Channels, options.Glare), Slope(Index(scene.Width)),
+          Part(Slope.size()), Light(scene.RowSamples()) {}
+    Texture Look;
+    std::vector<float> Slope;
+    std::vector<float> Part;
+    std::vector<float> Light;
+};
+
 void MakePicture(const SynthOptions& options, Scene& scene) {
     const HeightRange range = RangeOfHeights(options);
     const double span = range.High - range.Low;
     const double shorter = std::min(options.Width, options.Height);
     const auto perUm = static_cast<float>(span > 0.0 ? 0.06 * shorter / span : 0.0);
+    CarriedException failure;
+    PerThread<Painter> painters(options, scene);
 #pragma omp parallel
     {
-        Texture texture(options.Seed, -scene.Margin, scene.Width, scene.Channels, options.Glare);
-        std::vector<float> slope(Index(scene.Width));
-        std::vector<float> part(slope.size());
-        std::vector<float> light(scene.RowSamples());
+        Painter& painter = painters.Mine();
 #pragma omp for schedule(static)
-        for (int y = 0; y < scene.Height; ++y) {
-            ShadeRow(scene, y, perUm, slope);
-            PartRow(scene, y, range, part);
-            texture.MakeRow(y - scene.Margin, slope, part, light);
-            StoreRow(light, scene.White, scene.Samples.data() + Index(y) * scene.RowSamples());
-        }
+        for (int y = 0; y < scene.Height; ++y)
+            failure.Guard([&] {
+                ShadeRow(scene, y, perUm, painter.Slope);
+                PartRow(scene, y, range, painter.Part);
+                painter.Look.MakeRow(y - scene.Margin, painter.Slope, painter.Part, painter.Light);
+                StoreRow(painter.Light, scene.White, scene.Samples.data() + Index(y) * scene.RowSamples());
+            });
     }
+    failure.Rethrow();
 }
 
 } // namespace

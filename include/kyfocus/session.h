@@ -184,7 +184,8 @@ KYF_API KyfResult KyfFocusAddImageFileWidthHeight(KyfFocusComposition* session, 
  *          In the 3D modes 1 does not mean complete: a temporary bitmap lost since its add breaks the composite of
  *          mode 1 off before that frame, with all heights; out of memory among the heights leaves them all at 0,
  *          with that composite as far as it had come. The trace tells of both, and docs/embedding.md how else to
- *          find out. On a graphics processor that fails adds and the make give 1 too, with flat heights; with CUDA
+ *          find out. In mode 0 1 does not mean heights: out of memory among them leaves the image alone, as of a
+ *          stack without heights, and the getters of the maps then give theirs without a pixel, with 1. On a graphics processor that fails adds and the make give 1 too, with flat heights; with CUDA
  *          not even the trace tells. */
 KYF_API KyfResult KyfFocusMakeCompImage(KyfFocusComposition* session, KyiBool parallel, KyfProgress* progress);
 

@@ -24,6 +24,20 @@ std::string LogStamp() {
     return std::string(date.data(), length) + rest.data();
 }
 
+namespace {
+
+/// A line that a full disk cuts short stays so.
+void WriteAll(int file, std::string_view text) noexcept {
+    while (!text.empty()) {
+        const ssize_t written = write(file, text.data(), text.size());
+        if (written < 0 && errno == EINTR) continue;
+        if (written <= 0) return;
+        text.remove_prefix(static_cast<std::size_t>(written));
+    }
+}
+
+} // namespace
+
 void AppendToLogFile(const std::string& path, std::string_view text) noexcept {
     const int before = errno;
     // A pipe with the name of the log would otherwise hold the caller until someone reads it.
@@ -31,9 +45,7 @@ void AppendToLogFile(const std::string& path, std::string_view text) noexcept {
         open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0600);
     if (file >= 0) {
         struct stat state {};
-        if (fstat(file, &state) == 0 && S_ISREG(state.st_mode))
-            while (write(file, text.data(), text.size()) < 0 && errno == EINTR) {
-            }
+        if (fstat(file, &state) == 0 && S_ISREG(state.st_mode)) WriteAll(file, text);
         close(file);
     }
     errno = before;
