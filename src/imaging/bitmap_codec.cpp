@@ -133,7 +133,9 @@ OwnedImage LoadColourPalette(platform::InputFile& file, const BitmapHeader& head
 OwnedImage LoadRunLengths(platform::InputFile& file, const BitmapHeader& header, const Palette& palette) {
     const std::uint64_t dataBytes = file.Size() - header.PixelOffset;
     const auto width = static_cast<std::size_t>(header.Width);
-    CheckDecodedBytes(std::uint64_t{width} * static_cast<std::uint64_t>(header.Height), dataBytes);
+    std::uint64_t held = dataBytes + ImageBytes(header.Width, header.Height, KyiFormatGray8);
+    if (!palette.IsGray) held += ImageBytes(header.Width, header.Height, KyiFormatBgr24);
+    CheckHeldBytes(held, dataBytes);
     OwnedImage indexes = NewImage(header.Width, header.Height, KyiFormatGray8);
     std::memset(indexes->Pixels, 0, PixelBlockBytes(*indexes));
     std::vector<std::uint8_t> data(static_cast<std::size_t>(dataBytes));

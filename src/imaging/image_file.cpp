@@ -10,12 +10,13 @@ namespace {
 
 constexpr std::int64_t kMostPixels = 1'500'000'000;
 constexpr std::int64_t kLongestLine = 0x7ffffffc;
-constexpr std::uint64_t kMostBytesPerFileByte = 4096;
+constexpr std::int64_t kLineAlignment = 4;
+constexpr std::uint64_t kMostBytesPerFileByte = 6144;
 constexpr std::uint64_t kAlwaysAllowedBytes = std::uint64_t{16} << 20;
 
 } // namespace
 
-std::uint64_t MostDecodedBytes(std::uint64_t fileBytes) noexcept {
+std::uint64_t MostHeldBytes(std::uint64_t fileBytes) noexcept {
     return std::max(kAlwaysAllowedBytes, std::min(fileBytes, std::uint64_t{1} << 40) * kMostBytesPerFileByte);
 }
 
@@ -25,8 +26,13 @@ void CheckImageSize(std::int64_t width, std::int64_t height, std::int32_t pixelB
         throw FileError("the image is larger than 1.5 gigapixels or its lines are too long");
 }
 
-void CheckDecodedBytes(std::uint64_t decodedBytes, std::uint64_t fileBytes) {
-    if (decodedBytes > MostDecodedBytes(fileBytes)) throw FileError("the file claims far more pixels than it can hold");
+void CheckHeldBytes(std::uint64_t bytes, std::uint64_t fileBytes) {
+    if (bytes > MostHeldBytes(fileBytes)) throw FileError("the file claims far more pixels than it can hold");
+}
+
+std::uint64_t ImageBytes(std::int64_t width, std::int64_t height, std::int32_t format) noexcept {
+    const std::int64_t used = width * FindFormat(format).PixelBytes;
+    return static_cast<std::uint64_t>((used + kLineAlignment - 1) / kLineAlignment * kLineAlignment * height);
 }
 
 OwnedImage NewImage(std::int64_t width, std::int64_t height, std::int32_t format) {

@@ -1,9 +1,14 @@
 /// What the four codecs share: owned images, the reason of a refusal, limits, reading line by line.
 ///
-/// Limits. An image has at most 1.5 gigapixels and lines of at most 2^31 - 4 bytes. A compressed file must hold at
-/// least one byte for 4096 bytes of decoded samples (images below 16 MiB excepted): real pictures stay far from that,
-/// files made to exhaust memory do not. An uncompressed file must hold all its samples. All this is checked before
-/// pixels are allocated.
+/// Limits. An image has at most 1.5 gigapixels and lines of at most 2^31 - 4 bytes. An uncompressed file must hold all
+/// its samples. For each byte of a compressed file reading holds at most 6144 bytes, or 16 MiB where that is more. That
+/// counts the image with the padding of its lines and all that grows with it: indexes beside the colours of a bitmap in
+/// run lengths, two rows of a PNG, coefficients of a JPEG in several scans, of a TIFF the largest strip or tile with
+/// its decoder's copies and the pixels that libtiff turns into colour. Beside it stand the bytes of the file and
+/// buffers of a few MiB whatever the image. Strips and tiles may share their bytes and reach beyond the image: all of
+/// them together, packed and unpacked, keep within the same number. Real pictures stay below it, even in one colour:
+/// deflate and LZW make up to 1400 bytes of one, of which a palette makes 4200 beside the strip. Files made to exhaust
+/// memory do not. All this is checked before pixels are allocated.
 #ifndef KYFOCUS_IMAGING_IMAGE_FILE_H
 #define KYFOCUS_IMAGING_IMAGE_FILE_H
 
@@ -32,14 +37,17 @@ struct FreeImageData {
 };
 using OwnedImage = std::unique_ptr<KyiImageData, FreeImageData>;
 
-/// Bytes of samples that `fileBytes` bytes of a compressed file may claim to hold.
-std::uint64_t MostDecodedBytes(std::uint64_t fileBytes) noexcept;
+/// Bytes that reading `fileBytes` bytes of a compressed file may hold, see the limits above.
+std::uint64_t MostHeldBytes(std::uint64_t fileBytes) noexcept;
 
 /// Throws FileError unless an image of this size may be made. Any values are allowed.
 void CheckImageSize(std::int64_t width, std::int64_t height, std::int32_t pixelBytes);
 
-/// Throws FileError when a compressed file claims too much, see the limits above.
-void CheckDecodedBytes(std::uint64_t decodedBytes, std::uint64_t fileBytes);
+/// Throws FileError when that is exceeded.
+void CheckHeldBytes(std::uint64_t bytes, std::uint64_t fileBytes);
+
+/// Bytes of an image in memory, its size checked by CheckImageSize.
+std::uint64_t ImageBytes(std::int64_t width, std::int64_t height, std::int32_t format) noexcept;
 
 /// A new image, its size checked. Throws FileError, also when out of memory.
 OwnedImage NewImage(std::int64_t width, std::int64_t height, std::int32_t format);

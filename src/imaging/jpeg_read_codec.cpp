@@ -80,6 +80,17 @@ class JpegReader {
         m_codec.progress = &m_progress;
     }
 
+    /// Of a picture in one scan they are not kept.
+    std::uint64_t CoefficientBytes() noexcept {
+        if (!jpeg_has_multiple_scans(&m_codec)) return 0;
+        std::uint64_t bytes = 0;
+        for (int i = 0; i < m_codec.num_components; ++i) {
+            const jpeg_component_info& component = m_codec.comp_info[i];
+            bytes += std::uint64_t{component.width_in_blocks} * component.height_in_blocks * sizeof(JBLOCK);
+        }
+        return bytes;
+    }
+
     std::int32_t ChooseFormat() noexcept {
         switch (m_codec.jpeg_color_space) {
         case JCS_GRAYSCALE: m_codec.out_color_space = JCS_GRAYSCALE; return KyiFormatGray8;

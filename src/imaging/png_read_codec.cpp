@@ -28,7 +28,8 @@ class PngReader {
     OwnedImage Load() {
         ReadHeader();
         ChooseFormat();
-        CheckDecodedBytes(std::uint64_t{m_width} * m_height * PixelBytes(), m_file.Size());
+        constexpr std::uint64_t kRowsBytes = 2 * 8; // of a pixel: libpng's row and the one above, in its widest form
+        CheckHeldBytes(ImageBytes(m_width, m_height, m_format) + kRowsBytes * m_width, m_file.Size());
         OwnedImage image = NewImage(m_width, m_height, m_format);
         ReadRows(*image);
         return image;

@@ -1,6 +1,7 @@
 #include "imaging/tiff_codec.h"
 
 #include <cstring>
+#include <limits>
 
 #include "imaging/pixel_rows.h"
 #include "imaging/tiff_layout.h"
@@ -8,6 +9,12 @@
 namespace kyi {
 
 namespace {
+
+/// The product, or the largest number where it is too large for that.
+std::uint64_t Times(std::uint64_t a, std::uint64_t b) noexcept {
+    constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
+    return a != 0 && b > kMost / a ? kMost : a * b;
+}
 
 class TiffReader {
   public:
@@ -34,23 +41,78 @@ class TiffReader {
   private:
     // Before any pixel is allocated: blocks lie inside the file, and the file is not too small for what it claims.
     void CheckClaims() {
-        const TiffLayout& layout = m_layout;
+        const std::uint64_t decoded = DecodedBytes();
+        CheckHeldBytes(decoded, m_file.Size());
+        const std::uint64_t image = ImageBytes(m_layout.Width, m_layout.Height, m_layout.Format());
+        CheckHeldBytes(image + WorkingBytes(), m_file.Size());
+        if (m_layout.Kind != TiffKind::Other) CheckBlocks();
+        if (!m_layout.Uncompressed) CheckPackedBytes(MostHeldBytes(m_file.Size()) - decoded);
+    }
+
+    /// Bytes of all blocks that are read, to their ends beyond the image.
+    std::uint64_t DecodedBytes() const noexcept {
+        const std::uint64_t rows = m_layout.Tiled ? std::uint64_t{m_layout.BlocksDown()} * m_layout.BlockHeight
+                                                  : static_cast<std::uint32_t>(m_layout.Height);
+        return Times(Times(m_layout.BlockRowBytes(), m_layout.BlocksAcross()), Times(rows, Planes()));
+    }
+
+    /// Memory beside the image.
+    std::uint64_t WorkingBytes() const noexcept {
         const std::uint64_t pixels =
-            std::uint64_t{static_cast<std::uint32_t>(layout.Width)} * static_cast<std::uint32_t>(layout.Height);
-        if (layout.Kind == TiffKind::Other) return CheckDecodedBytes(pixels * 4, m_file.Size());
-        CheckDecodedBytes(pixels * layout.SamplesPerBlock() * SampleBytes(), m_file.Size());
-        if (layout.BlockRowBytes() > MostDecodedBytes(m_file.Size()) / layout.BlockHeight)
-            throw FileError("the file claims far more pixels than it can hold");
-        const std::uint64_t blocks = std::uint64_t{layout.BlocksAcross()} * layout.BlocksDown() * Planes();
-        const std::uint64_t told = layout.Tiled ? TIFFNumberOfTiles(m_tiff.Get()) : TIFFNumberOfStrips(m_tiff.Get());
-        if (told < blocks) throw FileError("damaged TIFF: too few strips or tiles");
+            std::uint64_t{static_cast<std::uint32_t>(m_layout.Width)} * static_cast<std::uint32_t>(m_layout.Height);
+        const std::uint64_t colours = m_layout.Kind == TiffKind::Other ? pixels * sizeof(std::uint32_t) : 0;
+        if (m_layout.Uncompressed) return colours;
+        return colours + (1 + CopiesInDecoder()) * m_layout.BlockRowBytes() * m_layout.BlockHeight;
+    }
+
+    /// Copies of a block, or what takes as much memory as so many.
+    std::uint64_t CopiesInDecoder() const noexcept {
+        switch (m_tiff.Tag<std::uint16_t>(TIFFTAG_COMPRESSION, COMPRESSION_NONE)) {
+        case COMPRESSION_NONE:
+        case COMPRESSION_CCITTRLE:
+        case COMPRESSION_CCITTRLEW:
+        case COMPRESSION_CCITTFAX3:
+        case COMPRESSION_CCITTFAX4:
+        case COMPRESSION_LZW:
+        case COMPRESSION_PACKBITS:
+        case COMPRESSION_DEFLATE:
+        case COMPRESSION_ADOBE_DEFLATE:
+        case COMPRESSION_LZMA:
+        case COMPRESSION_ZSTD: return 0;
+        default: return 2; // the coefficients of a JPEG
+        }
+    }
+
+    /// Blocks are in the file, as many as the image needs, and no uncompressed one lies on another.
+    void CheckBlocks() const {
+        const std::uint64_t told = m_layout.Tiled ? TIFFNumberOfTiles(m_tiff.Get()) : TIFFNumberOfStrips(m_tiff.Get());
+        if (told < Blocks()) throw FileError("damaged TIFF: too few strips or tiles");
         std::uint64_t held = 0;
-        for (std::uint64_t block = 0; block < blocks; ++block) held += CheckBlock(static_cast<std::uint32_t>(block));
-        if (layout.Uncompressed && held > m_file.Size()) throw FileError("damaged TIFF: strips overlap");
+        for (std::uint64_t block = 0; block < Blocks(); ++block) held += CheckBlock(static_cast<std::uint32_t>(block));
+        if (m_layout.Uncompressed && held > m_file.Size()) throw FileError("damaged TIFF: strips overlap");
+    }
+
+    /// libtiff reads all bytes of a block, and blocks may share them.
+    void CheckPackedBytes(std::uint64_t most) const {
+        std::uint64_t packed = 0;
+        for (std::uint64_t block = 0; block < Blocks(); ++block) {
+            const std::uint64_t here = TIFFGetStrileByteCount(m_tiff.Get(), static_cast<std::uint32_t>(block));
+            if (here == 0) return; // libtiff reads none behind it
+            packed += std::min(here, m_file.Size());
+            if (packed > most) throw FileError("damaged TIFF: strips or tiles that share their bytes");
+        }
+    }
+
+    std::uint64_t Blocks() const noexcept {
+        return std::uint64_t{m_layout.BlocksAcross()} * m_layout.BlocksDown() * Planes();
     }
 
     /// Planes that are read: of gray and palettes with further samples only the first.
-    std::uint16_t Planes() const noexcept { return m_layout.InPlanes && m_layout.Kind == TiffKind::Colour ? 3 : 1; }
+    std::uint64_t Planes() const noexcept {
+        if (!m_layout.InPlanes) return 1;
+        if (m_layout.Kind == TiffKind::Other) return m_layout.Samples;
+        return m_layout.Kind == TiffKind::Colour ? 3 : 1;
+    }
 
     /// Bytes of pixels that a strip must hold when it is not compressed.
     std::uint64_t PlainBytes(std::uint32_t block) const noexcept {

@@ -1,12 +1,16 @@
 /// Files made to do harm: sizes that cannot be, pictures that are far larger than their file, directories that lead in
-/// circles, files cut short. Each is refused with a reason or gives a picture, in little time and memory.
+/// circles, files cut short. Each is refused with a reason or gives a picture, in little memory.
 #include "imaging/codec_files.h"
 
 #include <algorithm>
-#include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <fstream>
+#include <memory>
 #include <string>
+#include <vector>
 
+#include <jpeglib.h> // needs <cstdio> before it
 #include <tiffio.h>
 
 namespace {
@@ -25,22 +29,18 @@ long PeakMemory() {
 
 void ForgetPeakMemory() { std::ofstream("/proc/self/clear_refs") << "5"; }
 
-/// What happens between its begin and its end takes less than 10 seconds and 128 MiB more than before.
+/// What happens between its begin and its end takes less than 128 MiB more than before.
 class Frugal {
   public:
-    Frugal() : m_begin(std::chrono::steady_clock::now()) {
+    Frugal() {
         ForgetPeakMemory();
         m_memory = PeakMemory();
     }
-    ~Frugal() {
-        EXPECT_LT(std::chrono::steady_clock::now() - m_begin, std::chrono::seconds(10));
-        EXPECT_LT(PeakMemory() - m_memory, 128);
-    }
+    ~Frugal() { EXPECT_LT(PeakMemory() - m_memory, 128); }
     Frugal(const Frugal&) = delete;
     Frugal& operator=(const Frugal&) = delete;
 
   private:
-    std::chrono::steady_clock::time_point m_begin;
     long m_memory = 0;
 };
 
@@ -225,6 +225,240 @@ Bytes PackedZeros(std::uint32_t count) {
         at += 12 + length;
     }
     return packed;
+}
+
+// ---- what is held beside the image
+
+const char* const kTooMuch = "claims far more pixels than it can hold";
+
+/// The end of the picture at once: all of it is index 0. `fill` bytes stand behind it.
+Bytes EmptyRuns(std::uint64_t width, std::uint64_t height, std::size_t fill, bool isGray) {
+    Bytes file = Stored("bmp_gray8_windows", "image.bmp");
+    constexpr std::size_t kPalette = 54;
+    if (!isGray) file.at(kPalette + 1) = 200; // green
+    test::PutAt(file, 18, width);
+    test::PutAt(file, 22, height);
+    test::PutAt(file, 30, 1);
+    std::size_t pixels = 0;
+    for (std::size_t i = 14; i-- > 10;) pixels = pixels << 8 | file.at(i);
+    file.resize(pixels);
+    file.insert(file.end(), {0, 1});
+    file.resize(file.size() + fill);
+    return file;
+}
+
+TEST(HostileBitmap, HoldsIndexesAndColoursWithinTheLimit) {
+    // 4 bytes a pixel of colour, 1 of gray, below 16 MiB or 6144 times 18,000 bytes.
+    const Image small = test::LoadBytes(EmptyRuns(2000, 2000, 0, false));
+    ASSERT_TRUE(small) << test::LastReason();
+    EXPECT_EQ(small->Format, KyiFormatBgr24);
+    ExpectRefused(EmptyRuns(2100, 2000, 0, false), kTooMuch);
+    EXPECT_TRUE(test::LoadBytes(EmptyRuns(4000, 4000, 0, true))) << test::LastReason();
+    ExpectRefused(EmptyRuns(4200, 4000, 0, true), kTooMuch);
+    ExpectRefused(EmptyRuns(8000, 8000, 17'998, false), kTooMuch);
+    // A line has 4 bytes at least.
+    EXPECT_TRUE(test::LoadBytes(EmptyRuns(1, 4'000'000, 0, true))) << test::LastReason();
+    ExpectRefused(EmptyRuns(1, 4'200'000, 0, true), kTooMuch);
+}
+
+TEST(HostilePng, HoldsItsRowsWithinTheLimit) {
+    // 1 byte a pixel, and two rows of 8.
+    ExpectRefused(PngOfSize(980'000, 1), "damaged PNG");
+    ExpectRefused(PngOfSize(1'000'000, 1), kTooMuch);
+    ExpectRefused(PngOfSize(1, 4'000'000), "damaged PNG");
+    ExpectRefused(PngOfSize(1, 4'200'000), kTooMuch);
+}
+
+TEST(HostileJpeg, HoldsTheCoefficientsOfSeveralScansWithinTheLimit) {
+    const auto sized = [](const char* name, std::uint8_t frame, std::uint64_t side) {
+        Bytes file = Stored(name, "image.jpg");
+        const std::size_t at = FindMarker(file, frame);
+        PutBig(file, at + 5, side, 2);
+        PutBig(file, at + 7, side, 2);
+        return file;
+    };
+    constexpr std::uint8_t kProgressive = 0xC2;
+    // 3 bytes a pixel, and 2 a sample.
+    ExpectRefused(sized("jpeg_full", kBaseline, 2300), "damaged JPEG");
+    ExpectRefused(sized("jpeg_full", kBaseline, 2400), kTooMuch);
+    ExpectRefused(sized("jpeg_progressive", kProgressive, 1300), "");
+    ExpectRefused(sized("jpeg_progressive", kProgressive, 2300), kTooMuch);
+}
+
+/// A TIFF of one strip or tile, in the place of as many as it takes, which hold the same bytes.
+struct SharedBlocks {
+    std::uint32_t Width;
+    std::uint32_t Height;
+    std::uint32_t TileWidth; // 0: strips of one line
+    std::uint32_t TileHeight;
+    std::uint16_t Photometric;
+    std::uint16_t Samples;
+};
+
+Bytes TiffOf(const SharedBlocks& shape, const Bytes& data) {
+    constexpr std::uint32_t kDeflate = COMPRESSION_ADOBE_DEFLATE;
+    const bool isTiled = shape.TileWidth != 0;
+    const std::uint32_t across = isTiled ? (shape.Width - 1) / shape.TileWidth + 1 : 1;
+    const std::uint32_t down = isTiled ? (shape.Height - 1) / shape.TileHeight + 1 : shape.Height;
+    const std::size_t blocks = std::size_t{across} * down;
+    Bytes file = {'I', 'I', 42, 0};
+    const std::size_t start = 8;
+    const std::size_t offsets = start + data.size();
+    const std::size_t counts = offsets + 4 * blocks;
+    test::Put(file, counts + 4 * blocks, 4);
+    file.insert(file.end(), data.begin(), data.end());
+    for (std::size_t i = 0; i < blocks; ++i) test::Put(file, start, 4);
+    for (std::size_t i = 0; i < blocks; ++i) test::Put(file, data.size(), 4);
+    struct Entry {
+        std::uint32_t Tag;
+        std::uint64_t Value;
+        std::size_t Count = 1;
+    };
+    std::vector<Entry> entries = {{TIFFTAG_IMAGEWIDTH, shape.Width},
+                                  {TIFFTAG_IMAGELENGTH, shape.Height},
+                                  {TIFFTAG_BITSPERSAMPLE, 8},
+                                  {TIFFTAG_COMPRESSION, kDeflate},
+                                  {TIFFTAG_PHOTOMETRIC, shape.Photometric}};
+    if (!isTiled) entries.push_back({TIFFTAG_STRIPOFFSETS, offsets, blocks});
+    entries.push_back({TIFFTAG_SAMPLESPERPIXEL, shape.Samples});
+    if (isTiled) {
+        entries.push_back({TIFFTAG_TILEWIDTH, shape.TileWidth});
+        entries.push_back({TIFFTAG_TILELENGTH, shape.TileHeight});
+        entries.push_back({TIFFTAG_TILEOFFSETS, offsets, blocks});
+        entries.push_back({TIFFTAG_TILEBYTECOUNTS, counts, blocks});
+    } else {
+        entries.push_back({TIFFTAG_ROWSPERSTRIP, 1});
+        entries.push_back({TIFFTAG_STRIPBYTECOUNTS, counts, blocks});
+    }
+    test::Put(file, entries.size(), 2);
+    for (const Entry& entry : entries) {
+        test::Put(file, entry.Tag, 2);
+        test::Put(file, entry.Tag == TIFFTAG_BITSPERSAMPLE ? TIFF_SHORT : TIFF_LONG, 2);
+        test::Put(file, entry.Count, 4);
+        test::Put(file, entry.Value, 4);
+    }
+    test::Put(file, 0, 4);
+    return file;
+}
+
+TEST(HostileTiff, WhoseTilesShareTheirBytesKeepsWithinTheLimit) {
+    const Bytes zeros = PackedZeros(1U << 22);
+    const auto kinds = {std::pair<std::uint16_t, std::uint16_t>{PHOTOMETRIC_MINISBLACK, 1}, {PHOTOMETRIC_SEPARATED, 4}};
+    for (const auto& [photometric, samples] : kinds) {
+        SCOPED_TRACE(photometric);
+        // As programs write them that store equal tiles once.
+        const Image image = test::LoadBytes(TiffOf({1000, 1000, 256, 256, photometric, samples}, zeros));
+        ASSERT_TRUE(image) << test::LastReason();
+        EXPECT_EQ(image->Width, 1000);
+        // All but one column of each tile lies beyond the image.
+        ExpectRefused(TiffOf({1, 16000, (1U << 18) / samples, 16, photometric, samples}, zeros), kTooMuch);
+        ExpectRefused(TiffOf({1, 16000, 1U << 31, 1U << 31, photometric, samples}, zeros), "");
+        ExpectRefused(TiffOf({1, 16000, 0xFFFFFFF0U, 16, photometric, samples}, zeros), "");
+    }
+}
+
+TEST(HostileTiff, WhoseStripsShareTheirBytesKeepsWithinTheLimit) {
+    Bytes packed = PackedZeros(64);
+    EXPECT_TRUE(test::LoadBytes(TiffOf({1, 16000, 0, 0, PHOTOMETRIC_MINISBLACK, 1}, packed))) << test::LastReason();
+    packed.resize(900'000);
+    EXPECT_TRUE(test::LoadBytes(TiffOf({1, 4000, 0, 0, PHOTOMETRIC_MINISBLACK, 1}, packed))) << test::LastReason();
+    for (const auto& [photometric, samples] :
+         {std::pair<std::uint16_t, std::uint16_t>{PHOTOMETRIC_MINISBLACK, 1}, {PHOTOMETRIC_SEPARATED, 4}})
+        ExpectRefused(TiffOf({1, 16000, 0, 0, photometric, samples}, packed), "share their bytes");
+}
+
+TEST(HostileTiff, HoldsTheColoursOfAPaletteWithinTheLimit) {
+    const auto sized = [](std::uint64_t side) {
+        Bytes file = TiffOfSize("tiff_palette8", side, side);
+        SetTag(file, TIFFTAG_COMPRESSION, COMPRESSION_ADOBE_DEFLATE);
+        SetTag(file, TIFFTAG_ROWSPERSTRIP, side);
+        return file;
+    };
+    // 3 bytes a pixel, and 1 of the strip.
+    ExpectRefused(sized(2000), "damaged TIFF");
+    ExpectRefused(sized(2100), kTooMuch);
+}
+
+// ---- what is large and true
+
+constexpr std::int32_t kFlatWidth = 4000;
+constexpr std::int32_t kFlatHeight = 3000;
+
+void SaveFlatTiff(const std::filesystem::path& path, bool isPalette, int compression, std::uint32_t rows) {
+    const std::unique_ptr<TIFF, void (*)(TIFF*)> tiff(TIFFOpen(path.c_str(), "w"), TIFFClose);
+    ASSERT_TRUE(tiff);
+    TIFFSetField(tiff.get(), TIFFTAG_IMAGEWIDTH, kFlatWidth);
+    TIFFSetField(tiff.get(), TIFFTAG_IMAGELENGTH, kFlatHeight);
+    TIFFSetField(tiff.get(), TIFFTAG_BITSPERSAMPLE, isPalette ? 8 : 16);
+    TIFFSetField(tiff.get(), TIFFTAG_SAMPLESPERPIXEL, isPalette ? 1 : 3);
+    TIFFSetField(tiff.get(), TIFFTAG_PHOTOMETRIC, isPalette ? PHOTOMETRIC_PALETTE : PHOTOMETRIC_RGB);
+    TIFFSetField(tiff.get(), TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+    TIFFSetField(tiff.get(), TIFFTAG_COMPRESSION, compression);
+    TIFFSetField(tiff.get(), TIFFTAG_ROWSPERSTRIP, rows);
+    std::vector<std::uint16_t> green(256);
+    green[0] = 0x8000;
+    const std::vector<std::uint16_t> none(256);
+    if (isPalette) TIFFSetField(tiff.get(), TIFFTAG_COLORMAP, none.data(), green.data(), none.data());
+    std::vector<std::uint8_t> row(std::size_t{kFlatWidth} * (isPalette ? 1 : 6));
+    for (std::uint32_t y = 0; y < kFlatHeight; ++y) ASSERT_EQ(TIFFWriteScanline(tiff.get(), row.data(), y, 0), 1);
+}
+
+void SaveFlatJpeg(const std::filesystem::path& path, bool isProgressive) {
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "wb"), std::fclose);
+    ASSERT_TRUE(file);
+    jpeg_compress_struct codec{};
+    jpeg_error_mgr errors{};
+    codec.err = jpeg_std_error(&errors);
+    jpeg_create_compress(&codec);
+    jpeg_stdio_dest(&codec, file.get());
+    codec.image_width = kFlatWidth;
+    codec.image_height = kFlatHeight;
+    codec.input_components = 3;
+    codec.in_color_space = JCS_RGB;
+    jpeg_set_defaults(&codec);
+    codec.optimize_coding = TRUE;
+    if (isProgressive) jpeg_simple_progression(&codec);
+    jpeg_start_compress(&codec, TRUE);
+    std::vector<std::uint8_t> line(std::size_t{kFlatWidth} * 3, 128);
+    JSAMPROW row = line.data();
+    while (codec.next_scanline < codec.image_height) jpeg_write_scanlines(&codec, &row, 1);
+    jpeg_finish_compress(&codec);
+    jpeg_destroy_compress(&codec);
+}
+
+TEST(FlatPicture, IsReadHoweverSmallItsFileIs) {
+    const test::TemporaryFolder folder;
+    const std::filesystem::path path = folder.Path() / "flat";
+    const auto expectRead = [&](std::int32_t format) {
+        ASSERT_FALSE(testing::Test::HasFatalFailure());
+        const Image image = test::LoadFile(path);
+        ASSERT_TRUE(image) << test::LastReason();
+        EXPECT_EQ(image->Format, format);
+        EXPECT_EQ(image->Width, kFlatWidth);
+        EXPECT_EQ(image->Height, kFlatHeight);
+    };
+    for (const std::int32_t format : {KyiFormatGray16, KyiFormatBgr24, KyiFormatBgr48}) {
+        SCOPED_TRACE(format);
+        const Image flat(KyiAllocImageData(kFlatWidth, kFlatHeight, format));
+        KyiFill(flat.get(), 0, 0, 0);
+        const std::filesystem::path png = folder.Path() / "flat.png";
+        ASSERT_TRUE(test::SaveFile(png, *flat));
+        EXPECT_LT(std::filesystem::file_size(png) * 500, static_cast<std::uint64_t>(flat->LineBytes) * kFlatHeight);
+        std::filesystem::rename(png, path);
+        expectRead(format);
+    }
+    for (const bool isPalette : {false, true})
+        for (const int compression : {COMPRESSION_ADOBE_DEFLATE, COMPRESSION_LZW})
+            for (const std::uint32_t rows : {16U, std::uint32_t{kFlatHeight}}) {
+                SCOPED_TRACE(testing::Message() << isPalette << ' ' << compression << ' ' << rows);
+                SaveFlatTiff(path, isPalette, compression, rows);
+                expectRead(isPalette ? KyiFormatBgr24 : KyiFormatBgr48);
+            }
+    for (const bool isProgressive : {false, true}) {
+        SCOPED_TRACE(isProgressive);
+        SaveFlatJpeg(path, isProgressive);
+        expectRead(KyiFormatBgr24);
+    }
 }
 
 TEST(HostilePng, TextsAndProfilesThatGrowWithoutEndAreLeftAlone) {
