@@ -1,14 +1,19 @@
 // The driver's table: opening, initialising, giving up, and what is traced of it.
+#include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 #include <kyfocus/gpu.h>
+#include <kyfocus/session.h>
 
 #include "gpu/cuda_api.h"
 #include "gpu/fake_driver.h"
 #include "gpu/gpu_switches.h"
+#include "gpu/intermediate_code_path.h"
+#include "support/case_files.h"
 #include "support/trace_lines.h"
 
 namespace {
@@ -44,6 +49,37 @@ TEST_F(CudaApi, InitialisesInTheOrderOfTheDriver) {
 }
 
 TEST_F(CudaApi, TakesTheKernelsFromBesideTheProgram) {
+    kyf::CCudaAPI api;
+    api.GetReady();
+    EXPECT_EQ(m_driver->ModulePath, KernelFileBesideTheTest());
+}
+
+/// Kernels of somebody else's in the working folder and wherever the environment points.
+class PlantedKernels {
+  public:
+    PlantedKernels() {
+        std::ofstream(m_folder.Path() / "CUDAKernels.cu.fatbin") << "not these";
+        std::filesystem::current_path(m_folder.Path());
+        for (const char* const name : kVariables) setenv(name, m_folder.Path().c_str(), 1);
+        KyfSetIntermediateCodePath(m_folder.Path().wstring().c_str());
+    }
+    ~PlantedKernels() {
+        for (const char* const name : kVariables) unsetenv(name);
+        kyf::SetIntermediateCodePath(m_codePath.c_str());
+        std::filesystem::current_path(m_before);
+    }
+    PlantedKernels(const PlantedKernels&) = delete;
+    PlantedKernels& operator=(const PlantedKernels&) = delete;
+
+  private:
+    static constexpr const char* kVariables[] = {"CUDA_PATH", "CUDA_HOME", "CUDA_CACHE_PATH", "PWD"};
+    const test::TemporaryFolder m_folder;
+    const std::filesystem::path m_before = std::filesystem::current_path();
+    const std::wstring m_codePath = kyf::IntermediateCodePath();
+};
+
+TEST_F(CudaApi, TakesTheKernelsFromNoOtherPlace) {
+    const PlantedKernels planted;
     kyf::CCudaAPI api;
     api.GetReady();
     EXPECT_EQ(m_driver->ModulePath, KernelFileBesideTheTest());

@@ -1,6 +1,8 @@
 /// A CUDA driver for tests: the thirteen entry points, over host memory, with the kernels compiled for the host. It
 /// checks every argument, keeps account of memory, and fails where a test wants it to.
 ///
+/// A program that finds it tells in the file of KY_FAKE_CUDA_REPORT, a line each, which modules it has asked for.
+///
 /// The library is called libcuda.so.1 by its own account, so that it is the driver of a process that has opened it.
 #ifndef KYFOCUS_TESTS_GPU_FAKE_CUDA_H
 #define KYFOCUS_TESTS_GPU_FAKE_CUDA_H
