@@ -10,6 +10,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 #include "errors.h"
 #include "interruption.h"
@@ -41,14 +42,29 @@ class Move {
 
     /// @return the error number, or 0.
     int Do() {
-        m_isExchange = Rename(m_temporary, m_place, RENAME_EXCHANGE) == 0;
-        if (m_isExchange) return 0;
-        // Nothing is there, or the file system cannot exchange names: then what is there is lost.
-        return Rename(m_temporary, m_place, 0);
+        if (const int error = TakeOverPermissions(); error != 0) return error;
+        const int error = Rename(m_temporary, m_place, RENAME_EXCHANGE);
+        m_isExchange = error == 0;
+        // Nothing is there, or the file system cannot exchange names: then what is there is lost. After any other error
+        // it may be the only whole copy.
+        const bool mayReplace = error == ENOENT || error == EINVAL || error == ENOSYS || error == EOPNOTSUPP;
+        return mayReplace ? Rename(m_temporary, m_place, 0) : error;
     }
     void Undo() const noexcept { Rename(m_place, m_temporary, m_isExchange ? RENAME_EXCHANGE : 0); }
 
   private:
+    /// What only its owner may read stays so when it is made again.
+    int TakeOverPermissions() const noexcept {
+        struct stat old {};
+        struct stat made {};
+        constexpr mode_t kPermissions = S_IRWXU | S_IRWXG | S_IRWXO;
+        if (stat(m_place.c_str(), &old) != 0) return errno == ENOENT ? 0 : errno;
+        if (stat(m_temporary.c_str(), &made) != 0) return errno;
+        // Not every file system has permissions to change.
+        if (((old.st_mode ^ made.st_mode) & kPermissions) == 0) return 0;
+        return chmod(m_temporary.c_str(), old.st_mode & kPermissions) == 0 ? 0 : errno;
+    }
+
     static int Rename(const fs::path& from, const fs::path& to, unsigned flags) noexcept {
         if (flags == 0) return rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
         return renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), flags) == 0 ? 0 : errno;
@@ -105,6 +121,7 @@ void OutputFiles::Write(const fs::path& target, const std::function<void(const f
 void OutputFiles::Commit() {
     WithoutInterruption([this] {
         std::vector<Move> done;
+        done.reserve(m_outputs.size()); // a move that is done can be put down
         for (const Output& output : m_outputs) {
             Move move(output.Temporary, output.Place);
             const int error = move.Do();

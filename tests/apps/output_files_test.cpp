@@ -1,13 +1,37 @@
 #include "output_files.h"
 
+#include <cerrno>
+#include <cstdio>
 #include <fstream>
 #include <iterator>
 
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include "errors.h"
 #include "run_program.h"
 #include "support/case_files.h"
+
+namespace {
+
+/// The exchange of names that fails, counted from 0, and with what.
+struct ExchangeFault {
+    int At = -1;
+    int Error = 0;
+};
+ExchangeFault g_exchangeFault;
+
+} // namespace
+
+// Stands before the system's call.
+extern "C" int renameat2(int fromFolder, const char* from, int toFolder, const char* to, unsigned flags) noexcept {
+    if ((flags & RENAME_EXCHANGE) != 0 && g_exchangeFault.At-- == 0) {
+        errno = g_exchangeFault.Error;
+        return -1;
+    }
+    return static_cast<int>(syscall(SYS_renameat2, fromFolder, from, toFolder, to, flags));
+}
 
 namespace {
 
@@ -63,6 +87,60 @@ TEST(OutputFiles, NameTheTargetWhenAWriteFails) {
         ADD_FAILURE() << "the failure was lost";
     } catch (const app::Failure& failure) {
         EXPECT_EQ(failure.what(), target.native() + ": disk full");
+    }
+}
+
+/// Commits new files a.txt and b.txt over old ones, with one exchange failing.
+void CommitBoth(const fs::path& folder, ExchangeFault fault) {
+    const Names names = {"a.txt", "b.txt"};
+    for (const std::string& name : names) WriteText(folder / name, "old " + name);
+    app::OutputFiles outputs;
+    for (const std::string& name : names) outputs.Add(folder / name);
+    for (const std::string& name : names)
+        outputs.Write(folder / name, [&](const fs::path& path) { WriteText(path, "new " + name); });
+    g_exchangeFault = fault;
+    outputs.Commit();
+}
+
+// It may be the only whole copy of what is there.
+TEST(OutputFiles, SpareWhatIsThereWhenAnExchangeFails) {
+    for (const int error : {EIO, EACCES, EPERM, EROFS, ENOSPC})
+        for (const int at : {0, 1}) {
+            SCOPED_TRACE(std::to_string(error) + " at " + std::to_string(at));
+            const test::TemporaryFolder folder;
+            EXPECT_THROW(CommitBoth(folder.Path(), {at, error}), app::Failure);
+            EXPECT_EQ(ReadText(folder.Path() / "a.txt"), "old a.txt");
+            EXPECT_EQ(ReadText(folder.Path() / "b.txt"), "old b.txt");
+            EXPECT_EQ(test::EntryNames(folder.Path()), (Names{"a.txt", "b.txt"}));
+        }
+}
+
+TEST(OutputFiles, ReplaceWhatIsThereWhereNamesCannotBeExchanged) {
+    for (const int error : {EINVAL, ENOSYS, EOPNOTSUPP}) {
+        SCOPED_TRACE(error);
+        const test::TemporaryFolder folder;
+        CommitBoth(folder.Path(), {1, error});
+        EXPECT_EQ(ReadText(folder.Path() / "a.txt"), "new a.txt");
+        EXPECT_EQ(ReadText(folder.Path() / "b.txt"), "new b.txt");
+    }
+}
+
+TEST(OutputFiles, TakeOverThePermissionsOfWhatTheyReplace) {
+    const test::TemporaryFolder folder;
+    for (const fs::perms permissions :
+         {fs::perms::owner_read | fs::perms::owner_write, fs::perms::owner_read, fs::perms::all}) {
+        const fs::path file = folder.Path() / "a.txt";
+        fs::remove(file);
+        WriteText(file, "old");
+        fs::permissions(file, permissions);
+        fs::create_symlink(file, folder.Path() / "link");
+        app::OutputFiles outputs;
+        outputs.Add(folder.Path() / "link");
+        outputs.Write(folder.Path() / "link", [](const fs::path& path) { WriteText(path, "new"); });
+        outputs.Commit();
+        EXPECT_EQ(ReadText(file), "new");
+        EXPECT_EQ(fs::status(file).permissions(), permissions);
+        fs::remove(folder.Path() / "link");
     }
 }
 
