@@ -3,11 +3,11 @@
 #include "platform/text.h"
 
 #include <array>
+#include <climits>
 #include <cstddef>
 #include <cstdlib>
 #include <dirent.h>
 #include <fcntl.h>
-#include <memory>
 #include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -17,12 +17,9 @@ namespace platform {
 namespace {
 
 constexpr std::size_t kEntriesPerSearch = 256;
+constexpr std::size_t kBytesPerRead = 4096; // of entries, each of at most 280
 constexpr useconds_t kPauseMicroseconds = 2000;
 constexpr mode_t kOwnerOnly = 0700;
-
-struct CloseFolder {
-    void operator()(DIR* folder) const noexcept { closedir(folder); }
-};
 
 // `variable` names the base folder; without it the base is `belowHome` in the home folder.
 std::wstring FolderOfMaker(const char* variable, const char* belowHome, const char* name) {
@@ -37,7 +34,7 @@ std::wstring FolderOfMaker(const char* variable, const char* belowHome, const ch
 }
 
 // A link counts as itself, whatever it points to.
-bool IsFolder(int folder, const dirent& entry) {
+bool IsFolder(int folder, const dirent64& entry) {
     if (entry.d_type != DT_UNKNOWN) return entry.d_type == DT_DIR;
     struct stat state {};
     return fstatat(folder, entry.d_name, &state, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(state.st_mode);
@@ -49,25 +46,27 @@ bool IsExistingFolder(const std::string& path) {
 }
 
 struct Batch {
-    std::size_t Found;
-    std::size_t Deleted;
+    std::size_t Found = 0;
+    std::size_t Deleted = 0;
 };
 
-/// One search from the start, then the deletions.
-Batch DeleteOneBatch(const std::string& folder, std::string_view part) {
-    const std::unique_ptr<DIR, CloseFolder> search(opendir(folder.c_str()));
-    if (!search) return {0, 0};
-    std::array<std::string, kEntriesPerSearch> names;
-    std::size_t count = 0;
-    while (count < names.size()) {
-        const dirent* const entry = readdir(search.get());
-        if (!entry) break;
-        if (std::string_view(entry->d_name).find(part) == std::string_view::npos) continue;
-        if (!IsFolder(dirfd(search.get()), *entry)) names[count++] = entry->d_name;
+/// One search from the start, each entry deleted as it is found. One that the search misses for the gaps that this
+/// makes in the folder is found by the next.
+Batch DeleteOneBatch(int folder, std::string_view part) noexcept {
+    Batch batch;
+    alignas(dirent64) std::array<char, kBytesPerRead> entries;
+    lseek(folder, 0, SEEK_SET);
+    for (ssize_t bytes = 1; bytes > 0 && batch.Found < kEntriesPerSearch;) {
+        bytes = getdents64(folder, entries.data(), entries.size());
+        for (ssize_t at = 0; at < bytes && batch.Found < kEntriesPerSearch;) {
+            const auto& entry = *reinterpret_cast<const dirent64*>(entries.data() + at);
+            at += entry.d_reclen;
+            if (std::string_view(entry.d_name).find(part) == std::string_view::npos) continue;
+            if (IsFolder(folder, entry)) continue;
+            ++batch.Found;
+            if (unlinkat(folder, entry.d_name, 0) == 0) ++batch.Deleted;
+        }
     }
-    Batch batch{count, 0};
-    for (std::size_t i = 0; i < count; ++i)
-        if (unlinkat(dirfd(search.get()), names[i].c_str(), 0) == 0) ++batch.Deleted;
     return batch;
 }
 
@@ -87,14 +86,19 @@ bool MakeFolders(const wchar_t* folder) {
     return IsExistingFolder(path);
 }
 
-void DeleteFilesContaining(const wchar_t* folder, const wchar_t* part) {
+void DeleteFilesContaining(const wchar_t* folder, const wchar_t* part) noexcept {
     if (!folder || !part || !*folder || !*part) return;
-    const std::string path = ToUtf8(folder);
-    const std::string wanted = ToUtf8(part);
-    for (Batch batch = DeleteOneBatch(path, wanted); batch.Found > 0; batch = DeleteOneBatch(path, wanted)) {
+    std::array<char, PATH_MAX> path;
+    std::array<char, NAME_MAX + 1> wanted;
+    if (!ToUtf8(folder, path) || !ToUtf8(part, wanted)) return; // longer than any name that the system opens
+    const int search = open(path.data(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (search < 0) return;
+    for (Batch batch = DeleteOneBatch(search, wanted.data()); batch.Found > 0;
+         batch = DeleteOneBatch(search, wanted.data())) {
         // What cannot be deleted now may be held for long; leave the processor to its holder.
         if (batch.Deleted == 0) usleep(kPauseMicroseconds);
     }
+    close(search);
 }
 
 } // namespace platform

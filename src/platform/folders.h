@@ -18,10 +18,10 @@ std::wstring IntermediateCodeFolder();
 /// @return false when there is none afterwards, and for a null or empty path.
 bool MakeFolders(const wchar_t* folder);
 
-/// Deletes the plain entries (no folders) of `folder` whose name contains `part`. Goes on until a search finds none, at
-/// most 256 entries a search; an entry that cannot be deleted is found again, so that the call lasts as long as it
-/// stays. A null or empty argument ends it at once.
-void DeleteFilesContaining(const wchar_t* folder, const wchar_t* part);
+/// Deletes the plain entries (no folders) of `folder` whose name contains `part`. Goes on until a search finds none,
+/// some 256 entries a search; an entry that cannot be deleted is found again, so that the call lasts as long as it
+/// stays. A null or empty argument ends it at once, as does a folder that cannot be opened. Needs no memory.
+void DeleteFilesContaining(const wchar_t* folder, const wchar_t* part) noexcept;
 
 } // namespace platform
 

@@ -16,23 +16,21 @@ bool IsStandIn(std::uint32_t code) { return code >= kStandIn + 0x80 && code <= k
 
 bool IsCharacter(std::uint32_t code) { return code < 0xD800 || (code > 0xDFFF && code <= 0x10FFFF); }
 
-void AppendCharacter(std::string& out, std::uint32_t code) {
-    const auto tail = [&](int shift) { out += static_cast<char>(0x80 | ((code >> shift) & 0x3F)); };
-    if (code < 0x80) {
-        out += static_cast<char>(code);
-    } else if (code < 0x800) {
-        out += static_cast<char>(0xC0 | (code >> 6));
-        tail(0);
-    } else if (code < 0x10000) {
-        out += static_cast<char>(0xE0 | (code >> 12));
-        tail(6);
-        tail(0);
-    } else {
-        out += static_cast<char>(0xF0 | (code >> 18));
-        tail(12);
-        tail(6);
-        tail(0);
-    }
+/// The bytes of one character of a wide text, at most 4.
+struct Bytes {
+    char Values[4];
+    std::size_t Count;
+};
+
+Bytes EncodeCharacter(wchar_t character) {
+    const auto given = static_cast<std::uint32_t>(character);
+    if (IsStandIn(given)) return {{static_cast<char>(given - kStandIn)}, 1};
+    const std::uint32_t code = IsCharacter(given) ? given : kReplacement;
+    const auto tail = [code](int shift) { return static_cast<char>(0x80 | ((code >> shift) & 0x3F)); };
+    if (code < 0x80) return {{static_cast<char>(code)}, 1};
+    if (code < 0x800) return {{static_cast<char>(0xC0 | (code >> 6)), tail(0)}, 2};
+    if (code < 0x10000) return {{static_cast<char>(0xE0 | (code >> 12)), tail(6), tail(0)}, 3};
+    return {{static_cast<char>(0xF0 | (code >> 18)), tail(12), tail(6), tail(0)}, 4};
 }
 
 // Bytes of the sequence that a first byte announces; 0 for a byte that starts none.
@@ -67,14 +65,22 @@ Decoded Decode(std::string_view text) {
 std::string ToUtf8(std::wstring_view text) {
     std::string out;
     out.reserve(text.size());
-    for (const wchar_t c : text) {
-        const auto code = static_cast<std::uint32_t>(c);
-        if (IsStandIn(code))
-            out += static_cast<char>(code - kStandIn);
-        else
-            AppendCharacter(out, IsCharacter(code) ? code : kReplacement);
+    for (const wchar_t character : text) {
+        const Bytes bytes = EncodeCharacter(character);
+        out.append(bytes.Values, bytes.Count);
     }
     return out;
+}
+
+bool ToUtf8(std::wstring_view text, std::span<char> out) noexcept {
+    std::size_t length = 0;
+    for (const wchar_t character : text) {
+        const Bytes bytes = EncodeCharacter(character);
+        if (bytes.Count >= out.size() - length) return false;
+        for (std::size_t i = 0; i < bytes.Count; ++i) out[length++] = bytes.Values[i];
+    }
+    out[length] = '\0';
+    return true;
 }
 
 std::wstring ToWide(std::string_view text) {

@@ -1,7 +1,6 @@
 // From a raw block to a session and back.
 #include <cstddef>
 #include <cwchar>
-#include <exception>
 #include <memory>
 
 #include "platform/folders.h"
@@ -14,15 +13,6 @@ std::unique_ptr<wchar_t[]> CopyFolder(const wchar_t* folder) {
     auto copy = std::make_unique<wchar_t[]>(KyfMaxPath);
     if (folder != nullptr) std::wcsncpy(copy.get(), folder, KyfMaxPath - 1);
     return copy;
-}
-
-void SweepTempFolder(const KyfFocusComposition& session) noexcept {
-    if (session.TempFolder == nullptr) return;
-    try {
-        platform::DeleteFilesContaining(session.TempFolder, L"MFocusTemp");
-    } catch (const std::exception&) {
-        // Out of memory for a path: the files stay, the session still ends.
-    }
 }
 
 /// Takes the signature out of a block that goes back to the heap. The writes are volatile, since they look useless: a
@@ -73,7 +63,7 @@ KyfResult KyfFocusInitialize(KyfFocusComposition* session, const KyfFocusInitial
 void KyfFocusTerminate(KyfFocusComposition* session) {
     if (session == nullptr) return;
     if (kyf::IsSession(session)) { // in any other block nothing is trusted
-        SweepTempFolder(*session);
+        if (session->TempFolder != nullptr) platform::DeleteFilesContaining(session->TempFolder, L"MFocusTemp");
         kyf::ReleaseOwnedFields(*session);
     }
     *session = KyfFocusComposition{};
