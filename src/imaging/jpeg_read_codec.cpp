@@ -15,20 +15,20 @@ class JpegReader {
     explicit JpegReader(platform::InputFile& file) : m_file(file), m_input(file) {
         m_codec.err = m_errors.Install();
         m_codec.client_data = this;
-        Do([this] { jpeg_create_decompress(&m_codec); });
     }
     ~JpegReader() { jpeg_destroy_decompress(&m_codec); }
     JpegReader(const JpegReader&) = delete;
     JpegReader& operator=(const JpegReader&) = delete;
 
     OwnedImage Load() {
+        Do([this] { jpeg_create_decompress(&m_codec); }); // after a constructor's exception nothing would destroy it
         SetCallbacks();
         Do([this] { jpeg_read_header(&m_codec, TRUE); });
         const std::int32_t format = ChooseFormat();
         const auto width = static_cast<std::int64_t>(m_codec.image_width);
         const auto height = static_cast<std::int64_t>(m_codec.image_height);
         CheckImageSize(width, height, 3);
-        CheckDecodedBytes(static_cast<std::uint64_t>(width * height * m_codec.num_components), m_file.Size());
+        CheckHeldBytes(ImageBytes(width, height, format) + CoefficientBytes(), m_file.Size());
         OwnedImage image = NewImage(width, height, format);
         if (m_codec.out_color_space == JCS_CMYK) m_cmykRow.resize(static_cast<std::size_t>(width) * 4);
         Do([&] { ReadRows(*image); });

@@ -14,7 +14,6 @@ class JpegWriter {
     explicit JpegWriter(platform::FileReplacement& file) : m_file(file), m_buffer(kFileBufferBytes) {
         m_codec.err = m_errors.Install();
         m_codec.client_data = this;
-        if (!m_errors.Try([this] { jpeg_create_compress(&m_codec); })) throw FileError(m_errors.Text());
     }
     ~JpegWriter() { jpeg_destroy_compress(&m_codec); }
     JpegWriter(const JpegWriter&) = delete;
@@ -22,6 +21,7 @@ class JpegWriter {
 
     void Save(const KyiImageData& image) {
         const bool encoded = m_errors.Try([&] {
+            jpeg_create_compress(&m_codec); // not in the constructor, after whose exceptions nothing destroys it
             SetUp(image);
             jpeg_start_compress(&m_codec, TRUE);
             for (std::int32_t y = 0; y < image.Height; ++y) {
