@@ -1,5 +1,6 @@
 #include "height_files.h"
 
+#include <array>
 #include <cerrno>
 #include <charconv>
 #include <cmath>
@@ -10,14 +11,17 @@
 #include <optional>
 #include <sstream>
 #include <string_view>
+#include <utility>
 
 #include "errors.h"
+#include "parameter_file.h"
 
 namespace app {
 namespace {
 
 namespace fs = std::filesystem;
 constexpr std::string_view kBlanks = " \t\r\v\f";
+constexpr std::size_t kLargestText = std::size_t{64} << 20; // a device may have no end
 
 /// One line with content.
 struct HeightLine {
@@ -51,7 +55,8 @@ HeightLine ParseLine(std::string_view content, const std::string& shownName, std
     const std::string_view last = isBare ? content : Trim(content.substr(split + 1));
     const std::optional<double> height = ParseNumber(last);
     if (!height) {
-        const std::string found = last.empty() ? "nothing" : std::string("'").append(last).append("'");
+        const std::string found =
+            last.empty() ? "nothing" : std::string("'").append(ShownText(std::string(last))).append("'");
         FailAt(shownName, number, found + " where a height is expected: a number, or a frame's name and a number");
     }
     std::string name(isBare ? std::string_view() : Trim(content.substr(0, split)));
@@ -59,19 +64,25 @@ HeightLine ParseLine(std::string_view content, const std::string& shownName, std
     return {number, std::move(name), *height};
 }
 
-std::vector<HeightLine> ParseLines(const std::string& text, const std::string& shownName) {
-    std::vector<HeightLine> lines;
+struct HeightLines {
+    std::vector<HeightLine> First; // as many as were asked for
+    std::size_t Count = 0;         // of all
+};
+
+HeightLines ParseLines(const std::string& text, const std::string& shownName, std::size_t most) {
+    HeightLines lines;
     constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF"; // spreadsheets put it in front of a CSV file
     std::istringstream stream(text.starts_with(kByteOrderMark) ? text.substr(kByteOrderMark.size()) : text);
     std::size_t number = 0;
     for (std::string line; std::getline(stream, line);) {
         ++number;
         const std::string_view content = Trim(std::string_view(line).substr(0, line.find('#')));
-        if (!content.empty()) lines.push_back(ParseLine(content, shownName, number));
+        if (content.empty()) continue;
+        HeightLine read = ParseLine(content, shownName, number);
+        if (lines.Count++ > 0 && read.Name.empty() != lines.First.front().Name.empty())
+            FailAt(shownName, number, "lines with and without a frame's name are mixed");
+        if (lines.First.size() < most) lines.First.push_back(std::move(read));
     }
-    for (const HeightLine& line : lines)
-        if (line.Name.empty() != lines.front().Name.empty())
-            FailAt(shownName, line.Number, "lines with and without a frame's name are mixed");
     return lines;
 }
 
@@ -86,10 +97,11 @@ std::vector<std::size_t> MatchNames(const std::vector<HeightLine>& lines, const 
         for (std::size_t frame = 0; frame < frames.size(); ++frame) {
             if (frames[frame].filename() != line.Name && frames[frame] != line.Name) continue;
             isFrame = true;
-            if (lineOfFrame[frame] != kNone) FailAt(shownName, line.Number, "second height for " + line.Name);
+            if (lineOfFrame[frame] != kNone)
+                FailAt(shownName, line.Number, "second height for " + ShownText(line.Name));
             lineOfFrame[frame] = index;
         }
-        if (!isFrame) FailAt(shownName, line.Number, "no frame is named " + line.Name);
+        if (!isFrame) FailAt(shownName, line.Number, "no frame is named " + ShownText(line.Name));
     }
     for (std::size_t frame = 0; frame < frames.size(); ++frame)
         if (lineOfFrame[frame] == kNone)
@@ -101,7 +113,9 @@ std::vector<std::size_t> MatchNames(const std::vector<HeightLine>& lines, const 
 
 std::vector<double> ParseHeights(const std::string& text, const std::string& shownName,
                                  const std::vector<fs::path>& frames) {
-    const std::vector<HeightLine> lines = ParseLines(text, shownName);
+    // One too many tells as much as all of them, which can be many more than there are frames.
+    const HeightLines all = ParseLines(text, shownName, frames.size() + 1);
+    const std::vector<HeightLine>& lines = all.First;
     std::vector<double> heights;
     heights.reserve(frames.size());
     if (!lines.empty() && !lines.front().Name.empty()) {
@@ -109,7 +123,7 @@ std::vector<double> ParseHeights(const std::string& text, const std::string& sho
         return heights;
     }
     if (lines.size() != frames.size())
-        throw Failure(shownName + ": " + std::to_string(lines.size()) + " heights, expected " +
+        throw Failure(shownName + ": " + std::to_string(all.Count) + " heights, expected " +
                       std::to_string(frames.size()) + ", one a frame");
     for (const HeightLine& line : lines) heights.push_back(line.Height);
     return heights;
@@ -120,7 +134,12 @@ std::vector<double> ReadHeights(const fs::path& file, const std::vector<fs::path
     if (fs::is_directory(file, error)) throw Failure(file.native() + ": is a folder, expected a file with heights");
     std::ifstream stream(file, std::ios::binary);
     if (!stream) throw Failure(file.native() + ": heights cannot be read: " + std::strerror(errno));
-    const std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    std::string text;
+    for (std::array<char, 65536> piece{}; stream.read(piece.data(), piece.size()) || stream.gcount() > 0;) {
+        text.append(piece.data(), static_cast<std::size_t>(stream.gcount()));
+        if (text.size() > kLargestText)
+            throw Failure(file.native() + ": too large for heights, expected at most 64 MiB");
+    }
     if (stream.bad()) throw Failure(file.native() + ": heights cannot be read to the end");
     return ParseHeights(text, file.native(), frames);
 }

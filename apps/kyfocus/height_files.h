@@ -16,7 +16,7 @@ namespace app {
 std::vector<double> ParseHeights(const std::string& text, const std::string& shownName,
                                  const std::vector<std::filesystem::path>& frames);
 
-/// As ParseHeights, from a file.
+/// As ParseHeights, from a file or a pipe, of at most 64 MiB.
 std::vector<double> ReadHeights(const std::filesystem::path& file, const std::vector<std::filesystem::path>& frames);
 
 /// start, start + step, start + 2 step, ...

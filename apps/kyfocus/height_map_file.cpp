@@ -29,14 +29,34 @@ bool HoldsHeights(TIFF* tiff) {
     return bits == 32 && samples == 1 && kind == SAMPLEFORMAT_IEEEFP;
 }
 
+/// What is compressed may hold this for each byte of the file: deflate and LZW make up to 1400 bytes of one, and a
+/// float becomes a double.
+constexpr std::uint64_t kMostBytesPerFileByte = 3072;
+constexpr std::uint64_t kAlwaysAllowedBytes = std::uint64_t{16} << 20;
+
+/// libtiff reads all bytes of a strip, and strips may share them.
+std::uint64_t PackedBytes(TIFF* tiff, std::uint64_t most) {
+    std::uint64_t bytes = 0;
+    for (std::uint32_t strip = 0; strip < TIFFNumberOfStrips(tiff) && bytes <= most; ++strip) {
+        const std::uint64_t here = TIFFGetStrileByteCount(tiff, strip);
+        if (here == 0) break; // none behind it is read
+        bytes += std::min(here, most);
+    }
+    return bytes;
+}
+
 /// Refuses a file that is too short for its size before memory is taken.
-void CheckLength(TIFF* tiff, const std::filesystem::path& file, std::uint64_t bytes) {
-    constexpr std::uint64_t kMostCompression = 2048; // deflate reaches 1032
+void CheckLength(TIFF* tiff, const std::filesystem::path& file, std::uint64_t pixels) {
     std::uint16_t compression = 0;
     TIFFGetFieldDefaulted(tiff, TIFFTAG_COMPRESSION, &compression);
     std::error_code error;
     const std::uint64_t length = std::filesystem::file_size(file, error);
-    if (error || bytes / (compression == COMPRESSION_NONE ? 1 : kMostCompression) > length) Fail(file, "cut short");
+    if (error || (compression == COMPRESSION_NONE && pixels * sizeof(float) > length)) Fail(file, "cut short");
+    const std::uint64_t most =
+        std::max(kAlwaysAllowedBytes, std::min(length, std::uint64_t{1} << 40) * kMostBytesPerFileByte);
+    if (compression != COMPRESSION_NONE && pixels * sizeof(double) > most)
+        Fail(file, "claims far more heights than the file can hold");
+    if (PackedBytes(tiff, most) > most) Fail(file, "damaged: strips that share their bytes");
 }
 
 HeightMap EmptyMap(TIFF* tiff, const std::filesystem::path& file) {
@@ -46,7 +66,7 @@ HeightMap EmptyMap(TIFF* tiff, const std::filesystem::path& file) {
     TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &height);
     constexpr std::uint64_t kMostPixels = std::numeric_limits<std::int32_t>::max() / sizeof(float);
     if (width == 0 || height == 0 || std::uint64_t{width} * height > kMostPixels) Fail(file, "size out of range");
-    CheckLength(tiff, file, std::uint64_t{width} * height * sizeof(float));
+    CheckLength(tiff, file, std::uint64_t{width} * height);
     HeightMap map{static_cast<int>(width), static_cast<int>(height), {}};
     map.Values.resize(std::size_t{width} * height);
     return map;

@@ -18,7 +18,8 @@ struct HeightMap {
 /// Whether the file is a TIFF of one 32-bit float sample a pixel. False also for a file that can't be read.
 bool IsHeightMapFile(const std::filesystem::path& file);
 
-/// Throws Failure, naming the file and the reason, when it is no such TIFF, damaged or cut short.
+/// Throws Failure, naming the file and the reason, when it is no such TIFF, damaged or cut short. A compressed one may
+/// become 3072 bytes of Values for each byte of its file, or 16 MiB where that is more.
 HeightMap LoadHeightMap(const std::filesystem::path& file);
 
 /// The unit of the heights that the file's description tells, as SaveHeightMap's callers write it: what follows "unit="

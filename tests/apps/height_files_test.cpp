@@ -69,6 +69,40 @@ TEST(ParseHeights, RefusesLinesWithAndWithoutNames) {
     EXPECT_EQ(MessageOf("f_1.png 1\n2\n"), "z.txt:2: lines with and without a frame's name are mixed");
 }
 
+TEST(ParseHeights, ShowsOfAWrongTextSoMuchAsOneLineTakes) {
+    EXPECT_EQ(MessageOf("\x1B[31m" + std::string(100000, 'x')),
+              "z.txt:1: '?[31m" + std::string(35, 'x') +
+                  "...' where a height is expected: a number, or a frame's name and a number");
+    EXPECT_EQ(MessageOf(std::string(100000, 'x') + " 1"), "z.txt:1: no frame is named " + std::string(40, 'x') + "...");
+}
+
+TEST(ParseHeights, CountsAllLines) {
+    std::string text;
+    for (int i = 0; i < 100000; ++i) text += "1\n";
+    EXPECT_EQ(MessageOf(text), "z.txt: 100000 heights, expected 3, one a frame");
+    EXPECT_EQ(MessageOf(text + "f_1.png 1\n"), "z.txt:100001: lines with and without a frame's name are mixed");
+}
+
+TEST(ReadHeights, ReadsNoTextWithoutEnd) {
+    const test::TemporaryFolder folder;
+    const std::filesystem::path file = folder.Path() / "z.txt";
+    const auto messageOf = [](const std::filesystem::path& path) -> std::string {
+        try {
+            app::ReadHeights(path, kFrames);
+        } catch (const app::Failure& failure) {
+            return failure.what();
+        }
+        return "no failure";
+    };
+    constexpr std::uintmax_t kMost = std::uintmax_t{64} << 20;
+    std::ofstream(file) << "1\n2\n3\n#";
+    std::filesystem::resize_file(file, kMost);
+    EXPECT_EQ(app::ReadHeights(file, kFrames), (Heights{1, 2, 3}));
+    std::filesystem::resize_file(file, kMost + 1);
+    EXPECT_EQ(messageOf(file), file.native() + ": too large for heights, expected at most 64 MiB");
+    EXPECT_EQ(messageOf("/dev/zero"), "/dev/zero: too large for heights, expected at most 64 MiB");
+}
+
 TEST(ReadHeights, ReadsAFileAndNamesItWhenItCannot) {
     const test::TemporaryFolder folder;
     const std::filesystem::path file = folder.Path() / "z.txt";

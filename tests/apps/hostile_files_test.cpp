@@ -7,13 +7,17 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <kyfocus/settings.h>
 #include <sys/stat.h>
 #include <tiffio.h>
 
 #include "errors.h"
+#include "height_files.h"
 #include "height_map_file.h"
 #include "images.h"
 #include "npy_file.h"
+#include "parameter_file.h"
+#include "parameter_keys.h"
 #include "run_program.h"
 #include "support/case_files.h"
 #include "support/images.h"
@@ -227,6 +231,214 @@ TEST_F(HostileFiles, OfHeightsAreReadWithoutBeingMapped) {
     while (read < 200 && TIFFReadScanline(tiff.Get(), row.data(), static_cast<std::uint32_t>(read), 0) == 1) ++read;
     EXPECT_LT(read, 200);
     EXPECT_NE(tiff.Reason(), "");
+}
+
+// ---- heights: sizes, what grows when it is unpacked, what is cut
+
+/// Appends a number in little-endian order.
+void Put(std::string& bytes, std::uint64_t value, int count) {
+    for (; count > 0; --count, value >>= 8) bytes += static_cast<char>(value & 0xFFU);
+}
+
+/// Heights in strips of one row which all lie in the same `packed` bytes.
+std::string StripsOf(std::uint32_t width, std::uint32_t height, std::uint32_t compression, const std::string& packed) {
+    constexpr std::uint32_t kStart = 8;
+    const std::uint64_t offsets = kStart + packed.size();
+    const std::uint64_t counts = offsets + 4 * std::uint64_t{height};
+    std::string file("II*\0", 4);
+    Put(file, counts + 4 * std::uint64_t{height}, 4);
+    file += packed;
+    for (std::uint32_t i = 0; i < height; ++i) Put(file, kStart, 4);
+    for (std::uint32_t i = 0; i < height; ++i) Put(file, packed.size(), 4);
+    struct Entry {
+        std::uint32_t Tag;
+        std::uint64_t Value;
+        std::uint32_t Count = 1;
+    };
+    const std::vector<Entry> entries = {{TIFFTAG_IMAGEWIDTH, width},
+                                        {TIFFTAG_IMAGELENGTH, height},
+                                        {TIFFTAG_BITSPERSAMPLE, 32},
+                                        {TIFFTAG_COMPRESSION, compression},
+                                        {TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK},
+                                        {TIFFTAG_STRIPOFFSETS, offsets, height},
+                                        {TIFFTAG_SAMPLESPERPIXEL, 1},
+                                        {TIFFTAG_ROWSPERSTRIP, 1},
+                                        {TIFFTAG_STRIPBYTECOUNTS, counts, height},
+                                        {TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_IEEEFP}};
+    Put(file, entries.size(), 2);
+    for (const Entry& entry : entries) {
+        Put(file, entry.Tag, 2);
+        Put(file, entry.Count == 1 && entry.Value < 65536 ? TIFF_SHORT : TIFF_LONG, 2);
+        Put(file, entry.Count, 4);
+        Put(file, entry.Value, 4);
+    }
+    Put(file, 0, 4);
+    return file;
+}
+
+std::string RefusalOf(const std::string& path) {
+    try {
+        app::LoadHeightMap(path);
+    } catch (const app::Failure& failure) {
+        return failure.what();
+    }
+    return "none";
+}
+
+/// Overwrites a number of 16 or 32 bits in the first directory.
+void SetTag(std::string& file, std::uint32_t tag, std::uint32_t value) {
+    std::size_t directory = 0;
+    for (std::size_t i = 8; i-- > 4;) directory = directory << 8 | static_cast<std::uint8_t>(file.at(i));
+    std::string start;
+    Put(start, tag, 2);
+    std::size_t at = directory + 2;
+    while (file.compare(at, 2, start) != 0) at += 12;
+    std::string entry = start;
+    Put(entry, TIFF_LONG, 2);
+    Put(entry, 1, 4);
+    Put(entry, value, 4);
+    file.replace(at, 12, entry);
+}
+
+TEST_F(HostileFiles, OfHeightsOfSizesThatCannotBeAreRefused) {
+    app::SaveHeightMap(Path("good.tif"), {3, 2, {0, 1, 2, 3, 4, 5}}, "");
+    for (const std::uint32_t tag : {TIFFTAG_IMAGEWIDTH, TIFFTAG_IMAGELENGTH})
+        for (const std::uint32_t size : {0U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFEU, 0xFFFFFFFFU}) {
+            SCOPED_TRACE(testing::Message() << "tag " << tag << ", " << size);
+            std::string file = Read("good.tif");
+            SetTag(file, TIFFTAG_ROWSPERSTRIP, 0xFFFFFFFFU); // of any height
+            SetTag(file, tag, size);
+            Write("size.tif", file);
+            const std::string refusal = RefusalOf(Path("size.tif"));
+            EXPECT_TRUE(refusal.starts_with(Path("size.tif") + ": ")) << refusal;
+            if (size != 0) { // on which libtiff has a word of its own
+                EXPECT_EQ(refusal, Path("size.tif") + ": size out of range");
+            }
+            ExpectRefused({"noisecut", Path("size.tif"), Path("good.png"), "-o", Out("cut.tif")}, "size.tif");
+        }
+}
+
+TEST_F(HostileFiles, OfHeightsFarLargerThanTheFileAreRefused) {
+    const std::string claim = "claims far more heights than the file can hold";
+    // 8 bytes a height, below 16 MiB or 3072 times the file.
+    Write("claim.tif", StripsOf(200'000, 10, COMPRESSION_ADOBE_DEFLATE, "nothing packed"));
+    EXPECT_EQ(RefusalOf(Path("claim.tif")).find(claim), std::string::npos) << RefusalOf(Path("claim.tif"));
+    Write("claim.tif", StripsOf(210'000, 10, COMPRESSION_ADOBE_DEFLATE, "nothing packed"));
+    EXPECT_NE(RefusalOf(Path("claim.tif")).find(claim), std::string::npos) << RefusalOf(Path("claim.tif"));
+    ExpectRefused({"compare", Path("claim.tif"), Path("claim.tif")}, "claim.tif");
+    Write("claim.tif", StripsOf(4'000'000, 10, COMPRESSION_LZW, std::string(100'000, '\0')));
+    EXPECT_NE(RefusalOf(Path("claim.tif")).find(claim), std::string::npos) << RefusalOf(Path("claim.tif"));
+    // Each of the strips would be read as a whole.
+    for (const std::uint32_t compression : {COMPRESSION_NONE, COMPRESSION_LZW}) {
+        Write("shared.tif", StripsOf(1, 10'000, compression, std::string(900'000, '\0')));
+        EXPECT_NE(RefusalOf(Path("shared.tif")).find("strips that share their bytes"), std::string::npos)
+            << RefusalOf(Path("shared.tif"));
+    }
+}
+
+TEST_F(HostileFiles, AreNotTakenForFlatHeights) {
+    constexpr std::uint32_t kFlatWidth = 4000;
+    constexpr std::uint32_t kFlatHeight = 3000;
+    for (const int compression : {COMPRESSION_ADOBE_DEFLATE, COMPRESSION_LZW}) {
+        {
+            const std::unique_ptr<TIFF, void (*)(TIFF*)> tiff(TIFFOpen(Path("flat.tif").c_str(), "w"), TIFFClose);
+            ASSERT_TRUE(tiff);
+            TIFFSetField(tiff.get(), TIFFTAG_IMAGEWIDTH, kFlatWidth);
+            TIFFSetField(tiff.get(), TIFFTAG_IMAGELENGTH, kFlatHeight);
+            TIFFSetField(tiff.get(), TIFFTAG_BITSPERSAMPLE, 32);
+            TIFFSetField(tiff.get(), TIFFTAG_SAMPLESPERPIXEL, 1);
+            TIFFSetField(tiff.get(), TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_IEEEFP);
+            TIFFSetField(tiff.get(), TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
+            TIFFSetField(tiff.get(), TIFFTAG_COMPRESSION, compression);
+            TIFFSetField(tiff.get(), TIFFTAG_ROWSPERSTRIP, kFlatHeight);
+            std::vector<float> row(kFlatWidth);
+            for (std::uint32_t y = 0; y < kFlatHeight; ++y)
+                ASSERT_EQ(TIFFWriteScanline(tiff.get(), row.data(), y, 0), 1);
+        }
+        ASSERT_LT(fs::file_size(Path("flat.tif")), std::size_t{kFlatWidth} * kFlatHeight * sizeof(float) / 900);
+        EXPECT_EQ(RefusalOf(Path("flat.tif")), "none") << compression;
+    }
+}
+
+TEST_F(HostileFiles, OfHeightsAreRefusedAtEveryByteThatIsMissing) {
+    const std::vector<double> values = {0, 1, 2, 3, 4, 5};
+    app::SaveHeightMap(Path("good.tif"), {3, 2, values}, "unit=um");
+    const std::string good = Read("good.tif");
+    for (std::size_t bytes = 0; bytes < good.size(); ++bytes) {
+        Write("cut.tif", good.substr(0, bytes));
+        const std::string refusal = RefusalOf(Path("cut.tif"));
+        // The end of the directory, which no reader needs, may be missing.
+        if (bytes + 12 >= good.size() && refusal == "none")
+            EXPECT_EQ(app::LoadHeightMap(Path("cut.tif")).Values, values) << bytes;
+        else
+            EXPECT_TRUE(refusal.starts_with(Path("cut.tif") + ": ")) << bytes << " of " << good.size() << refusal;
+    }
+}
+
+TEST_F(HostileFiles, OfHeightsAsTextAreRefusedOrEndWhereTheyAreCut) {
+    const std::vector<fs::path> frames = {"a.png", "b.png", "c.png"};
+    // The last height may lose its last digit, and its line end.
+    for (const std::string& text : {std::string("10\n20\n30\n"), std::string("b.png,20\nc.png,30\na.png 10\n")}) {
+        for (std::size_t bytes = 0; bytes <= text.size(); ++bytes) {
+            SCOPED_TRACE(testing::Message() << bytes << " of " << text);
+            Write("z.txt", text.substr(0, bytes));
+            try {
+                const std::vector<double> heights = app::ReadHeights(Path("z.txt"), frames);
+                EXPECT_GE(bytes + 2, text.size());
+                EXPECT_EQ(heights[1], 20);
+                EXPECT_EQ(heights.size(), 3U);
+            } catch (const app::Failure& failure) {
+                EXPECT_LT(bytes + 2, text.size());
+                EXPECT_TRUE(std::string(failure.what()).starts_with(Path("z.txt") + ":")) << failure.what();
+            }
+        }
+    }
+}
+
+TEST_F(HostileFiles, OfParametersTellWhatStandsBeforeTheCut) {
+    KyfFocusCompositionParameter settings{};
+    KyfLoadFocusCompositionParameter(&settings, app::WidePath(Path("none.ini")).c_str());
+    KyfSaveFocusCompositionParameter(&settings, app::WidePath(Path("good.ini")).c_str());
+    const std::string good = Read("good.ini");
+    const std::size_t section = good.find(']');
+    ASSERT_NE(section, std::string::npos);
+    for (std::size_t bytes = 0; bytes <= good.size(); ++bytes) {
+        SCOPED_TRACE(testing::Message() << bytes << " of " << good.size());
+        Write("cut.ini", good.substr(0, bytes));
+        if (bytes <= section) {
+            EXPECT_THROW(app::ReadParameterFile(Path("cut.ini")), app::Failure);
+            continue;
+        }
+        for (const app::ParameterEntry& entry : app::ReadParameterFile(Path("cut.ini")).Entries) {
+            SCOPED_TRACE(entry.Key->Name);
+            const std::size_t line = good.find("\n" + std::string(entry.Key->Name) + "=") + 1;
+            ASSERT_NE(line, 0U);
+            if (good.find('\n', line) < bytes) {
+                EXPECT_EQ(entry.From, app::ParameterEntry::Source::File);
+                EXPECT_EQ(entry.Value, entry.Key->Field(settings));
+            } else if (bytes <= good.find('=', line)) {
+                EXPECT_EQ(entry.From, app::ParameterEntry::Source::Missing);
+            }
+        }
+    }
+}
+
+// A device has no end, and a pipe without a writer would be waited for.
+TEST_F(HostileFiles, WithoutEndInThePlaceOfHeightsEndTheRun) {
+    Save("second.png", 4);
+    const ProgramResult result =
+        test::RunProgram({"compose", Path("good.png"), Path("second.png"), "-o", Out("sharp.png"), "--heights",
+                          "/dev/zero", "--height-map", Out("z.tif"), "--progress", "none"});
+    EXPECT_EQ(result.Status, 1) << result.Errors;
+    EXPECT_NE(result.Errors.find("/dev/zero: too large for heights"), std::string::npos) << result.Errors;
+    app::SaveHeightMap(Path("good.tif"), {3, 2, {0, 1, 2, 3, 4, 5}}, "");
+    for (const char* const name : {"pipe.tif", "pipe.npy"}) {
+        ASSERT_EQ(mkfifo(Path(name).c_str(), 0600), 0);
+        ExpectRefused({"noisecut", Path(name), Path("good.png"), "-o", Out("cut.tif")}, name);
+        const ProgramResult compared = test::RunProgram({"compare", Path("good.tif"), Path(name)});
+        EXPECT_EQ(compared.Status, 1) << compared.Errors;
+        EXPECT_THROW(app::LoadNpy(Path(name)), app::Failure);
+    }
 }
 
 } // namespace
