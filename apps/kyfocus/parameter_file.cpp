@@ -6,13 +6,13 @@
 #include <cstdint>
 #include <cstring>
 #include <fstream>
-#include <iterator>
 #include <map>
 #include <optional>
 #include <string_view>
 
 #include <fcntl.h>
 #include <kyfocus/setting_persister.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "errors.h"
@@ -55,7 +55,11 @@ std::ifstream Open(const fs::path& file) {
 
 std::string ReadBytes(const fs::path& file) {
     std::ifstream stream = Open(file);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    std::string bytes;
+    for (char buffer[1 << 16]; stream.read(buffer, sizeof buffer), stream.gcount() > 0;)
+        bytes.append(buffer, static_cast<std::size_t>(stream.gcount()));
+    if (stream.bad()) throw Failure(DisplayPath(file) + ": parameters cannot be read: " + std::strerror(errno));
+    return bytes;
 }
 
 /// For showing: in a file of UTF-16 every other byte tells enough of names and numbers.
@@ -95,30 +99,76 @@ std::optional<std::vector<KeyText>> ReadSection(std::string_view text) {
     return keys;
 }
 
-/// The file's values over a record whose fields all hold one value.
-Parameter LoadOver(std::int32_t value, const fs::path& file) {
-    Parameter parameter{};
-    for (const ParameterKey& key : ParameterKeys()) key.Field(parameter) = value;
-    LoadParameters(file, parameter);
-    return parameter;
+/// What the library reads of a file. It tells nothing of a file that fails, and takes its keys for missing.
+struct Reading {
+    Parameter Loaded{}; // over the defaults
+    Parameter Zeros{};  // over a record of zeros, and over one of ones: what differs is not from the file
+    Parameter Ones{};
+
+    explicit Reading(const fs::path& file) {
+        KyfLoadFocusCompositionParameter(&Loaded, WidePath(file).c_str());
+        LoadOver(0, file, Zeros);
+        LoadOver(1, file, Ones);
+    }
+
+    static void LoadOver(std::int32_t value, const fs::path& file, Parameter& parameter) {
+        for (const ParameterKey& key : ParameterKeys()) key.Field(parameter) = value;
+        CKyfFocusCompositionSetting setting(parameter);
+        CKyfFocusCompositionSettingPersister::Load(WidePath(file), setting);
+        parameter = setting.Get();
+    }
+};
+
+bool IsSame(Parameter first, Parameter second) {
+    return std::all_of(ParameterKeys().begin(), ParameterKeys().end(),
+                       [&](const ParameterKey& key) { return key.Field(first) == key.Field(second); });
+}
+
+/// Throws Failure when the file fails or changes meanwhile.
+Reading ReadTwice(const fs::path& file, const std::string& bytes) {
+    const Reading first(file);
+    const Reading second(file);
+    const bool isSame =
+        IsSame(first.Loaded, second.Loaded) && IsSame(first.Zeros, second.Zeros) && IsSame(first.Ones, second.Ones);
+    if (ReadBytes(file) != bytes || !isSame)
+        throw Failure(DisplayPath(file) + ": parameters cannot be read: they do not read the same twice");
+    return first;
+}
+
+/// A fresh copy, or none where there is no file. Its owner is kept where the process may set it.
+void CopyToChange(const fs::path& from, const fs::path& to) {
+    fs::remove(to);
+    struct stat status {};
+    if (stat(from.c_str(), &status) != 0) return;
+    std::error_code error;
+    fs::copy_file(from, to, error);
+    if (error) throw Failure(DisplayPath(to) + ": cannot be written: " + error.message());
+    [[maybe_unused]] const int given = chown(to.c_str(), status.st_uid, status.st_gid);
+}
+
+/// The library tells nothing of a save: it is read back.
+void SaveParameters(const Parameter& settings, const fs::path& file) {
+    KyfSaveFocusCompositionParameter(&settings, WidePath(file).c_str());
+    Parameter saved{};
+    KyfLoadFocusCompositionParameter(&saved, WidePath(file).c_str());
+    if (!IsSame(settings, saved))
+        throw Failure(DisplayPath(file) + ": parameters cannot be written: they do not read back, as on a full disk");
 }
 
 } // namespace
 
 ParameterFile ReadParameterFile(const fs::path& file) {
-    const std::optional<std::vector<KeyText>> keys = ReadSection(ToText(ReadBytes(file)));
+    const std::string bytes = ReadBytes(file);
+    const std::optional<std::vector<KeyText>> keys = ReadSection(ToText(bytes));
     if (!keys) throw Failure(DisplayPath(file) + ": no parameters, expected a section [FocusCompositionSetting]");
     std::map<std::string, std::string> texts; // of several the first counts
     for (const KeyText& key : *keys) texts.emplace(LowerCase(key.Name), key.Value);
-    Parameter loaded{};
-    KyfLoadFocusCompositionParameter(&loaded, WidePath(file).c_str());
-    Parameter zeros = LoadOver(0, file); // a field that differs from one to the other is not from the file
-    Parameter ones = LoadOver(1, file);
+    Reading reading = ReadTwice(file, bytes);
     ParameterFile result;
     for (const ParameterKey& key : ParameterKeys()) {
-        ParameterEntry entry{&key, ParameterEntry::Source::File, key.Field(loaded), {}};
+        ParameterEntry entry{&key, ParameterEntry::Source::File, key.Field(reading.Loaded), {}};
         const auto text = texts.find(LowerCase(key.Name));
-        if (key.Field(zeros) != key.Field(ones)) {
+        if (key.Field(reading.Zeros) != key.Field(reading.Ones)) {
             const bool isMissing = text == texts.end() || IsEmptyValue(text->second);
             entry.From = isMissing ? ParameterEntry::Source::Missing : ParameterEntry::Source::Unreadable;
             if (!isMissing) entry.Text = text->second;
@@ -137,10 +187,9 @@ std::string ShownText(std::string text) {
     return text.size() <= kLongestText ? text : text.substr(0, kLongestText) + "...";
 }
 
-void LoadParameters(const fs::path& file, Parameter& settings) {
-    CKyfFocusCompositionSetting setting(settings);
-    CKyfFocusCompositionSettingPersister::Load(WidePath(file), setting);
-    settings = setting.Get();
+void OverlayParameters(const ParameterFile& file, Parameter& settings) {
+    for (const ParameterEntry& entry : file.Entries)
+        if (entry.From == ParameterEntry::Source::File) entry.Key->Field(settings) = entry.Value;
 }
 
 void RequireWritable(const fs::path& file) {
@@ -151,16 +200,12 @@ void RequireWritable(const fs::path& file) {
         throw Failure(DisplayPath(file) + ": parameters cannot be written: " + std::strerror(errno));
 }
 
-void SaveParameters(const Parameter& settings, const fs::path& file) {
-    KyfSaveFocusCompositionParameter(&settings, WidePath(file).c_str());
-    Parameter saved{};
-    KyfLoadFocusCompositionParameter(&saved, WidePath(file).c_str());
-    const bool isSame = std::all_of(ParameterKeys().begin(), ParameterKeys().end(), [&](const ParameterKey& key) {
-        Parameter expected = settings;
-        return key.Field(expected) == key.Field(saved);
+void WriteParameters(const Parameter& settings, const fs::path& file, OutputFiles& outputs) {
+    outputs.Write(file, [&](const fs::path& path) {
+        RequireWritable(file);
+        CopyToChange(file, path);
+        SaveParameters(settings, path);
     });
-    if (!isSame)
-        throw Failure(DisplayPath(file) + ": parameters cannot be written: they do not read back, as on a full disk");
 }
 
 } // namespace app

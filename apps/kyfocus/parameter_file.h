@@ -9,6 +9,7 @@
 
 #include <kyfocus/settings.h>
 
+#include "output_files.h"
 #include "parameter_keys.h"
 
 namespace app {
@@ -28,21 +29,23 @@ struct ParameterFile {
     std::vector<std::string> UnknownKeys; // of the section, in the file's order
 };
 
-/// Throws Failure when the file cannot be read or has no section for the parameters: the library would take it for one
-/// that says nothing.
+/// Throws Failure when the file cannot be read, changes meanwhile, or has no section for the parameters: the library
+/// would take it for one that says nothing.
 ParameterFile ReadParameterFile(const std::filesystem::path& file);
 
 /// A text of the file on a terminal: short, and without characters that steer it.
 std::string ShownText(std::string text);
 
 /// Overlays settings with what the file gives.
-void LoadParameters(const std::filesystem::path& file, KyfFocusCompositionParameter& settings);
+void OverlayParameters(const ParameterFile& file, KyfFocusCompositionParameter& settings);
 
 /// Throws Failure, with the reason, for a file that is there and cannot be changed.
 void RequireWritable(const std::filesystem::path& file);
 
-/// Writes settings; all else that the file holds stays. Throws Failure.
-void SaveParameters(const KyfFocusCompositionParameter& settings, const std::filesystem::path& file);
+/// Writes settings as one of the outputs, which was added as `file`; all else that the file holds stays. Throws
+/// Failure.
+void WriteParameters(const KyfFocusCompositionParameter& settings, const std::filesystem::path& file,
+                     OutputFiles& outputs);
 
 } // namespace app
 

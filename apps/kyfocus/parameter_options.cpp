@@ -3,9 +3,6 @@
 #include <cstdio>
 #include <filesystem>
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include "errors.h"
 #include "images.h"
 #include "option_kinds.h"
@@ -28,7 +25,7 @@ void ReadParameters(const fs::path& file, ComposeOptions& options) {
     for (const std::string& key : parameters.UnknownKeys)
         options.ParameterWarnings.push_back(name + ": " + ShownText(key) +
                                             " is no parameter and is not used, see kyfocus params");
-    LoadParameters(file, options.Settings);
+    OverlayParameters(parameters, options.Settings);
 }
 
 /// While the line is parsed: what is wrong with the file counts once the line is known to be right.
@@ -51,17 +48,6 @@ std::int32_t PresetOf(const KyfFocusCompositionParameter& settings) {
         ++preset;
     }
     return preset;
-}
-
-/// A fresh copy, or none where there is no file. Its owner is kept where the process may set it.
-void CopyToChange(const fs::path& from, const fs::path& to) {
-    fs::remove(to);
-    struct stat status {};
-    if (stat(from.c_str(), &status) != 0) return;
-    std::error_code error;
-    fs::copy_file(from, to, error);
-    if (error) throw Failure(DisplayPath(to) + ": cannot be written: " + error.message());
-    [[maybe_unused]] const int given = chown(to.c_str(), status.st_uid, status.st_gid);
 }
 
 } // namespace
@@ -101,13 +87,9 @@ void CheckParameters(const ComposeOptions& options) {
 
 void SaveParameterOutput(const ComposeOptions& options, OutputFiles& outputs) {
     if (options.ParametersOutput.empty()) return;
-    outputs.Write(options.ParametersOutput, [&options](const fs::path& path) {
-        RequireWritable(options.ParametersOutput);
-        CopyToChange(options.ParametersOutput, path);
-        KyfFocusCompositionParameter settings = options.Settings;
-        settings.CompParamSetType = PresetOf(settings);
-        SaveParameters(settings, path);
-    });
+    KyfFocusCompositionParameter settings = options.Settings;
+    settings.CompParamSetType = PresetOf(settings);
+    WriteParameters(settings, options.ParametersOutput, outputs);
 }
 
 } // namespace app

@@ -13,6 +13,7 @@
 #include "errors.h"
 #include "images.h"
 #include "option_kinds.h"
+#include "output_files.h"
 #include "parameter_dialog.h"
 
 namespace app {
@@ -61,11 +62,12 @@ KyfFocusCompositionParameter SettingsToEdit(const std::filesystem::path& file) {
     KyfFocusCompositionParameter settings = CKyfFocusCompositionSetting().Get();
     if (!isThere) return settings;
     RequireWritable(file);
-    for (const ParameterEntry& entry : ReadParameterFile(file).Entries)
+    const ParameterFile parameters = ReadParameterFile(file);
+    for (const ParameterEntry& entry : parameters.Entries)
         if (entry.From == ParameterEntry::Source::Unreadable)
             std::fprintf(stderr, "kyfocus: warning: %s: %s is no whole number and shows as %d\n",
                          DisplayPath(file).c_str(), entry.Key->Name, entry.Value);
-    LoadParameters(file, settings);
+    OverlayParameters(parameters, settings);
     return settings;
 }
 
@@ -73,7 +75,10 @@ void Edit(const ParamsOptions& options) {
     KyfFocusCompositionParameter settings = SettingsToEdit(options.File);
     if (!EditParameters(settings, options.Language.value_or(LanguageOfLocale(MessageLocale()))))
         throw Cancelled(DisplayPath(options.File) + ": cancelled, nothing has been saved");
-    SaveParameters(settings, options.File);
+    OutputFiles outputs; // a save that fails half way leaves the file as it was
+    outputs.Add(options.File);
+    WriteParameters(settings, options.File, outputs);
+    outputs.Commit();
     std::printf("%s: saved\n", DisplayPath(options.File).c_str());
 }
 
