@@ -187,6 +187,51 @@ TEST(DamagedModules, DoNoHarmWhateverByteIsWrong) {
     qInstallMessageHandler(before);
 }
 
+void PutBig(Bytes& bytes, std::uint64_t value, int count) {
+    while (count-- > 0) bytes.push_back(static_cast<std::uint8_t>(value >> (8 * count)));
+}
+
+/// A module of `count` entries which share one name and one content.
+Bytes SharingModule(std::uint32_t count, std::uint32_t nameLetters, const QByteArray& content, bool isCompressed) {
+    constexpr std::uint32_t kHeader = 20;
+    constexpr std::uint32_t kNode = 14;
+    const std::uint32_t data = kHeader + kNode * (count + 1);
+    const std::uint32_t names = data + 4 + static_cast<std::uint32_t>(content.size());
+    Bytes file = {'q', 'r', 'e', 's'};
+    for (const std::uint32_t number : {1U, kHeader, data, names}) PutBig(file, number, 4);
+    PutBig(file, 0, 4);
+    PutBig(file, 2, 2); // a folder
+    PutBig(file, count, 4);
+    PutBig(file, 1, 4); // its first node
+    for (std::uint32_t i = 0; i < count; ++i) {
+        PutBig(file, 0, 4);
+        PutBig(file, isCompressed ? 1 : 0, 2);
+        PutBig(file, 0, 4);
+        PutBig(file, 0, 4);
+    }
+    PutBig(file, static_cast<std::uint64_t>(content.size()), 4);
+    file.insert(file.end(), content.begin(), content.end());
+    PutBig(file, nameLetters, 2);
+    PutBig(file, 0, 4);
+    for (std::uint32_t i = 0; i < nameLetters; ++i) PutBig(file, 'n', 2);
+    return file;
+}
+
+TEST(DamagedModules, ThatBecomeLargeWhenTheyAreReadAreRefused) {
+    constexpr int kMiB = 1 << 20;
+    const QByteArray zeros = qCompress(QByteArray(4 * kMiB - 8, '\0'), 9);
+    ASSERT_LT(zeros.size(), 8192);
+    EXPECT_TRUE(IsSoundResource(SharingModule(4, 4, zeros, true)));
+    EXPECT_FALSE(IsSoundResource(SharingModule(4, 5, zeros, true)));
+    EXPECT_FALSE(IsSoundResource(SharingModule(4000, 4, zeros, true)));
+    const QByteArray plain(kMiB / 2 - 8, 'x');
+    EXPECT_TRUE(IsSoundResource(SharingModule(32, 4, plain, false)));
+    EXPECT_FALSE(IsSoundResource(SharingModule(33, 4, plain, false)));
+    EXPECT_TRUE(IsSoundResource(SharingModule(256, 32768, QByteArray(), false)));
+    EXPECT_FALSE(IsSoundResource(SharingModule(257, 32768, QByteArray(), false)));
+    EXPECT_FALSE(IsSoundResource(SharingModule(1, 4, qCompress(QByteArray(16 * kMiB, '\0'), 9), true)));
+}
+
 TEST(DamagedModules, WithoutTextsAreRefused) {
     EXPECT_FALSE(ReadModule(KY_TEST_MODULES "/nothing.rcc"));
     EXPECT_FALSE(ReadModule(KY_TEST_MODULES));

@@ -52,23 +52,27 @@ struct Node {
     std::size_t Count;
 };
 
-bool IsSoundContent(Reader& file, std::size_t at, bool isCompressed) {
+bool ReadContent(Reader& file, std::size_t at, bool isCompressed, std::uint64_t& total) {
     const std::size_t bytes = file.Long(at);
-    if (!file.Holds(at + 4, bytes)) return false;
-    return !isCompressed || (bytes >= 4 && file.Long(at + 4) <= kLargestResource);
+    if (!file.Holds(at + 4, bytes) || (isCompressed && bytes < 4)) return false;
+    total += isCompressed ? file.Long(at + 4) : bytes;
+    return true;
 }
 
 /// Tests name and content of a node; its folder, if it is one, is left to the caller.
-bool ReadNode(Reader& file, const Layout& layout, std::size_t index, Node& node) {
+/// @param total  Grows by the bytes of both, unpacked: nodes may share them, and their reader makes copies.
+bool ReadNode(Reader& file, const Layout& layout, std::size_t index, Node& node, std::uint64_t& total) {
     const std::size_t at = layout.Tree + index * layout.NodeBytes;
     if (!file.Holds(at, layout.NodeBytes)) return false;
     const std::size_t name = layout.Names + file.Long(at);
     // The root has no name. Characters stand behind their count and their hash.
-    if (index > 0 && !file.Holds(name + 6, std::size_t{2} * file.Short(name))) return false;
+    const std::size_t nameBytes = index > 0 ? std::size_t{2} * file.Short(name) : 0;
+    if (index > 0 && !file.Holds(name + 6, nameBytes)) return false;
+    total += nameBytes;
     const std::uint32_t flags = file.Short(at + 4);
     if ((flags & ~(kCompressed | kFolder)) != 0) return false;
     node = {(flags & kFolder) != 0, file.Long(at + 10), file.Long(at + 6)};
-    return node.IsFolder || IsSoundContent(file, layout.Data + file.Long(at + 10), (flags & kCompressed) != 0);
+    return node.IsFolder || ReadContent(file, layout.Data + file.Long(at + 10), (flags & kCompressed) != 0, total);
 }
 
 /// Every node is taken by one folder at most, so that the walk ends.
@@ -77,11 +81,13 @@ bool IsSoundTree(Reader& file, const Layout& layout, std::size_t mostNodes) {
     std::vector<bool> isTaken(mostNodes);
     isTaken[0] = true;
     std::vector<std::size_t> waiting = {0};
+    std::uint64_t total = 0;
     while (!waiting.empty()) {
         const std::size_t index = waiting.back();
         waiting.pop_back();
         Node node{};
-        if (!ReadNode(file, layout, index, node) || (index == 0 && !node.IsFolder)) return false;
+        if (!ReadNode(file, layout, index, node, total) || (index == 0 && !node.IsFolder)) return false;
+        if (total > kLargestResource) return false;
         if (!node.IsFolder) continue;
         if (node.First > mostNodes || node.Count > mostNodes - node.First) return false;
         for (std::size_t child = node.First; child < node.First + node.Count; ++child) {

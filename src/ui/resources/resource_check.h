@@ -8,7 +8,7 @@
 
 namespace kyfui {
 
-/// Largest file, and largest content of a compressed entry, in bytes.
+/// Largest file, and largest sum of all names and unpacked contents, in bytes.
 inline constexpr std::size_t kLargestResource = std::size_t{16} << 20;
 
 /// True when every node, name and content that the file speaks of lies inside it, each node below one folder. Entries
