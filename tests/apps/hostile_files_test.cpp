@@ -411,7 +411,7 @@ TEST_F(HostileFiles, OfParametersTellWhatStandsBeforeTheCut) {
         }
         for (const app::ParameterEntry& entry : app::ReadParameterFile(Path("cut.ini")).Entries) {
             SCOPED_TRACE(entry.Key->Name);
-            const std::size_t line = good.find("\n" + std::string(entry.Key->Name) + "=") + 1;
+            const std::size_t line = good.find(std::string("\n").append(entry.Key->Name).append("=")) + 1;
             ASSERT_NE(line, 0U);
             if (good.find('\n', line) < bytes) {
                 EXPECT_EQ(entry.From, app::ParameterEntry::Source::File);
