@@ -74,9 +74,12 @@ TEST_F(ModulePlaces, AreTheFolderOfTheLibraryAndItsDataFolder) {
 
 TEST_F(ModulePlaces, AreNotLeftByANameWithAPath) {
     Open(OwnFolder() / kLibrary);
+    fs::create_directory(OwnFolder() / "inner");
+    fs::copy_file(Module(), OwnFolder() / "inner" / kModule);
     const std::wstring planted = Planted().wstring();
     for (const std::wstring& name : {planted + L"/" + kName, L"/" + planted + L"/" + kName, L"./" + std::wstring(kName),
-                                     L"../../../planted/" + std::wstring(kName), L"lib/" + std::wstring(kName)})
+                                     L"../../../planted/" + std::wstring(kName), L"inner/" + std::wstring(kName),
+                                     L"inner/../../../../planted/" + std::wstring(kName)})
         EXPECT_FALSE(IsFound(name)) << fs::path(name);
     // Nor when the path ends where modules are.
     fs::copy_file(Module(), OwnFolder() / kModule);
