@@ -1,6 +1,7 @@
 #include "run_program.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -19,18 +20,21 @@ std::string ReadText(const std::filesystem::path& file) {
     return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
 }
 
-[[noreturn]] void BecomeProgram(const std::vector<char*>& arguments, const char* output, const char* errors) {
+[[noreturn]] void BecomeProgram(const std::vector<char*>& arguments, const char* output, const char* errors,
+                                const char* temporaryFolder) {
     const int outputFile = open(output, O_WRONLY | O_CREAT | O_TRUNC, 0600);
     const int errorFile = open(errors, O_WRONLY | O_CREAT | O_TRUNC, 0600);
     dup2(outputFile, STDOUT_FILENO);
     dup2(errorFile, STDERR_FILENO);
+    if (*temporaryFolder != '\0') setenv("TMPDIR", temporaryFolder, 1);
     execv(arguments.front(), arguments.data());
     _exit(127);
 }
 
 } // namespace
 
-ProgramResult RunProgram(const std::vector<std::string>& arguments, const std::function<void(pid_t)>& whileRunning) {
+ProgramResult RunProgram(const std::vector<std::string>& arguments, const std::function<void(pid_t)>& whileRunning,
+                         const std::filesystem::path& temporaryFolder) {
     const TemporaryFolder folder;
     const std::string output = folder.Path() / "output";
     const std::string errors = folder.Path() / "errors";
@@ -42,7 +46,7 @@ ProgramResult RunProgram(const std::vector<std::string>& arguments, const std::f
 
     const pid_t process = fork();
     if (process < 0) throw std::runtime_error("fork failed");
-    if (process == 0) BecomeProgram(pointers, output.c_str(), errors.c_str());
+    if (process == 0) BecomeProgram(pointers, output.c_str(), errors.c_str(), temporaryFolder.c_str());
     if (whileRunning) whileRunning(process);
     int status = 0;
     waitpid(process, &status, 0);

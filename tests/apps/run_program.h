@@ -19,8 +19,10 @@ struct ProgramResult {
 
 /// Runs `kyfocus` with the arguments and waits for its end.
 /// @param whileRunning  Called with the process id after the start; may send signals.
+/// @param temporaryFolder  For the program's temporary files; empty: the system's.
 ProgramResult RunProgram(const std::vector<std::string>& arguments,
-                         const std::function<void(pid_t)>& whileRunning = nullptr);
+                         const std::function<void(pid_t)>& whileRunning = nullptr,
+                         const std::filesystem::path& temporaryFolder = {});
 
 /// Number of line ends in a text.
 std::size_t LineCount(const std::string& text);

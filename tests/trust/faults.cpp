@@ -3,13 +3,18 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 
+#include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <stdio_ext.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/uio.h>
@@ -24,9 +29,10 @@ std::atomic<Kind> g_kind{Kind::None};
 std::atomic<int> g_at{0};
 std::atomic<int> g_seen{0};
 char g_folder[kLongestPath];
+char g_gone[kLongestPath];
 
 /// What a call does with files.
-enum class Deed { Open, Make, Read, Write, Close, Rename, Delete };
+enum class Deed { Open, Make, List, Ask, Read, Write, Close, Change, Rename, Delete };
 
 template <typename Function> Function* Original(const char* name) {
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
@@ -43,8 +49,9 @@ struct ErrorKept {
     ~ErrorKept() { errno = Number; }
 };
 
+/// What the caller of a program gave it is never watched.
 bool IsWatched(int descriptor) {
-    if (g_kind == Kind::None) return false;
+    if (g_kind == Kind::None || descriptor <= STDERR_FILENO) return false;
     const ErrorKept kept;
     char link[64];
     char path[kLongestPath];
@@ -69,11 +76,31 @@ bool Concerns(Kind kind, Deed deed) {
     switch (kind) {
     case Kind::NoSpace: return deed == Deed::Make || deed == Deed::Write;
     case Kind::IoError: return deed != Deed::Delete;
-    case Kind::NoPermission: return deed != Deed::Read && deed != Deed::Write && deed != Deed::Close;
+    case Kind::NoPermission:
+        return deed == Deed::Open || deed == Deed::Make || deed == Deed::Change || deed == Deed::Rename ||
+               deed == Deed::Delete;
+    case Kind::NoRename: return deed == Deed::Rename;
     case Kind::Interrupted: return deed == Deed::Read || deed == Deed::Write;
+    case Kind::Killed:
+    case Kind::Removed: return true;
     default: return false;
     }
 }
+
+[[noreturn]] void Kill() {
+    for (;;) syscall(SYS_kill, getpid(), SIGKILL);
+}
+
+/// Deletes what is below a folder, with calls that fail nowhere.
+void Empty(const char* folder) {
+    const Kind kind = g_kind.exchange(Kind::None);
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
+        std::filesystem::remove_all(entry->path(), error);
+    g_kind = kind;
+}
+
+thread_local bool t_diesInWrite = false;
 
 /// The error that a call on a watched file gives, or 0.
 int ErrorOf(Deed deed) {
@@ -82,9 +109,19 @@ int ErrorOf(Deed deed) {
     const int number = g_seen++;
     switch (kind) {
     case Kind::NoSpace: return number >= g_at ? ENOSPC : 0;
-    case Kind::IoError: return number == g_at ? EIO : 0;
+    case Kind::IoError:
+    case Kind::NoRename: return number == g_at ? EIO : 0;
     case Kind::NoPermission: return number >= g_at ? EACCES : 0;
-    default: return number % 2 == 0 ? EINTR : 0;
+    case Kind::Interrupted: return number % 2 == 0 ? EINTR : 0;
+    case Kind::Removed:
+        if (number == g_at) Empty(g_gone);
+        return 0;
+    case Kind::Killed:
+        // A write is killed when it is half done.
+        if (number == g_at && deed != Deed::Write) Kill();
+        t_diesInWrite = number == g_at;
+        return 0;
+    default: return 0;
     }
 }
 
@@ -104,11 +141,9 @@ Kind KindNamed(const char* name) {
     const struct {
         const char* Name;
         Kind What;
-    } kKinds[] = {{"nospace", Kind::NoSpace},
-                  {"ioerror", Kind::IoError},
-                  {"nopermission", Kind::NoPermission},
-                  {"short", Kind::Short},
-                  {"interrupted", Kind::Interrupted}};
+    } kKinds[] = {{"nospace", Kind::NoSpace},   {"ioerror", Kind::IoError},        {"nopermission", Kind::NoPermission},
+                  {"norename", Kind::NoRename}, {"killed", Kind::Killed},          {"removed", Kind::Removed},
+                  {"short", Kind::Short},       {"interrupted", Kind::Interrupted}};
     for (const auto& kind : kKinds)
         if (std::strcmp(name, kind.Name) == 0) return kind.What;
     return Kind::None;
@@ -118,7 +153,8 @@ Kind KindNamed(const char* name) {
     const char* const kind = std::getenv("KY_FAULT_KIND");
     const char* const at = std::getenv("KY_FAULT_AT");
     const char* const folder = std::getenv("KY_FAULT_FOLDER");
-    if (kind && at && folder) Arm({KindNamed(kind), std::atoi(at), folder});
+    const char* const gone = std::getenv("KY_FAULT_GONE");
+    if (kind && at && folder) Arm({KindNamed(kind), std::atoi(at), folder, gone ? gone : ""});
 }
 
 [[gnu::destructor]] void Report() {
@@ -136,6 +172,7 @@ Kind KindNamed(const char* name) {
 void Arm(const Plan& plan) {
     g_kind = Kind::None;
     std::snprintf(g_folder, sizeof g_folder, "%s", plan.Folder.c_str());
+    std::snprintf(g_gone, sizeof g_gone, "%s", plan.Gone.c_str());
     g_at = plan.At;
     g_seen = 0;
     g_kind = plan.What;
@@ -162,6 +199,24 @@ int OpenFile(const char* name, int folder, const char* path, int flags, mode_t m
 
 mode_t ModeOf(int flags, va_list arguments) {
     return (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
+}
+
+/// Where a call dies in its write: does half of it, and dies.
+template <typename Write> void DieHalfWay(const Write& writeHalf) {
+    if (!t_diesInWrite) return;
+    writeHalf();
+    Kill();
+}
+
+/// Whether what a stream still holds can be written. What cannot is lost, as in the C library.
+bool FlushIsDone(std::FILE* file) {
+    if (__fpending(file) == 0 || !Fails(IsWatched(fileno(file)), Deed::Write)) {
+        DieHalfWay([] {});
+        return true;
+    }
+    const ErrorKept kept;
+    __fpurge(file);
+    return false;
 }
 
 std::FILE* OpenStream(const char* name, const char* path, const char* mode) {
@@ -213,29 +268,44 @@ KY_SEEN ssize_t pread(int file, void* to, std::size_t bytes, off_t offset) {
 KY_SEEN ssize_t write(int file, const void* from, std::size_t bytes) {
     const bool isWatched = IsWatched(file);
     if (Fails(isWatched, Deed::Write)) return -1;
-    return Original<ssize_t(int, const void*, std::size_t)>("write")(file, from, Moved(isWatched, bytes));
+    const auto original = Original<ssize_t(int, const void*, std::size_t)>("write");
+    DieHalfWay([&] { original(file, from, bytes / 2); });
+    return original(file, from, Moved(isWatched, bytes));
 }
 
 KY_SEEN ssize_t pwrite(int file, const void* from, std::size_t bytes, off_t offset) {
     const bool isWatched = IsWatched(file);
     if (Fails(isWatched, Deed::Write)) return -1;
-    return Original<ssize_t(int, const void*, std::size_t, off_t)>("pwrite")(file, from, Moved(isWatched, bytes),
-                                                                             offset);
+    const auto original = Original<ssize_t(int, const void*, std::size_t, off_t)>("pwrite");
+    DieHalfWay([&] { original(file, from, bytes / 2, offset); });
+    return original(file, from, Moved(isWatched, bytes), offset);
 }
 
 KY_SEEN ssize_t writev(int file, const iovec* parts, int count) {
     const bool isWatched = IsWatched(file);
     if (Fails(isWatched, Deed::Write)) return -1;
-    return Original<ssize_t(int, const iovec*, int)>("writev")(file, parts, count);
+    const auto original = Original<ssize_t(int, const iovec*, int)>("writev");
+    DieHalfWay([&] { original(file, parts, count / 2); });
+    return original(file, parts, count);
 }
 
 KY_SEEN std::size_t fwrite(const void* from, std::size_t size, std::size_t count, std::FILE* file) {
     if (Fails(IsWatched(fileno(file)), Deed::Write)) return 0;
-    return Original<std::size_t(const void*, std::size_t, std::size_t, std::FILE*)>("fwrite")(from, size, count, file);
+    const auto original = Original<std::size_t(const void*, std::size_t, std::size_t, std::FILE*)>("fwrite");
+    DieHalfWay([&] {
+        original(from, size, count / 2, file);
+        Original<int(std::FILE*)>("fflush")(file);
+    });
+    return original(from, size, count, file);
+}
+
+KY_SEEN int fflush(std::FILE* file) {
+    if (file != nullptr && !FlushIsDone(file)) return EOF;
+    return Original<int(std::FILE*)>("fflush")(file);
 }
 
 KY_SEEN int fclose(std::FILE* file) {
-    const bool isFailing = Fails(IsWatched(fileno(file)), Deed::Close);
+    const bool isFailing = !FlushIsDone(file) || Fails(IsWatched(fileno(file)), Deed::Close);
     const int error = errno;
     const int result = Original<int(std::FILE*)>("fclose")(file);
     if (isFailing) errno = error;
@@ -284,4 +354,44 @@ KY_SEEN int unlinkat(int folder, const char* path, int flags) noexcept {
 KY_SEEN int remove(const char* path) noexcept {
     if (Fails(IsWatched(AT_FDCWD, path), Deed::Delete)) return -1;
     return Original<int(const char*)>("remove")(path);
+}
+
+KY_SEEN int rmdir(const char* path) noexcept {
+    if (Fails(IsWatched(AT_FDCWD, path), Deed::Delete)) return -1;
+    return Original<int(const char*)>("rmdir")(path);
+}
+
+KY_SEEN DIR* opendir(const char* path) {
+    if (Fails(IsWatched(AT_FDCWD, path), Deed::Open)) return nullptr;
+    return Original<DIR*(const char*)>("opendir")(path);
+}
+
+KY_SEEN DIR* fdopendir(int file) {
+    if (Fails(IsWatched(file), Deed::Open)) return nullptr;
+    return Original<DIR*(int)>("fdopendir")(file);
+}
+
+KY_SEEN dirent* readdir(DIR* folder) {
+    if (Fails(IsWatched(dirfd(folder)), Deed::List)) return nullptr;
+    return Original<dirent*(DIR*)>("readdir")(folder);
+}
+
+KY_SEEN dirent64* readdir64(DIR* folder) {
+    if (Fails(IsWatched(dirfd(folder)), Deed::List)) return nullptr;
+    return Original<dirent64*(DIR*)>("readdir64")(folder);
+}
+
+KY_SEEN int fstat(int file, struct stat* state) noexcept {
+    if (Fails(IsWatched(file), Deed::Ask)) return -1;
+    return Original<int(int, struct stat*)>("fstat")(file, state);
+}
+
+KY_SEEN int fchmod(int file, mode_t mode) noexcept {
+    if (Fails(IsWatched(file), Deed::Change)) return -1;
+    return Original<int(int, mode_t)>("fchmod")(file, mode);
+}
+
+KY_SEEN int chmod(const char* path, mode_t mode) noexcept {
+    if (Fails(IsWatched(AT_FDCWD, path), Deed::Change)) return -1;
+    return Original<int(const char*, mode_t)>("chmod")(path, mode);
 }

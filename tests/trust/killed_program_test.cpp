@@ -1,10 +1,10 @@
-// The program killed at moments by chance: outputs are whole or not there, and the next run removes what is left.
-#include <chrono>
+// The program killed: outputs are the old or the new ones, whole, and the next run removes what is left.
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <limits>
 #include <random>
 
 #include <fcntl.h>
@@ -12,90 +12,149 @@
 #include <sys/file.h>
 #include <unistd.h>
 
-#include "apps/run_program.h"
-#include "support/case_files.h"
-#include "support/images.h"
+#include "trust/program_runs.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
+using test::Contents;
 
-std::string ReadText(const fs::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
+constexpr const char* kOwnName = ".kyfocus-";
 
-class KilledProgram : public testing::Test {
+/// A command, and whether its outputs are there before.
+using Killing = std::tuple<test::Command, bool>;
+
+class KilledProgram : public testing::TestWithParam<Killing> {
   protected:
     KilledProgram() {
-        for (const char* const folder : {"stack", "out", "temp"}) fs::create_directory(m_folder.Path() / folder);
-        for (std::uint32_t i = 0; i < 4; ++i) {
-            const fs::path file = m_folder.Path() / "stack" / std::to_string(i).append(".bmp");
-            const test::Image frame = test::TexturedImage(64, 48, KyiFormatBgr24, i + 1);
-            KyiSaveImageData(file.wstring().c_str(), frame.get(), 0);
+        m_place.Clear({});
+        EXPECT_EQ(m_place.Run(Arguments()).Status, 0);
+        if (!std::get<1>(GetParam())) return;
+        for (const auto& [name, content] : Outputs()) m_old[name] = "[FocusCompositionSetting]\nSpeed=1\n";
+    }
+
+    const Names& Arguments() const { return std::get<0>(GetParam()).Arguments; }
+
+    /// The files under final names.
+    Contents Outputs() const {
+        Contents outputs = test::ContentsOf(m_place.Path("out"));
+        std::erase_if(outputs, [this](const auto& entry) {
+            return entry.first.find(kOwnName) != std::string::npos ||
+                   fs::is_directory(m_place.Path("out") / entry.first);
+        });
+        return outputs;
+    }
+
+    /// Entries of folders that dead runs have left.
+    std::size_t Left() const {
+        const Contents out = test::ContentsOf(m_place.Path("out"));
+        const auto isOwn = [](const auto& entry) { return entry.first.find(kOwnName) != std::string::npos; };
+        return test::ContentsOf(m_place.Path("temp")).size() +
+               static_cast<std::size_t>(std::count_if(out.begin(), out.end(), isOwn));
+    }
+
+    /// The old files in the place of the outputs, and what is left of dead runs as it is.
+    void PutOldOutputsBack() const {
+        for (const auto& [name, content] : Outputs()) fs::remove(m_place.Path("out") / name);
+        for (const auto& [name, content] : m_old) {
+            fs::create_directories((m_place.Path("out") / name).parent_path());
+            std::ofstream(m_place.Path("out") / name, std::ios::binary) << content;
         }
     }
 
-    std::string Path(const std::string& name) const { return m_folder.Path() / name; }
-
-    /// @param microseconds  When the program is killed; negative: it is not.
-    int Compose(int microseconds) const {
-        const Names arguments = {"compose",      Path("stack"),     "-o",     Path("out/o.png"), "--mode",
-                                 "3d",           "--step",          "1",      "--speed",         "quarter",
-                                 "--height-map", Path("out/z.tif"), "--temp", Path("temp")};
-        const auto kills = [microseconds](pid_t process) {
-            if (microseconds < 0) return;
-            usleep(static_cast<useconds_t>(microseconds));
-            kill(process, SIGKILL);
-        };
-        return test::RunProgram(arguments, kills).Status;
+    /// @param at  The file call at which the program is killed. @return its status.
+    int RunKilled(int at) const {
+        const test::Faults faults(KY_FAULT_LIBRARY, "killed", at, m_place.Folder(), m_place.Path("calls"));
+        return m_place.Run(Arguments()).Status;
     }
 
-    std::size_t LeftFolders() const {
-        return test::EntryNames(Path("temp")).size() + test::EntryNames(Path("out")).size() - OutputNames().size();
+    int Report() const {
+        std::ifstream stream(m_place.Path("calls"));
+        int calls = -1;
+        stream >> calls;
+        return calls;
     }
 
-    Names OutputNames() const {
-        Names names;
-        for (const std::string& name : test::EntryNames(Path("out")))
-            if (!name.starts_with(".kyfocus-")) names.push_back(name);
-        return names;
+    void ExpectOldOrNew(const Contents& whole) const {
+        const Contents outputs = Outputs();
+        for (const auto& [name, content] : outputs) {
+            const bool isOld = m_old.contains(name) && m_old.at(name) == content;
+            EXPECT_TRUE(isOld || (whole.contains(name) && whole.at(name) == content)) << name;
+        }
+        for (const auto& [name, content] : m_old) EXPECT_TRUE(outputs.contains(name)) << name << " is gone";
     }
 
-  private:
-    test::TemporaryFolder m_folder;
+    test::Workplace m_place;
+    Contents m_old;
 };
 
-TEST_F(KilledProgram, LeavesNoHalfOutputAndTheNextRunRemovesTheRest) {
-    const auto start = std::chrono::steady_clock::now();
-    ASSERT_EQ(Compose(-1), 0);
-    const auto duration = std::chrono::steady_clock::now() - start;
-    const auto most = std::chrono::duration_cast<std::chrono::microseconds>(duration).count();
-    const std::string image = ReadText(Path("out/o.png"));
-    const std::string heights = ReadText(Path("out/z.tif"));
+TEST_P(KilledProgram, LeavesOldOrNewOutputsWholeAndTheNextRunRemovesTheRest) {
+    m_place.Clear(m_old);
+    ASSERT_EQ(RunKilled(std::numeric_limits<int>::max()), 0);
+    const int calls = Report();
+    ASSERT_GT(calls, 10) << "too few calls were seen";
+    const Contents whole = Outputs();
+    ASSERT_FALSE(whole.empty());
     std::mt19937 random(1);
-    const int kills = std::getenv("KY_SOAK") ? 1000 : KY_KILLS;
-    int killed = 0;
+    const int kills = std::getenv("KY_SOAK") ? 10 * KY_KILLS : KY_KILLS;
     std::size_t left = 0;
     for (int turn = 0; turn < kills; ++turn) {
-        for (const std::string& name : OutputNames()) fs::remove(fs::path(Path("out")) / name);
-        killed += Compose(static_cast<int>(random() % static_cast<unsigned>(most))) == 128 + SIGKILL ? 1 : 0;
-        left += LeftFolders();
-        for (const std::string& name : OutputNames())
-            ASSERT_EQ(ReadText(fs::path(Path("out")) / name), name == "o.png" ? image : heights) << name;
+        const int at = turn == 0 ? calls / 2 : static_cast<int>(random() % static_cast<unsigned>(calls));
+        SCOPED_TRACE("killed at call " + std::to_string(at) + " of " + std::to_string(calls));
+        PutOldOutputsBack();
+        const int status = RunKilled(at);
+        // The order of calls in several threads is not the same in all runs, nor then is their number.
+        EXPECT_TRUE(status == 128 + SIGKILL || (status == 0 && turn != 0)) << status;
+        left += Left();
+        ExpectOldOrNew(whole);
+        if (HasFailure()) return;
     }
-    EXPECT_GT(killed, kills / 4);
     EXPECT_GT(left, 0U) << "nothing was ever left: the next run has nothing to show";
-    ASSERT_EQ(Compose(-1), 0);
-    EXPECT_EQ(LeftFolders(), 0U);
-    EXPECT_EQ(OutputNames(), (Names{"o.png", "z.tif"}));
+    PutOldOutputsBack();
+    ASSERT_EQ(m_place.Run(Arguments()).Status, 0);
+    EXPECT_EQ(Left(), 0U);
+    EXPECT_EQ(Outputs(), whole);
 }
 
+// Between calls on files too.
+TEST_P(KilledProgram, LeavesOldOrNewOutputsWholeAtAnyTime) {
+    m_place.Clear(m_old);
+    ASSERT_EQ(m_place.Run(Arguments()).Status, 0);
+    const Contents whole = Outputs();
+    std::mt19937 random(2);
+    for (int turn = 0; turn < (KY_KILLS + 3) / 4; ++turn) {
+        PutOldOutputsBack();
+        m_place.Run(Arguments(), [&](pid_t process) {
+            constexpr unsigned kMostMicroseconds = 60000;
+            usleep(static_cast<useconds_t>(random() % kMostMicroseconds));
+            kill(process, SIGKILL);
+        });
+        ExpectOldOrNew(whole);
+        if (HasFailure()) return;
+    }
+}
+
+const test::Command kCommands[] = {
+    {"compose",
+     {"compose", "stack", "-o", "out/o.png", "--mode", "3d", "--step", "1", "--speed", "quarter", "--height-map",
+      "out/z.tif"}},
+    {"halation", {"halation", "stack", "-o", "out/o.jpg"}},
+    {"noisecut", {"noisecut", "made/z.tif", "made/d.png", "-o", "out/n.tif", "--preview", "out/v.png"}},
+    {"params", {"params", "--dialog", "out/p.ini"}},
+    {"synth", {"synth", "-o", "out/new", "--size", "40x30", "--frames", "2"}}};
+
+INSTANTIATE_TEST_SUITE_P(Commands, KilledProgram, testing::Combine(testing::ValuesIn(kCommands), testing::Bool()),
+                         [](const auto& chosen) {
+                             return std::string(std::get<0>(chosen.param).Name) +
+                                    (std::get<1>(chosen.param) ? "_over_old_outputs" : "");
+                         });
+
 // What looks like a dead run's folder and is none.
-TEST_F(KilledProgram, SparesWhatIsNotItsOwn) {
-    const auto make = [this](const char* name, fs::perms permissions, bool hasLock) {
-        const fs::path folder = fs::path(Path("temp")) / name;
+TEST(DeadRuns, AreNotTakenForWhatLooksLikeThem) {
+    const test::Workplace place;
+    const auto make = [&place](const char* name, fs::perms permissions, bool hasLock) {
+        const fs::path folder = fs::path(place.Path("temp")) / name;
         fs::create_directory(folder);
         std::ofstream(folder / "file") << "kept";
         if (hasLock) std::ofstream(folder / "kyfocus.lock").flush();
@@ -105,17 +164,19 @@ TEST_F(KilledProgram, SparesWhatIsNotItsOwn) {
     make("kyfocus-longer-name", fs::perms::owner_all, true);
     make("kyfocus-open00", fs::perms::owner_all | fs::perms::others_all, true);
     make("elsewhere", fs::perms::owner_all, true);
-    fs::create_directory_symlink(Path("temp/elsewhere"), Path("temp/kyfocus-linked"));
+    fs::create_directory_symlink(place.Path("temp/elsewhere"), place.Path("temp/kyfocus-linked"));
     make("kyfocus-inuse0", fs::perms::owner_all, true);
     make("kyfocus-dead00", fs::perms::owner_all, true);
-    fs::create_symlink(Path("temp/elsewhere/file"), Path("temp/kyfocus-dead00/link"));
-    const int lock = open(Path("temp/kyfocus-inuse0/kyfocus.lock").c_str(), O_RDONLY | O_CLOEXEC);
+    fs::create_symlink(place.Path("temp/elsewhere/file"), place.Path("temp/kyfocus-dead00/link"));
+    const int lock = open(place.Path("temp/kyfocus-inuse0/kyfocus.lock").c_str(), O_RDONLY | O_CLOEXEC);
     ASSERT_EQ(flock(lock, LOCK_EX), 0);
 
-    EXPECT_EQ(Compose(-1), 0);
-    EXPECT_EQ(test::EntryNames(Path("temp")), (Names{"elsewhere", "kyfocus-backup", "kyfocus-inuse0", "kyfocus-linked",
-                                                     "kyfocus-longer-name", "kyfocus-open00"}));
-    EXPECT_EQ(ReadText(Path("temp/elsewhere/file")), "kept");
+    const Names arguments = {"compose", "stack",  "-o", "out/o.png", "--mode",
+                             "3d",      "--step", "1",  "--speed",   "quarter"};
+    EXPECT_EQ(place.Run(arguments).Status, 0);
+    EXPECT_EQ(test::EntryNames(place.Path("temp")), (Names{"elsewhere", "kyfocus-backup", "kyfocus-inuse0",
+                                                           "kyfocus-linked", "kyfocus-longer-name", "kyfocus-open00"}));
+    EXPECT_EQ(test::ReadText(place.Path("temp/elsewhere/file")), "kept");
     close(lock);
 }
 

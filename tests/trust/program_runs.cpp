@@ -9,6 +9,8 @@
 
 #include <sys/wait.h>
 
+#include "support/images.h"
+
 namespace test {
 
 namespace fs = std::filesystem;
@@ -35,6 +37,53 @@ void EndIfItHangs(pid_t process) {
         std::this_thread::sleep_for(kPause);
     }
     kill(process, SIGKILL);
+}
+
+Workplace::Workplace() {
+    for (const char* const folder : {"stack", "out", "temp", "made", "lib"}) fs::create_directory(Path(folder));
+    const char* const names[] = {"f1.png", "f2.tif", "f3.bmp"};
+    for (std::uint32_t i = 0; i < 3; ++i) {
+        const Image frame = TexturedImage(32, 24, KyiFormatBgr24, i + 1);
+        KyiSaveImageData((Path("stack") / names[i]).wstring().c_str(), frame.get(), 0);
+    }
+    for (const std::uint32_t i : {1U, 2U}) {
+        const Image image = TexturedImage(400, 20, KyiFormatBgr24, i);
+        KyiSaveImageData(Path("made/w" + std::to_string(i) + ".bmp").wstring().c_str(), image.get(), 0);
+    }
+    Run({"compose", "stack", "-o", "made/o.png", "--mode", "2d", "--step", "1", "--height-map", "made/z.tif",
+         "--differentiation-map", "made/d.png", "--save-params", "made/p.ini"});
+    for (const char* const library : {KY_FOCUS_LIBRARY, KY_IMAGING_LIBRARY}) fs::copy(library, Path("lib"));
+    fs::copy(KY_DIALOG_STAND_IN, Path("lib/libkyfocus_ui.so.0"));
+    setenv("LD_LIBRARY_PATH", Path("lib").c_str(), 1);
+    setenv("KY_USER", "presses OK", 1);
+}
+
+Workplace::~Workplace() {
+    for (const char* const name : {"LD_LIBRARY_PATH", "KY_USER"}) unsetenv(name);
+}
+
+fs::path Workplace::Folder() const { return fs::canonical(m_folder.Path()); }
+
+void Workplace::Clear(const Contents& files) const {
+    for (const char* const folder : {"out", "temp"}) {
+        fs::remove_all(Path(folder));
+        fs::create_directory(Path(folder));
+    }
+    for (const auto& [name, content] : files) {
+        const fs::path file = Path("out") / name;
+        fs::create_directories(file.parent_path());
+        std::ofstream(file, std::ios::binary) << content;
+    }
+}
+
+ProgramResult Workplace::Run(const std::vector<std::string>& arguments,
+                             const std::function<void(pid_t)>& whileRunning) const {
+    std::vector<std::string> words;
+    for (const std::string& word : arguments) {
+        const bool isFile = word.starts_with("stack") || word.starts_with("out/") || word.starts_with("made/");
+        words.push_back(isFile ? Path(word).native() : word);
+    }
+    return RunProgram(words, whileRunning, Path("temp"));
 }
 
 Faults::Faults(const std::string& library, const std::string& kind, int at, const fs::path& folder,

@@ -3,10 +3,15 @@
 #define KYFOCUS_TESTS_TRUST_PROGRAM_RUNS_H
 
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <string>
+#include <vector>
 
 #include <sys/types.h>
+
+#include "apps/run_program.h"
+#include "support/case_files.h"
 
 namespace test {
 
@@ -20,6 +25,36 @@ Contents ContentsOf(const std::filesystem::path& folder);
 
 /// Ends a program that hangs, so that its status tells of it. The time is a guard: no run comes near it.
 void EndIfItHangs(pid_t process);
+
+/// A command of the program, with the names of files below a workplace.
+struct Command {
+    const char* Name;
+    std::vector<std::string> Arguments;
+};
+
+/// A folder with what commands work on. In it: `stack`, three small frames in files of all kinds; `made`, a height map
+/// z.tif with its differentiation map d.png, parameters p.ini, and two wide images w1.bmp and w2.bmp; `out`; `temp`,
+/// for temporary files; and `lib`, an installation with a dialog in which somebody presses OK.
+class Workplace {
+  public:
+    Workplace();
+    ~Workplace();
+    Workplace(const Workplace&) = delete;
+    Workplace& operator=(const Workplace&) = delete;
+
+    std::filesystem::path Folder() const;
+    std::filesystem::path Path(const std::string& name) const { return Folder() / name; }
+
+    /// Empties `out` and `temp`. Then all of these files are in `out`, each with its content.
+    void Clear(const Contents& files) const;
+
+    /// Runs a command; one that hangs is ended.
+    ProgramResult Run(const std::vector<std::string>& arguments,
+                      const std::function<void(pid_t)>& whileRunning = EndIfItHangs) const;
+
+  private:
+    TemporaryFolder m_folder;
+};
 
 /// Faults for the programs that are started meanwhile.
 class Faults {
