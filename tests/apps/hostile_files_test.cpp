@@ -375,6 +375,22 @@ TEST_F(HostileFiles, OfHeightsAreRefusedAtEveryByteThatIsMissing) {
     }
 }
 
+TEST_F(HostileFiles, OfHeightsAreRefusedAtEveryHeightThatIsMissing) {
+    app::SaveHeightMap(Path("good.tif"), {3, 2, {0, 1, 2, 3, 4, 5}}, "unit=um");
+    const std::string good = Read("good.tif");
+    std::string file = good;
+    const std::size_t moved = good.size(); // behind the directory
+    SetTag(file, TIFFTAG_STRIPOFFSETS, static_cast<std::uint32_t>(moved));
+    file.append(good, 8, 6 * sizeof(float));
+    Write("moved.tif", file);
+    EXPECT_EQ(app::LoadHeightMap(Path("moved.tif")).Values, (std::vector<double>{0, 1, 2, 3, 4, 5}));
+    for (std::size_t bytes = moved; bytes < file.size(); ++bytes) {
+        Write("cut.tif", file.substr(0, bytes));
+        const std::string refusal = RefusalOf(Path("cut.tif"));
+        EXPECT_TRUE(refusal.starts_with(Path("cut.tif") + ": ")) << bytes << " of " << file.size() << ' ' << refusal;
+    }
+}
+
 TEST_F(HostileFiles, OfHeightsAsTextAreRefusedOrEndWhereTheyAreCut) {
     const std::vector<fs::path> frames = {"a.png", "b.png", "c.png"};
     // The last height may lose its last digit, and its line end.
