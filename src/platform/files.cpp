@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <system_error>
@@ -84,7 +85,7 @@ std::size_t InputFile::ReadAt(std::uint64_t offset, void* to, std::size_t bytes)
     return ReadFully(m_handle.Get(), offset, to, bytes, m_error);
 }
 
-FileReplacement::FileReplacement(const wchar_t* path) : m_target(Utf8Path(path)) {
+FileReplacement::FileReplacement(const wchar_t* path, mode_t newMode) : m_target(Utf8Path(path)) {
     struct stat status {};
     if (lstat(m_target.c_str(), &status) == 0) {
         if (S_ISDIR(status.st_mode)) Throw(EISDIR, "the file cannot be written");
@@ -98,7 +99,7 @@ FileReplacement::FileReplacement(const wchar_t* path) : m_target(Utf8Path(path))
     for (int attempt = 0; attempt < kNameAttempts && !m_handle.IsOpen(); ++attempt) {
         m_temporary = TemporaryName(m_target);
         // Until the mode of the file that it replaces is set, nobody else may open it.
-        const mode_t mode = m_keepsMode ? 0600 : 0666;
+        const mode_t mode = m_keepsMode ? 0600 : newMode;
         m_handle.Open(open(m_temporary.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
         if (!m_handle.IsOpen() && errno != EEXIST) break;
     }
@@ -165,6 +166,12 @@ void CreatePrivateFile(const wchar_t* path) {
     FileHandle file(open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
     if (!file.IsOpen()) Throw(errno, "the file cannot be created");
     if (!file.Close()) Throw(errno, "the file cannot be written");
+}
+
+bool IsPlainFile(const wchar_t* path) noexcept {
+    std::array<char, PATH_MAX> name;
+    struct stat status {};
+    return path && ToUtf8(path, name) && lstat(name.data(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
 void DeleteFileQuietly(const wchar_t* path) noexcept {

@@ -65,9 +65,9 @@ class InputFile {
 class FileReplacement {
   public:
     /// A target that exists must be a regular file or a link; a link is itself replaced. Permissions of an existing
-    /// file are kept, and owner and group where the process may set them; a new file gets those that the process gives
-    /// to new files.
-    explicit FileReplacement(const wchar_t* path);
+    /// file are kept, and owner and group where the process may set them.
+    /// @param newMode  Permissions of a file where there was none, less what the process takes from new files.
+    explicit FileReplacement(const wchar_t* path, mode_t newMode = 0666);
     ~FileReplacement();
     FileReplacement(const FileReplacement&) = delete;
     FileReplacement& operator=(const FileReplacement&) = delete;
@@ -106,6 +106,9 @@ class FileReplacement {
 /// Puts an empty file at a path that only its owner may open, in the place of a file or link that has the name. No link
 /// is followed.
 void CreatePrivateFile(const wchar_t* path);
+
+/// Whether a path names a regular file, and no link to one. Needs no memory.
+bool IsPlainFile(const wchar_t* path) noexcept;
 
 /// Deletes a file or link; one that cannot be deleted stays. Does not throw.
 void DeleteFileQuietly(const wchar_t* path) noexcept;

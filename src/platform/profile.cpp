@@ -22,7 +22,8 @@ namespace {
 
 // A profile is written by hand or key by key; what is larger is no profile.
 constexpr std::size_t kLargestProfile = std::size_t{64} << 20;
-constexpr int kMostLinks = 40; // as many as the system follows
+constexpr mode_t kNewFileMode = 0600; // settings are their user's own
+constexpr int kMostLinks = 40;        // as many as the system follows
 
 /// The bytes of a file, none when it is missing. Empty when it is there and cannot be read.
 std::optional<std::string> ReadBytes(const wchar_t* path) try {
@@ -73,7 +74,7 @@ bool MayBeWritten(const std::wstring& path) {
 }
 
 bool ReplaceFile(const std::wstring& path, const std::string& bytes) try {
-    FileReplacement file(path.c_str());
+    FileReplacement file(path.c_str(), kNewFileMode);
     file.Append(bytes.data(), bytes.size());
     file.Commit();
     return true;

@@ -88,8 +88,11 @@ TEST_F(ProfileWrite, LeavesAFileInAFolderThatMayNotBeWritten) {
     EXPECT_EQ(FileCount(), 1);
 }
 
-TEST_F(ProfileWrite, MakesAFileAndKeepsItsPermissions) {
+TEST_F(ProfileWrite, MakesAFileForItsUserAloneAndKeepsPermissions) {
+    const mode_t mask = umask(0);
     EXPECT_TRUE(Write());
+    umask(mask);
+    EXPECT_EQ(fs::status(File()).permissions(), fs::perms(0600));
     EXPECT_EQ(Text(), "[S]\nA=2\n");
     fs::permissions(File(), fs::perms(0604));
     EXPECT_TRUE(Write());
