@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <new>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -51,6 +52,15 @@ bool WriteBitmap(const std::wstring& path, const KyiImageData& frame) {
     return false;
 }
 
+/// Traced as a file that cannot be read is, by its path and the reason.
+void TraceNoFile(const wchar_t* path) noexcept {
+    if (!KyiIsPuttingTraceLog()) return;
+    try {
+        KyiPutTraceLog(__FILE__, __LINE__, (std::wstring(path) + L": no file, or a link").c_str(), 0);
+    } catch (const std::bad_alloc&) { // no memory for the line
+    }
+}
+
 } // namespace
 
 KyfResult SaveTempFrame(KyfFocusComposition& session, const KyiImageData& frame) {
@@ -63,6 +73,10 @@ KyfResult SaveTempFrame(KyfFocusComposition& session, const KyiImageData& frame)
 
 ImagePtr LoadTempFrame(const KyfFocusComposition& session, std::int32_t index, ImagePtr spare) noexcept {
     const wchar_t* const path = session.TempFileMap[index];
+    if (!platform::IsPlainFile(path)) {
+        TraceNoFile(path);
+        return nullptr;
+    }
     const bool isBitmap = KyiGetFileTypeFromFileName(path) == KyiFileTypeBitmap;
     if (isBitmap && spare && KyiReloadBitmap32(path, spare.get())) return spare;
     spare.reset();

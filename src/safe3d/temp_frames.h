@@ -14,7 +14,8 @@ namespace kyf {
 /// path into TempFileMap. @return 1; -4 when folder or file cannot be made. Throws std::bad_alloc.
 KyfResult SaveTempFrame(KyfFocusComposition& session, const KyiImageData& frame);
 
-/// Reads a frame back; null when its file is gone or damaged. Does not throw: frames are read inside parallel regions.
+/// Reads a frame back; null when its file is gone or damaged, or a link has taken its place. Does not throw: frames are
+/// read inside parallel regions.
 /// @param spare  A frame that is no longer needed, or null: its memory is taken where it fits, which saves the system
 ///               from clearing new pages.
 ImagePtr LoadTempFrame(const KyfFocusComposition& session, std::int32_t index, ImagePtr spare = nullptr) noexcept;

@@ -170,7 +170,16 @@ void SaveOther(const fs::path& path, std::int32_t width, std::int32_t height, st
     const test::Image other = test::TexturedImage(width, height, format, 5);
     ASSERT_TRUE(KyiSaveImageData(path.wstring().c_str(), other.get(), 0));
 }
+/// A link to a picture of the same form, as somebody would plant who may write into the folder.
+void PutLink(const fs::path& path) {
+    static const test::TemporaryFolder elsewhere;
+    const fs::path picture = elsewhere.Path() / "private.bmp";
+    SaveOther(picture, kWidth, kHeight, KyiFormatBgr24);
+    fs::remove(path);
+    fs::create_symlink(picture, path);
+}
 const NamedMishap kMishaps[] = {
+    {"Linked", PutLink},
     {"Deleted", [](const fs::path& path) { fs::remove(path); }},
     {"Truncated", [](const fs::path& path) { fs::resize_file(path, fs::file_size(path) / 2); }},
     {"Emptied", [](const fs::path& path) { fs::resize_file(path, 0); }},
