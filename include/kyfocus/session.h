@@ -162,8 +162,8 @@ KYF_API KyfResult KyfFocusStartComplexProcessing(KyfFocusComposition* session,
  *  @param parallel  Allows threads in this call. @param progress  A fresh node, or null.
  *  @return 1; -2 for a bad session, an unknown mode or a frame that does not fit, and in modes 0 and 2 with ScopeType 0
  *          when AutoPos has been switched on after the first frame; from the 3D modes also -3 when out
- *          of memory or for a frame more than 512, 256 or 64 times as wide as high at Speed 0, 1 or 2, and -4 when
- *          the temporary bitmap cannot be written, as always with TempFolder "". A pipeline that refuses a frame has
+ *          of memory or for a frame more than 512, 256 or 64 times as wide as high, or more than 512, 2048 or 32768
+ *          times as high as wide, at Speed 0, 1 or 2, and -4 when the temporary bitmap cannot be written, as always with TempFolder "". A pipeline that refuses a frame has
  *          not counted it and goes on with the next one, but the 3D pipeline may keep the first frame that it
  *          refuses as its composed image until the next add: ask FrameCount, not the image, whether a frame is in.
  *          In mode 2 the 2D pipeline has taken the frame by the time that the 3D pipeline refuses it. */
@@ -185,8 +185,8 @@ KYF_API KyfResult KyfFocusAddImageFileWidthHeight(KyfFocusComposition* session, 
  *          mode 1 off before that frame, with all heights; out of memory among the heights leaves them all at 0,
  *          with that composite as far as it had come. The trace tells of both, and docs/embedding.md how else to
  *          find out. In mode 0 1 does not mean heights: out of memory among them leaves the image alone, as of a
- *          stack without heights, and the getters of the maps then give theirs without a pixel, with 1. On a graphics processor that fails adds and the make give 1 too, with flat heights; with CUDA
- *          not even the trace tells. */
+ *          stack without heights, and the getters of the maps then give theirs without a pixel, with 1. On a graphics
+ *          processor that fails adds and the make give 1 too, with flat heights; with CUDA not even the trace tells. */
 KYF_API KyfResult KyfFocusMakeCompImage(KyfFocusComposition* session, KyiBool parallel, KyfProgress* progress);
 
 /* ---- the composed image: of the 3D pipeline in mode 1, of the 2D pipeline otherwise ----------------------------- */

@@ -13,6 +13,8 @@ namespace kyf {
 namespace {
 
 constexpr std::int32_t kGrowth = 256;
+/// Of one image: 1 GiB. A system that promises more memory than it has would end the process instead of refusing it.
+constexpr std::int64_t kMostSamples = std::int64_t{1} << 27;
 
 bool HasGridSize(const KyfFocusComposition& session, const KyfImageData* image) noexcept {
     return image && image->Width == session.EdgeDataWidth && image->Height == session.EdgeDataHeight;
@@ -46,6 +48,7 @@ KyfImageData& MakeEntry(const KyfFocusComposition& session, KyfImageData*& entry
 } // namespace
 
 FrameImages MakeFrameImages(KyfFocusComposition& session) {
+    if (std::int64_t{session.EdgeDataWidth} * session.EdgeDataHeight > kMostSamples) throw std::bad_alloc();
     const std::int32_t frame = session.State3D.FrameCount;
     if (!session.EdgeFrames || frame >= session.FrameCapacity) GrowTables(session);
     KyfImageData& edge = MakeEntry(session, session.EdgeFrames[frame]);

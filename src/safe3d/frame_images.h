@@ -13,7 +13,7 @@ struct FrameImages {
 };
 
 /// Takes entries that an add before has left behind, or makes them; the tables grow by 256. Throws std::bad_alloc, with
-/// the tables in order.
+/// the tables in order, also for a grid of more than 2^27 samples.
 FrameImages MakeFrameImages(KyfFocusComposition& session);
 
 /// Whether every frame of a stack of at least one has its two images, all of the size of the grid.

@@ -67,6 +67,18 @@ TEST_F(AddFrame, MakesTheFolderWithItsParentsForTheOwnerAlone) {
     EXPECT_EQ(fs::status(m_folder.Path() / "a").permissions(), fs::perms::owner_all);
 }
 
+TEST_F(AddFrame, RefusesAGridThatNoMachineHolds) {
+    const int mostSpeeds[][2] = {{0, 512}, {1, 2048}};
+    for (const auto& [speed, mostRatio] : mostSpeeds) {
+        const test::Session session = Start(0, speed);
+        const test::Image tall = test::TexturedImage(1, mostRatio + 1, KyiFormatGray8, 1);
+        EXPECT_EQ(Add(*session, *tall), KyfResultFailAlloc) << speed;
+        EXPECT_EQ(session->State3D.FrameCount, 0) << speed;
+    }
+    const test::Session session = Start(0, 2);
+    EXPECT_EQ(Add(*session, *test::TexturedImage(1, 2100, KyiFormatGray8, 1)), KyfResultOk);
+}
+
 TEST_F(AddFrame, ReplacesALinkAndLeavesItsTargetAlone) {
     fs::create_directories(Folder());
     const fs::path target = m_folder.Path() / "precious";
