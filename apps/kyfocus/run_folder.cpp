@@ -1,6 +1,8 @@
 #include "run_folder.h"
 
+#include <array>
 #include <cerrno>
+#include <climits>
 #include <map>
 #include <mutex>
 #include <string>
@@ -68,6 +70,34 @@ void RemoveAllAndLock(const fs::path& folder) noexcept {
     fs::remove_all(folder, error);
 }
 
+/// What stands in the lock. Not all file systems that machines share pass their locks on.
+const std::string& ThisHost() {
+    static const std::string name = [] {
+        std::array<char, HOST_NAME_MAX + 1> text{};
+        return gethostname(text.data(), text.size() - 1) == 0 ? std::string(text.data()) : std::string();
+    }();
+    return name;
+}
+
+/// @return the system's number of an error, 0 without one.
+int WriteHost(int lock) {
+    std::string_view left = ThisHost();
+    while (!left.empty()) {
+        const ssize_t bytes = write(lock, left.data(), left.size());
+        if (bytes < 0 && errno != EINTR) return errno;
+        if (bytes == 0) return ENOSPC;
+        if (bytes > 0) left.remove_prefix(static_cast<std::size_t>(bytes));
+    }
+    return 0;
+}
+
+/// An empty lock counts as made here: its run was killed before it could write.
+bool IsOfThisHost(int lock) {
+    std::array<char, HOST_NAME_MAX + 1> text{};
+    const ssize_t bytes = pread(lock, text.data(), text.size(), 0);
+    return bytes == 0 || (bytes > 0 && std::string_view(text.data(), static_cast<std::size_t>(bytes)) == ThisHost());
+}
+
 /// A folder with a lock that can be had here has lost its run. One without is no run's, or a run's that was killed
 /// before its first file.
 void RemoveIfDead(const fs::path& folder) {
@@ -78,7 +108,7 @@ void RemoveIfDead(const fs::path& folder) {
         if (errno == ENOENT) rmdir(folder.c_str()); // fails where there is anything in it
         return;
     }
-    if (flock(lock.Get(), LOCK_EX | LOCK_NB) == 0) RemoveAllAndLock(folder);
+    if (IsOfThisHost(lock.Get()) && flock(lock.Get(), LOCK_EX | LOCK_NB) == 0) RemoveAllAndLock(folder);
 }
 
 bool IsLike(const std::string& name, const std::string& pattern) {
@@ -105,6 +135,10 @@ bool Lock(const fs::path& folder) {
     }
     struct stat status {};
     if (fstat(lock.Get(), &status) == 0 && status.st_nlink == 0) return false;
+    if (const int error = WriteHost(lock.Get()); error != 0) {
+        unlink((folder / kLockName).c_str());
+        Throw(error);
+    }
     const std::lock_guard guard(SharedLocks().Mutex);
     SharedLocks().Numbers.emplace(folder, lock.Release());
     return true;

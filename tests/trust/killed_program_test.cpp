@@ -167,6 +167,8 @@ TEST(DeadRuns, AreNotTakenForWhatLooksLikeThem) {
     fs::create_directory_symlink(place.Path("temp/elsewhere"), place.Path("temp/kyfocus-linked"));
     make("kyfocus-inuse0", fs::perms::owner_all, true);
     make("kyfocus-dead00", fs::perms::owner_all, true);
+    make("kyfocus-afar00", fs::perms::owner_all, true);
+    std::ofstream(place.Path("temp/kyfocus-afar00/kyfocus.lock")) << "another host"; // whose lock is not seen here
     fs::create_symlink(place.Path("temp/elsewhere/file"), place.Path("temp/kyfocus-dead00/link"));
     const int lock = open(place.Path("temp/kyfocus-inuse0/kyfocus.lock").c_str(), O_RDONLY | O_CLOEXEC);
     ASSERT_EQ(flock(lock, LOCK_EX), 0);
@@ -174,8 +176,9 @@ TEST(DeadRuns, AreNotTakenForWhatLooksLikeThem) {
     const Names arguments = {"compose", "stack",  "-o", "out/o.png", "--mode",
                              "3d",      "--step", "1",  "--speed",   "quarter"};
     EXPECT_EQ(place.Run(arguments).Status, 0);
-    EXPECT_EQ(test::EntryNames(place.Path("temp")), (Names{"elsewhere", "kyfocus-backup", "kyfocus-inuse0",
-                                                           "kyfocus-linked", "kyfocus-longer-name", "kyfocus-open00"}));
+    EXPECT_EQ(test::EntryNames(place.Path("temp")),
+              (Names{"elsewhere", "kyfocus-afar00", "kyfocus-backup", "kyfocus-inuse0", "kyfocus-linked",
+                     "kyfocus-longer-name", "kyfocus-open00"}));
     EXPECT_EQ(test::ReadText(place.Path("temp/elsewhere/file")), "kept");
     close(lock);
 }
