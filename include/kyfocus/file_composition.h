@@ -53,9 +53,9 @@ typedef struct KyfFileFocusCompositionResult {
  *  @return 1; -2 for a null parameter, null Files, fewer than one file or a frame that does not fit the first one; -4
  *          for a file that cannot be read and for a temporary bitmap that cannot be written; -3 when out of memory,
  *          when a trimmed result has no pixel left, and with AlgType 1 and 2 for frames too flat or too tall for Speed,
- * as told of KyfFocusAddImage. With AlgType 1 and 2 a 1 does not mean complete: a temporary bitmap lost meanwhile
- * breaks the image of AlgType 1 off, out of memory among the heights leaves them at 0, and the host cannot tell, since
- * the bitmaps are gone: KyfFocusMakeCompImage and the trace say more. */
+ *          as told of KyfFocusAddImage. With AlgType 1 and 2 a 1 does not mean complete: a temporary bitmap lost
+ *          meanwhile breaks the image of AlgType 1 off, out of memory among the heights leaves them at 0, and the host
+ *          cannot tell, since the bitmaps are gone: KyfFocusMakeCompImage and the trace say more. */
 KYF_API KyfResult KyfExecuteFileFocusComposition(const KyfFileFocusCompositionParameter* parameter,
                                                  KyfFileFocusCompositionResult* result, KyiBool parallel,
                                                  KyfProgress* progress);

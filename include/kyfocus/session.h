@@ -161,13 +161,13 @@ KYF_API KyfResult KyfFocusStartComplexProcessing(KyfFocusComposition* session,
  *  ScopeType 1 and 3 the modes 1 and 2 move the rows of the image itself: it holds the frame lined up afterwards.
  *  @param parallel  Allows threads in this call. @param progress  A fresh node, or null.
  *  @return 1; -2 for a bad session, an unknown mode or a frame that does not fit, and in modes 0 and 2 with ScopeType 0
- *          when AutoPos has been switched on after the first frame; from the 3D modes also -3 when out
- *          of memory or for a frame more than 512, 256 or 64 times as wide as high, or more than 512, 2048 or 32768
- *          times as high as wide, at Speed 0, 1 or 2, and -4 when the temporary bitmap cannot be written, as always
- * with TempFolder "". A pipeline that refuses a frame has not counted it and goes on with the next one, but the 3D
- * pipeline may keep the first frame that it refuses as its composed image until the next add: ask FrameCount, not the
- * image, whether a frame is in. In mode 2 the 2D pipeline has taken the frame by the time that the 3D pipeline refuses
- * it. */
+ *          when AutoPos has been switched on after the first frame; from the 3D modes also -3 when out of memory or for
+ *          a frame more than 512, 256 or 64 times as wide as high, or more than 512, 2048 or 32768 times as high as
+ *          wide, at Speed 0, 1 or 2, and -4 when the temporary bitmap cannot be written, as always with TempFolder "".
+ *          A pipeline that refuses a frame has not counted it and goes on with the next one, but the 3D pipeline may
+ *          keep the first frame that it refuses as its composed image until the next add: ask FrameCount, not the
+ *          image, whether a frame is in. In mode 2 the 2D pipeline has taken the frame by the time that the 3D pipeline
+ *          refuses it. */
 KYF_API KyfResult KyfFocusAddImage(KyfFocusComposition* session, KyiImageData* image, KyiBool parallel,
                                    KyfProgress* progress);
 /** Loads a file and adds it. @return as KyfFocusAddImage; -4 when the file cannot be loaded. */
