@@ -148,7 +148,9 @@ class SoakShapes : public testing::TestWithParam<Shape> {};
 // A frame so flat that its grid has no rows is refused by the 3D pipeline.
 TEST_P(SoakShapes, EndWithAResultForAnyNumberOfFrames) {
     const auto [width, height, mode] = GetParam();
-    for (const int frames : {1, 2, 5}) {
+    const bool isLarge =
+        mode != 0 && height / width > 1000; // a grid of 64 times as many samples as the frame has pixels
+    for (const int frames : isLarge ? std::vector{1} : std::vector{1, 2, 5}) {
         const Stack stack(mode);
         const bool isFlat = mode != 0 && width / 64 > height;
         KyfResult result = KyfResultOk;
@@ -169,7 +171,8 @@ TEST_P(SoakShapes, EndWithAResultForAnyNumberOfFrames) {
 INSTANTIATE_TEST_SUITE_P(Odd, SoakShapes,
                          testing::Values(Shape{1, 1, 0}, Shape{3, 2, 0}, Shape{5, 400, 0}, Shape{1, 3000, 0},
                                          Shape{3, 2, 1}, Shape{5, 400, 1}, Shape{400, 5, 1}, Shape{3000, 1, 0},
-                                         Shape{3000, 1, 1}, Shape{5, 400, 2}));
+                                         Shape{3000, 1, 1}, Shape{5, 400, 2}, Shape{1, 1, 1}, Shape{1, 1, 2},
+                                         Shape{1, 3000, 1}, Shape{3000, 1, 2}));
 
 TEST(SoakNumbers, FramesBeyondAByteAndBeyondTwo) {
     for (const int frames : {257, 513})
