@@ -70,11 +70,11 @@ void RemoveAllAndLock(const fs::path& folder) noexcept {
     fs::remove_all(folder, error);
 }
 
-/// What stands in the lock. Not all file systems that machines share pass their locks on.
+/// What stands in the lock: a line. Not all file systems that machines share pass their locks on.
 const std::string& ThisHost() {
     static const std::string name = [] {
         std::array<char, HOST_NAME_MAX + 1> text{};
-        return gethostname(text.data(), text.size() - 1) == 0 ? std::string(text.data()) : std::string();
+        return (gethostname(text.data(), text.size() - 1) == 0 ? std::string(text.data()) : std::string()) + '\n';
     }();
     return name;
 }
@@ -91,11 +91,11 @@ int WriteHost(int lock) {
     return 0;
 }
 
-/// An empty lock counts as made here: its run was killed before it could write.
+/// A lock whose line is not there or cut off counts as made here: its run was killed before or while it wrote.
 bool IsOfThisHost(int lock) {
-    std::array<char, HOST_NAME_MAX + 1> text{};
+    std::array<char, HOST_NAME_MAX + 2> text{};
     const ssize_t bytes = pread(lock, text.data(), text.size(), 0);
-    return bytes == 0 || (bytes > 0 && std::string_view(text.data(), static_cast<std::size_t>(bytes)) == ThisHost());
+    return bytes >= 0 && ThisHost().starts_with(std::string_view(text.data(), static_cast<std::size_t>(bytes)));
 }
 
 /// A folder with a lock that can be had here has lost its run. One without is no run's, or a run's that was killed

@@ -1,11 +1,13 @@
 // The program killed: outputs are the old or the new ones, whole, and the next run removes what is left.
 #include <algorithm>
+#include <array>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <limits>
 #include <random>
+#include <string_view>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -169,6 +171,14 @@ TEST(DeadRuns, AreNotTakenForWhatLooksLikeThem) {
     make("kyfocus-dead00", fs::perms::owner_all, true);
     make("kyfocus-afar00", fs::perms::owner_all, true);
     std::ofstream(place.Path("temp/kyfocus-afar00/kyfocus.lock")) << "another host"; // whose lock is not seen here
+    std::array<char, 256> host{};
+    ASSERT_EQ(gethostname(host.data(), host.size() - 1), 0);
+    ASSERT_NE(host[0], '\0');
+    make("kyfocus-half00", fs::perms::owner_all, true);
+    std::ofstream(place.Path("temp/kyfocus-half00/kyfocus.lock")) << host[0]; // killed while it wrote its host's name
+    make("kyfocus-like00", fs::perms::owner_all, true);
+    const std::string shorter(host.data(), std::string_view(host.data()).size() - 1);
+    std::ofstream(place.Path("temp/kyfocus-like00/kyfocus.lock")) << shorter << '\n'; // another host's whole name
     fs::create_symlink(place.Path("temp/elsewhere/file"), place.Path("temp/kyfocus-dead00/link"));
     const int lock = open(place.Path("temp/kyfocus-inuse0/kyfocus.lock").c_str(), O_RDONLY | O_CLOEXEC);
     ASSERT_EQ(flock(lock, LOCK_EX), 0);
@@ -177,8 +187,8 @@ TEST(DeadRuns, AreNotTakenForWhatLooksLikeThem) {
                              "3d",      "--step", "1",  "--speed",   "quarter"};
     EXPECT_EQ(place.Run(arguments).Status, 0);
     EXPECT_EQ(test::EntryNames(place.Path("temp")),
-              (Names{"elsewhere", "kyfocus-afar00", "kyfocus-backup", "kyfocus-inuse0", "kyfocus-linked",
-                     "kyfocus-longer-name", "kyfocus-open00"}));
+              (Names{"elsewhere", "kyfocus-afar00", "kyfocus-backup", "kyfocus-inuse0", "kyfocus-like00",
+                     "kyfocus-linked", "kyfocus-longer-name", "kyfocus-open00"}));
     EXPECT_EQ(test::ReadText(place.Path("temp/elsewhere/file")), "kept");
     close(lock);
 }
