@@ -60,6 +60,14 @@ std::vector<KyfFocusComposition*>& KeptSessions() {
     return *g_sessions;
 }
 
+/// Why the height grid of a frame cannot be had, whatever memory there is; nothing where it can.
+const char* GridProblem(const KyfFocusComposition& session) {
+    constexpr std::int64_t kMostSamples = std::int64_t{1} << 27;
+    if (session.Mode == KyfMode2DSelection || session.EdgeDataWidth == 0) return nullptr;
+    if (session.EdgeDataHeight == 0) return "flat";
+    return std::int64_t{session.EdgeDataWidth} * session.EdgeDataHeight > kMostSamples ? "tall" : nullptr;
+}
+
 } // namespace
 
 void FocusSession::FreeSession::operator()(KyfFocusComposition* session) const {
@@ -100,6 +108,9 @@ void FocusSession::Add(KyiImageData& frame, std::optional<double> height, const 
         throw Failure("frame not added: it cannot be kept in " + DisplayPath(m_temporaryFolder.parent_path()) + ": " +
                       (*KyiGetLastFileError() != '\0' ? KyiGetLastFileError() : std::strerror(error)) +
                       ", expected --temp with a folder that has room");
+    if (const char* const shape = GridProblem(*session); result == KyfResultFailAlloc && shape)
+        throw Failure("frame not added: " + std::to_string(frame.Width) + " x " + std::to_string(frame.Height) +
+                      " pixels are too " + shape + " for a grid of heights, expected --mode 2d, or --speed quarter");
     Require(result, "frame not added");
 }
 

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <fstream>
 #include <thread>
+#include <tuple>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -200,6 +201,18 @@ TEST_F(ComposeOddRuns, WarnsOfSettingsThatSpoilTheResultAndGoesOn) {
     EXPECT_EQ(result.Status, 0) << result.Errors;
     EXPECT_NE(result.Errors.find("\nkyfocus: warning: --speed half "), std::string::npos) << result.Errors;
     EXPECT_EQ(test::LineCount(result.Errors), 3U) << result.Errors;
+}
+
+TEST_F(ComposeOddRuns, TellsOfFramesTooFlatOrTooTallForAGrid) {
+    for (const auto& [width, height, word] : {std::tuple{600, 1, "flat"}, std::tuple{1, 600, "tall"}}) {
+        for (const char* const name : {"stack/f1.png", "stack/f2.png"})
+            app::SaveImage(Path(name), *test::RandomImage(width, height, KyiFormatGray8, 1));
+        const ProgramResult refused =
+            Compose({"-o", Path("out/o.png"), "--mode", "3d", "--step", "1", "--speed", "full"});
+        EXPECT_EQ(refused.Status, 1);
+        EXPECT_NE(refused.Errors.find(std::string("pixels are too ") + word), std::string::npos) << refused.Errors;
+        EXPECT_TRUE(fs::is_empty(Path("out")));
+    }
 }
 
 } // namespace
