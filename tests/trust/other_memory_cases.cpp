@@ -448,7 +448,7 @@ MemoryCase AsksFor(std::string call, bool (*ask)()) {
 }
 
 std::vector<MemoryCase> ProcessCases() {
-    constexpr const wchar_t* kName = L"a name that is longer than what a short text holds.dll";
+    static constexpr const wchar_t* kName = L"a name that is longer than what a short text holds.dll";
     return {On<Home>("KyfDllInitialize", "", 1, {kNull, 1},
                      [](Home&) {
                          KyiSetPuttingTraceLog(0);
@@ -459,7 +459,7 @@ std::vector<MemoryCase> ProcessCases() {
             Plain("KyfSetIntermediateCodePath", [] { KyfSetIntermediateCodePath(L"/a/folder/that/is/not/there"); }),
             Plain("KyfSetLanguageType", [] { KyfSetLanguageType(0); }),
             On<Nothing>(
-                "KyfSetResourceName", "", 1, {}, [kName](Nothing&) { return KyfSetResourceName(kName), 1; },
+                "KyfSetResourceName", "", 1, {}, [](Nothing&) { return KyfSetResourceName(kName), 1; },
                 [](Nothing&, Outcome) { KyfSetLanguageType(0); }),
             Plain("KyfSetResourceLoader", [] { KyfSetResourceLoader(LoadNone, UnloadNone); }),
             Plain("KyfGetCurrentResource", [] { KyfGetCurrentResource(); }),
