@@ -45,13 +45,13 @@ SampleDifferences CompareSamples(const KyiImageData& first, const KyiImageData& 
     PerThread<RowPair> scratch(static_cast<std::size_t>(first.Width));
 #pragma omp parallel
     {
-        auto& [firstRow, secondRow] = scratch.Mine();
+        RowPair& row = scratch.Mine();
 #pragma omp for schedule(static)
         for (int y = 0; y < first.Height; ++y)
             for (int channel = 0; channel < channels; ++channel) {
-                KyiGetLinePixel(&first, 0, y, channel, firstRow.data(), first.Width);
-                KyiGetLinePixel(&second, 0, y, channel, secondRow.data(), first.Width);
-                AddRow(firstRow, secondRow, rows[static_cast<std::size_t>(y)]);
+                KyiGetLinePixel(&first, 0, y, channel, row.First.data(), first.Width);
+                KyiGetLinePixel(&second, 0, y, channel, row.Second.data(), first.Width);
+                AddRow(row.First, row.Second, rows[static_cast<std::size_t>(y)]);
             }
     }
     double square = 0.0;

@@ -89,14 +89,14 @@ std::vector<std::uint16_t> Blur(const Scene& scene, const std::vector<std::uint1
     PerThread<Scratch> scratch(scene, weights);
 #pragma omp parallel
     {
-        auto& [sums, out, padded] = scratch.Mine();
+        Scratch& mine = scratch.Mine();
 #pragma omp for schedule(static)
         for (int y = 0; y < scene.Height; ++y) {
-            BlurColumns(scene, source, weights, y, sums);
-            BlurRow(scene, weights, sums, padded, out);
+            BlurColumns(scene, source, weights, y, mine.Sums);
+            BlurRow(scene, weights, mine.Sums, mine.Padded, mine.Out);
             std::uint16_t* row = result.data() + static_cast<std::size_t>(y) * scene.RowSamples();
-            for (std::size_t i = 0; i < out.size(); ++i)
-                row[i] = static_cast<std::uint16_t>(std::min(out[i], 65535.0F));
+            for (std::size_t i = 0; i < mine.Out.size(); ++i)
+                row[i] = static_cast<std::uint16_t>(std::min(mine.Out[i], 65535.0F));
         }
     }
     return result;
