@@ -1,91 +1,20 @@
 // Every allocation of an add and of a make fails once. A binary of its own: it takes the place of the allocators.
 #include <algorithm>
-#include <atomic>
-#include <cstdlib>
-#include <new>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <sys/mman.h>
 
 #include "alignment/drifting_stack.h"
 #include "safe3d/safe3d.h"
 #include "safe3d/stack_session.h"
 #include "safe3d/threads.h"
-
-namespace {
-
-std::atomic<int> g_allocationsLeft{-1}; // negative: no allocation fails
-
-bool MayAllocate() {
-    int left = g_allocationsLeft.load();
-    while (left > 0 && !g_allocationsLeft.compare_exchange_weak(left, left - 1)) continue;
-    return left != 0;
-}
-
-template <typename Function> Function* Original(const char* name) {
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
-
-} // namespace
-
-// The sanitizers bring operators of their own: there only images and page blocks run out.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define KY_OWN_OPERATORS 0
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define KY_OWN_OPERATORS 0
-#endif
-#endif
-#ifndef KY_OWN_OPERATORS
-#define KY_OWN_OPERATORS 1
-#endif
-
-#if KY_OWN_OPERATORS
-// Not inlined: the compiler would see a block of malloc go to operator delete.
-[[gnu::noinline]] void* operator new(std::size_t bytes) {
-    void* const block = MayAllocate() ? std::malloc(bytes ? bytes : 1) : nullptr;
-    if (!block) throw std::bad_alloc();
-    return block;
-}
-[[gnu::noinline]] void* operator new[](std::size_t bytes) { return operator new(bytes); }
-[[gnu::noinline]] void* operator new(std::size_t bytes, std::align_val_t alignment) {
-    const auto step = static_cast<std::size_t>(alignment);
-    void* const block = MayAllocate() ? std::aligned_alloc(step, (bytes + step) / step * step) : nullptr;
-    if (!block) throw std::bad_alloc();
-    return block;
-}
-[[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
-[[gnu::noinline]] void operator delete[](void* block) noexcept { std::free(block); }
-[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept { std::free(block); }
-[[gnu::noinline]] void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
-[[gnu::noinline]] void operator delete(void* block, std::align_val_t) noexcept { std::free(block); }
-[[gnu::noinline]] void operator delete(void* block, std::size_t, std::align_val_t) noexcept { std::free(block); }
-#endif
-
-// Row tables and the samples of maps.
-void* mmap(void* address, std::size_t bytes, int protection, int flags, int file, off_t offset) noexcept {
-    static auto* const original = Original<void*(void*, std::size_t, int, int, int, off_t)>("mmap");
-    return MayAllocate() ? original(address, bytes, protection, flags, file, offset) : MAP_FAILED;
-}
+#include "support/failing_allocations.h"
 
 KyiImageData* KyiAllocMaskImageData(int32_t width, int32_t height) {
-    static auto* const original = Original<KyiImageData*(int32_t, int32_t)>("KyiAllocMaskImageData");
-    return MayAllocate() ? original(width, height) : nullptr;
-}
-
-KyiImageData* KyiAllocImageDataEx(int32_t width, int32_t height, int32_t format, int32_t origin, int32_t reserved) {
-    static auto* const original =
-        Original<KyiImageData*(int32_t, int32_t, int32_t, int32_t, int32_t)>("KyiAllocImageDataEx");
-    return MayAllocate() ? original(width, height, format, origin, reserved) : nullptr;
-}
-
-KyiImageData* KyiDuplicateImageData(const KyiImageData* image, KyiBool parallel) {
-    static auto* const original = Original<KyiImageData*(const KyiImageData*, KyiBool)>("KyiDuplicateImageData");
-    return MayAllocate() ? original(image, parallel) : nullptr;
+    static auto* const original = test::Original<KyiImageData*(int32_t, int32_t)>("KyiAllocMaskImageData");
+    return test::MayAllocate(test::Kind::Images) ? original(width, height) : nullptr;
 }
 
 namespace {
@@ -96,13 +25,7 @@ constexpr int kFrames = 3;
 constexpr int kMostAllocations = 2000;
 constexpr int kFewestAllocations = KY_OWN_OPERATORS ? 20 : 8;
 
-/// Runs `work` with the n-th allocation and all later ones failing.
-template <typename Work> KyfResult RunWithAllocations(int n, Work work) {
-    g_allocationsLeft.store(n);
-    const KyfResult result = work();
-    g_allocationsLeft.store(-1);
-    return result;
-}
+using test::RunWithAllocations;
 
 /// A stack that can be added to over and over.
 struct Stack {

@@ -1,98 +1,23 @@
 // Every allocation of an add and of a make fails once: of the heap, on a boundary or not, of pages, of images. A binary
 // of its own: it takes the place of the allocators.
 #include <algorithm>
-#include <atomic>
-#include <cstdlib>
 #include <new>
 #include <string>
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include "selection2d/selection2d.h"
 #include "selection2d/session_run.h"
-
-namespace {
-
-enum class Kind { Any, Heap, AlignedHeap, Pages, Image };
-
-std::atomic<int> g_allocationsLeft{-1}; // until one fails; negative: none fails
-bool g_isLasting = false;               // whether all later ones fail too
-Kind g_failing = Kind::Any;             // the others are not counted
-
-bool MayAllocate(Kind kind) {
-    if (g_failing != Kind::Any && g_failing != kind) return true;
-    const int left = g_allocationsLeft.load();
-    if (left < 0) return true;
-    if (left > 0 || !g_isLasting) g_allocationsLeft.store(left - 1);
-    return left > 0;
-}
-
-template <typename Function> Function* Original(const char* name) {
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
-
-} // namespace
-
-// The sanitizers bring operators of their own: there only images run out.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define KY_OWN_OPERATORS 0
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define KY_OWN_OPERATORS 0
-#endif
-#endif
-#ifndef KY_OWN_OPERATORS
-#define KY_OWN_OPERATORS 1
-#endif
-
-#if KY_OWN_OPERATORS
-// Not inlined: the compiler would see a block of malloc go to operator delete.
-[[gnu::noinline]] void* operator new(std::size_t bytes) {
-    void* const block = MayAllocate(Kind::Heap) ? std::malloc(bytes ? bytes : 1) : nullptr;
-    if (!block) throw std::bad_alloc();
-    return block;
-}
-[[gnu::noinline]] void* operator new[](std::size_t bytes) { return operator new(bytes); }
-[[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
-[[gnu::noinline]] void operator delete[](void* block) noexcept { std::free(block); }
-[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept { std::free(block); }
-[[gnu::noinline]] void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
-[[gnu::noinline]] void* operator new(std::size_t bytes, std::align_val_t boundary) {
-    const auto step = static_cast<std::size_t>(boundary);
-    const std::size_t whole = std::max(bytes + step - 1, step) / step * step;
-    void* const block = MayAllocate(Kind::AlignedHeap) ? std::aligned_alloc(step, whole) : nullptr;
-    if (!block) throw std::bad_alloc();
-    return block;
-}
-[[gnu::noinline]] void operator delete(void* block, std::align_val_t) noexcept { std::free(block); }
-[[gnu::noinline]] void operator delete(void* block, std::size_t, std::align_val_t) noexcept { std::free(block); }
-#endif
-
-// The linker leads platform::AllocatePages here (--wrap), and the second name to the one that it is.
-void* AllocatePagesOrNot(std::size_t bytes) noexcept __asm__("__wrap__ZN8platform13AllocatePagesEm");
-void* AllocatePagesIndeed(std::size_t bytes) noexcept __asm__("__real__ZN8platform13AllocatePagesEm");
-void* AllocatePagesOrNot(std::size_t bytes) noexcept {
-    return MayAllocate(Kind::Pages) ? AllocatePagesIndeed(bytes) : nullptr;
-}
+#include "support/failing_allocations.h"
 
 KyiImageData* KyiAllocImageData(int32_t width, int32_t height, int32_t format) {
-    static auto* const original = Original<KyiImageData*(int32_t, int32_t, int32_t)>("KyiAllocImageData");
-    return MayAllocate(Kind::Image) ? original(width, height, format) : nullptr;
-}
-
-KyiImageData* KyiAllocImageDataEx(int32_t width, int32_t height, int32_t format, int32_t origin, int32_t reserved) {
-    static auto* const original =
-        Original<KyiImageData*(int32_t, int32_t, int32_t, int32_t, int32_t)>("KyiAllocImageDataEx");
-    return MayAllocate(Kind::Image) ? original(width, height, format, origin, reserved) : nullptr;
-}
-
-KyiImageData* KyiDuplicateImageData(const KyiImageData* image, KyiBool parallel) {
-    static auto* const original = Original<KyiImageData*(const KyiImageData*, KyiBool)>("KyiDuplicateImageData");
-    return MayAllocate(Kind::Image) ? original(image, parallel) : nullptr;
+    static auto* const original = test::Original<KyiImageData*(int32_t, int32_t, int32_t)>("KyiAllocImageData");
+    return test::MayAllocate(test::Kind::Images) ? original(width, height, format) : nullptr;
 }
 
 namespace {
+
+using test::Kind;
 
 constexpr std::int32_t kWidth = 90;
 constexpr std::int32_t kHeight = 70;
@@ -101,11 +26,15 @@ constexpr int kMostAllocations = 2000;
 /// Runs `work` while allocation n of a kind fails, alone or with all later ones, and gives what it returns.
 template <typename Work> KyfResult RunWithout(int n, Kind kind, bool isLasting, Work work) {
     struct Restore {
-        ~Restore() { g_allocationsLeft.store(-1); }
+        ~Restore() {
+            test::g_allocationsLeft.store(-1);
+            test::g_onlyOneFails.store(false);
+            test::g_failingKind = Kind::Any;
+        }
     } restore;
-    g_failing = kind;
-    g_isLasting = isLasting;
-    g_allocationsLeft.store(n);
+    test::g_failingKind = kind;
+    test::g_onlyOneFails.store(!isLasting);
+    test::g_allocationsLeft.store(n);
     return work();
 }
 
@@ -253,7 +182,7 @@ TEST_P(OutOfMemory, KeepsTheCutImageButNoneOfThePairWhereATableCannotBeHad) {
 
 TEST_P(OutOfMemory, LeavesTheImageUncutWhereTheCutCannotBeHad) {
     const test::Session session = Stack();
-    EXPECT_EQ(RunWithout(0, Kind::Image, false, [&] { return Make(*session); }), KyfResultFailAlloc);
+    EXPECT_EQ(RunWithout(0, Kind::Images, false, [&] { return Make(*session); }), KyfResultFailAlloc);
     EXPECT_EQ(session->State2D.CompImage, m_whole);
     EXPECT_EQ(session->State2D.CompImage->Width, kWidth);
     EXPECT_EQ(session->State2D.CuttedHeightDataMap, nullptr);

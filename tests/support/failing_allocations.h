@@ -17,7 +17,13 @@ inline std::atomic<int> g_allocationsLeft{-1}; // negative: no allocation fails
 
 inline std::atomic<bool> g_onlyOneFails{false}; // else all that come after the first one fail too
 
-inline bool MayAllocate() {
+/// What is asked for: a block of the heap, one on a boundary, pages, an image.
+enum class Kind { Any, Heap, AlignedHeap, Pages, Images };
+
+inline Kind g_failingKind = Kind::Any; // the others are not counted
+
+inline bool MayAllocate(Kind kind = Kind::Any) {
+    if (g_failingKind != Kind::Any && kind != g_failingKind) return true;
     int left = g_allocationsLeft.load();
     while (left > 0 || (left == 0 && g_onlyOneFails.load()))
         if (g_allocationsLeft.compare_exchange_weak(left, left - 1)) break;
@@ -63,17 +69,18 @@ template <typename Work> auto RunWithOneFailure(int n, bool& hasFailed, Work wor
 #if KY_OWN_OPERATORS
 // Not inlined: the compiler would see a block of malloc go to operator delete.
 [[gnu::noinline]] void* operator new(std::size_t bytes) {
-    void* const block = test::MayAllocate() ? std::malloc(bytes ? bytes : 1) : nullptr;
+    void* const block = test::MayAllocate(test::Kind::Heap) ? std::malloc(bytes ? bytes : 1) : nullptr;
     if (!block) throw std::bad_alloc();
     return block;
 }
 [[gnu::noinline]] void* operator new[](std::size_t bytes) { return operator new(bytes); }
 [[gnu::noinline]] void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
-    return test::MayAllocate() ? std::malloc(bytes ? bytes : 1) : nullptr;
+    return test::MayAllocate(test::Kind::Heap) ? std::malloc(bytes ? bytes : 1) : nullptr;
 }
 [[gnu::noinline]] void* operator new(std::size_t bytes, std::align_val_t alignment) {
     const auto step = static_cast<std::size_t>(alignment);
-    void* const block = test::MayAllocate() ? std::aligned_alloc(step, (bytes + step) / step * step) : nullptr;
+    void* const block =
+        test::MayAllocate(test::Kind::AlignedHeap) ? std::aligned_alloc(step, (bytes + step) / step * step) : nullptr;
     if (!block) throw std::bad_alloc();
     return block;
 }
@@ -89,18 +96,19 @@ template <typename Work> auto RunWithOneFailure(int n, bool& hasFailed, Work wor
 // Row tables and the samples of maps.
 void* mmap(void* address, std::size_t bytes, int protection, int flags, int file, off_t offset) noexcept {
     static auto* const original = test::Original<void*(void*, std::size_t, int, int, int, off_t)>("mmap");
-    return test::MayAllocate() ? original(address, bytes, protection, flags, file, offset) : MAP_FAILED;
+    return test::MayAllocate(test::Kind::Pages) ? original(address, bytes, protection, flags, file, offset)
+                                                : MAP_FAILED;
 }
 
 KyiImageData* KyiAllocImageDataEx(int32_t width, int32_t height, int32_t format, int32_t origin, int32_t reserved) {
     static auto* const original =
         test::Original<KyiImageData*(int32_t, int32_t, int32_t, int32_t, int32_t)>("KyiAllocImageDataEx");
-    return test::MayAllocate() ? original(width, height, format, origin, reserved) : nullptr;
+    return test::MayAllocate(test::Kind::Images) ? original(width, height, format, origin, reserved) : nullptr;
 }
 
 KyiImageData* KyiDuplicateImageData(const KyiImageData* image, KyiBool parallel) {
     static auto* const original = test::Original<KyiImageData*(const KyiImageData*, KyiBool)>("KyiDuplicateImageData");
-    return test::MayAllocate() ? original(image, parallel) : nullptr;
+    return test::MayAllocate(test::Kind::Images) ? original(image, parallel) : nullptr;
 }
 
 #endif
