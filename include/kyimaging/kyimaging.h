@@ -171,7 +171,8 @@ KYI_API KyiBool KyiReloadBitmap32(const wchar_t* path, KyiImageData* image);
 /** A KyiFileType... value by the extension of the name, in any case. */
 KYI_API int32_t KyiGetFileTypeFromFileName(const wchar_t* path);
 /** Saves as bitmap, TIFF, PNG or JPEG by the name. The target is replaced as a whole or not touched: the data goes into
- *  a temporary file beside it which is then renamed. A bitmap reads back pixel for pixel with its format.
+ *  a temporary file beside it which is then renamed; a process that is killed meanwhile leaves it, the target's name
+ *  with a dot and 8 hexadecimal digits behind. A bitmap reads back pixel for pixel with its format.
  *  @return non-zero on success, 0 on failure (reason as for loading). */
 KYI_API KyiBool KyiSaveImageData(const wchar_t* path, const KyiImageData* image, int32_t reserved);
 /** Why the last load or save of this thread failed, in UTF-8 without the path; "" after a success. The text is the
