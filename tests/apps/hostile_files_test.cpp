@@ -1,4 +1,5 @@
 /// Runs on files made to do harm: the program names the file and the reason, ends with 1 and leaves no output.
+#include <array>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -302,7 +303,7 @@ void SetTag(std::string& file, std::uint32_t tag, std::uint32_t value) {
 
 TEST_F(HostileFiles, OfHeightsOfSizesThatCannotBeAreRefused) {
     app::SaveHeightMap(Path("good.tif"), {3, 2, {0, 1, 2, 3, 4, 5}}, "");
-    for (const std::uint32_t tag : {TIFFTAG_IMAGEWIDTH, TIFFTAG_IMAGELENGTH})
+    for (const std::uint32_t tag : std::array<std::uint32_t, 2>{TIFFTAG_IMAGEWIDTH, TIFFTAG_IMAGELENGTH})
         for (const std::uint32_t size : {0U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFEU, 0xFFFFFFFFU}) {
             SCOPED_TRACE(testing::Message() << "tag " << tag << ", " << size);
             std::string file = Read("good.tif");
@@ -329,7 +330,7 @@ TEST_F(HostileFiles, OfHeightsFarLargerThanTheFileAreRefused) {
     Write("claim.tif", StripsOf(4'000'000, 10, COMPRESSION_LZW, std::string(100'000, '\0')));
     EXPECT_NE(RefusalOf(Path("claim.tif")).find(claim), std::string::npos) << RefusalOf(Path("claim.tif"));
     // Each of the strips would be read as a whole.
-    for (const std::uint32_t compression : {COMPRESSION_NONE, COMPRESSION_LZW}) {
+    for (const std::uint32_t compression : std::array<std::uint32_t, 2>{COMPRESSION_NONE, COMPRESSION_LZW}) {
         Write("shared.tif", StripsOf(1, 10'000, compression, std::string(900'000, '\0')));
         EXPECT_NE(RefusalOf(Path("shared.tif")).find("strips that share their bytes"), std::string::npos)
             << RefusalOf(Path("shared.tif"));
