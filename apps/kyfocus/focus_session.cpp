@@ -62,7 +62,7 @@ std::vector<KyfFocusComposition*>& KeptSessions() {
 
 /// Why the height grid of a frame cannot be had, whatever memory there is; nothing where it can.
 const char* GridProblem(const KyfFocusComposition& session) {
-    constexpr std::int64_t kMostSamples = std::int64_t{1} << 27;
+    constexpr std::int64_t kMostSamples = std::int64_t{1} << 27; // as KyfFocusAddImage tells by ratios of the sides
     if (session.Mode == KyfMode2DSelection || session.EdgeDataWidth == 0) return nullptr;
     if (session.EdgeDataHeight == 0) return "flat";
     return std::int64_t{session.EdgeDataWidth} * session.EdgeDataHeight > kMostSamples ? "tall" : nullptr;

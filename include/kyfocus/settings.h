@@ -122,8 +122,8 @@ KYF_API void KyfSet3DSelectionParameter(const KyfFocusCompositionParameter* para
  *  path is a missing file; a null record does nothing. */
 KYF_API void KyfLoadFocusCompositionParameter(KyfFocusCompositionParameter* parameter, const wchar_t* path);
 /** Writes the 25 keys; other keys, sections and comments of the file stay as they are. The file changes in one step, so
- *  that no reader sees a part of it; permissions are kept. No folder is made. Failure leaves the file as it was and is
- *  not told. Null does nothing. */
+ *  that no reader sees a part of it; permissions are kept, and a new file is its user's alone. No folder is made.
+ *  Failure leaves the file as it was and is not told. Null does nothing. */
 KYF_API void KyfSaveFocusCompositionParameter(const KyfFocusCompositionParameter* parameter, const wchar_t* path);
 
 #ifdef __cplusplus

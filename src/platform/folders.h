@@ -19,7 +19,7 @@ std::wstring IntermediateCodeFolder();
 bool MakeFolders(const wchar_t* folder);
 
 /// Deletes the plain entries (no folders) of `folder` whose name contains `part`. Goes on until a search finds none,
-/// some 256 entries a search; an entry that cannot be deleted is found again, so that the call lasts as long as it
+/// at most 256 entries a search; an entry that cannot be deleted is found again, so that the call lasts as long as it
 /// stays. A null or empty argument ends it at once, as does a folder that cannot be opened. Needs no memory.
 void DeleteFilesContaining(const wchar_t* folder, const wchar_t* part) noexcept;
 

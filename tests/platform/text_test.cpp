@@ -1,4 +1,6 @@
+#include <array>
 #include <random>
+#include <span>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -16,6 +18,21 @@ TEST(Text, TurnsCharactersOfEveryLengthIntoUtf8AndBack) {
                              "\xF4\x8F\xBF\xBF";
     EXPECT_EQ(ToUtf8(wide), utf8);
     EXPECT_EQ(ToWide(utf8), wide);
+}
+
+TEST(Text, GoesIntoABufferWhereItFitsWithItsTerminator) {
+    const std::wstring text = L"a\u00e9\u20ac\U0001F600\xDCFF";
+    const std::string expected = platform::ToUtf8(text);
+    ASSERT_EQ(expected.size(), 11U);
+    std::array<char, 20> buffer{};
+    for (std::size_t size = 1; size <= buffer.size(); ++size) {
+        buffer.fill('#');
+        ASSERT_EQ(platform::ToUtf8(text, std::span(buffer).first(size)), size > expected.size()) << size;
+        EXPECT_TRUE(size == buffer.size() || buffer[size] == '#') << size;
+        if (size > expected.size()) {
+            EXPECT_STREQ(buffer.data(), expected.c_str());
+        }
+    }
 }
 
 TEST(Text, KeepsNulCharacters) {
