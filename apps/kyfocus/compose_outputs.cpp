@@ -54,7 +54,7 @@ void SaveHeightOutputs(const FocusSession& session, const KyiImageData& image, c
                        OutputFiles& outputs, Summary& summary) {
     const HeightMap map = session.Heights();
     const auto [least, greatest] = std::minmax_element(map.Values.begin(), map.Values.end());
-    summary.Heights = HeightRange{*least, *greatest};
+    summary.Heights = HeightExtent{*least, *greatest};
     if (!options.HeightMapOutput.empty())
         outputs.Write(options.HeightMapOutput, [&](const fs::path& path) { SaveMap(path, map, options.Unit); });
     if (!options.HeightPictureOutput.empty())

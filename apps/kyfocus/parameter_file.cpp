@@ -42,7 +42,7 @@ std::string LowerCase(std::string_view text) {
 
 /// Opens a file that may be one of parameters. Asked before it is opened: a pipe without a writer would hold the
 /// program.
-std::ifstream Open(const fs::path& file) {
+std::ifstream OpenParameters(const fs::path& file) {
     std::error_code error;
     const fs::file_status status = fs::status(file, error);
     if (fs::exists(status) && !fs::is_regular_file(status)) throw Failure(DisplayPath(file) + ": is no plain file");
@@ -54,7 +54,7 @@ std::ifstream Open(const fs::path& file) {
 }
 
 std::string ReadBytes(const fs::path& file) {
-    std::ifstream stream = Open(file);
+    std::ifstream stream = OpenParameters(file);
     std::string bytes;
     for (char buffer[1 << 16]; stream.read(buffer, sizeof buffer), stream.gcount() > 0;)
         bytes.append(buffer, static_cast<std::size_t>(stream.gcount()));
@@ -195,7 +195,7 @@ void OverlayParameters(const ParameterFile& file, Parameter& settings) {
 void RequireWritable(const fs::path& file) {
     std::error_code error;
     if (!fs::exists(file, error)) return;
-    Open(file);
+    OpenParameters(file);
     if (faccessat(AT_FDCWD, file.c_str(), W_OK, AT_EACCESS) != 0) // as the library asks
         throw Failure(DisplayPath(file) + ": parameters cannot be written: " + std::strerror(errno));
 }

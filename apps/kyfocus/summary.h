@@ -23,7 +23,7 @@ struct StageSeconds {
     double Wall = 0;
 };
 
-struct HeightRange {
+struct HeightExtent {
     double Least = 0;
     double Greatest = 0;
 };
@@ -42,7 +42,7 @@ struct Summary {
     std::vector<FrameMove> Moves3d; // and the 3D pipeline
     LoaderStatistics Loader;
     StageSeconds Seconds;
-    std::optional<HeightRange> Heights; // of the heights, when an output needed them
+    std::optional<HeightExtent> Heights; // of the heights, when an output needed them
     std::optional<HeightScale> ImageScale;
 };
 

@@ -16,12 +16,11 @@
 namespace {
 
 namespace fs = std::filesystem;
-using nlohmann::json;
 using test::ProgramResult;
 using Names = std::vector<std::string>;
 
-constexpr int kWidth = 240;
-constexpr int kHeight = 180;
+constexpr int kStackWidth = 240;
+constexpr int kStackHeight = 180;
 
 class ComposeAlign : public testing::Test {
   protected:
@@ -32,7 +31,8 @@ class ComposeAlign : public testing::Test {
     /// Writes a stack of one scene; its first frame is the truth.
     void WriteStack(const std::vector<test::Step>& steps, std::int32_t format = KyiFormatBgr24,
                     test::Content content = test::Content::CrossedLines) {
-        const std::vector<test::Image> frames = test::DriftingStack(kWidth, kHeight, format, content, steps, 11);
+        const std::vector<test::Image> frames =
+            test::DriftingStack(kStackWidth, kStackHeight, format, content, steps, 11);
         for (std::size_t i = 0; i < frames.size(); ++i)
             ASSERT_TRUE(KyiSaveImageData(app::WidePath(Path("stack/" + std::to_string(i) + ".png")).c_str(),
                                          frames[i].get(), 0));
@@ -45,11 +45,11 @@ class ComposeAlign : public testing::Test {
         arguments.insert(arguments.end(), options.begin(), options.end());
         return test::RunProgram(arguments);
     }
-    json Summary(Names options) const {
+    nlohmann::json Summary(Names options) const {
         options.insert(options.end(), {"--json", "-"});
         const ProgramResult result = Compose(options);
         EXPECT_EQ(result.Status, 0) << result.Errors;
-        return json::parse(result.Output, nullptr, /*allow_exceptions=*/false);
+        return nlohmann::json::parse(result.Output, nullptr, /*allow_exceptions=*/false);
     }
     void ExpectRefusal(const Names& parts, const Names& options) const {
         const ProgramResult result = Compose(options);
@@ -57,9 +57,9 @@ class ComposeAlign : public testing::Test {
         for (const std::string& part : parts) EXPECT_NE(result.Errors.find(part), std::string::npos) << result.Errors;
         EXPECT_EQ(test::EntryNames(Path("out")), Names{});
     }
-    static std::vector<int> Shifts(const json& side, const char* key) {
+    static std::vector<int> Shifts(const nlohmann::json& side, const char* key) {
         std::vector<int> shifts;
-        for (const json& frame : side.at("frames")) shifts.push_back(frame.at(key).get<int>());
+        for (const nlohmann::json& frame : side.at("frames")) shifts.push_back(frame.at(key).get<int>());
         return shifts;
     }
 
@@ -70,45 +70,45 @@ class ComposeAlign : public testing::Test {
 TEST_F(ComposeAlign, TellsHowFarLinesHaveMovedEachFrame) {
     WriteStack({{6, 0}, {-10, 0}, {1, 0}});
     for (const std::string method : {"lines", "lines-multi"}) {
-        const json summary = Summary({"--align", method});
-        const json side = summary.at("alignment").at("2d");
+        const nlohmann::json summary = Summary({"--align", method});
+        const nlohmann::json side = summary.at("alignment").at("2d");
         EXPECT_EQ(side.at("method"), method);
         EXPECT_EQ(Shifts(side, "shift_x"), (std::vector<int>{0, 6, -4, -3}));
         EXPECT_EQ(Shifts(side, "shift_y"), (std::vector<int>{0, 0, 0, 0}));
         EXPECT_EQ(side.at("frames")[1].at("scale_x"), 1.0);
         EXPECT_FALSE(summary.at("alignment").contains("3d"));
         EXPECT_EQ(summary.at("settings").at("scope"), 1);
-        EXPECT_EQ(summary.at("result").at("width"), kWidth - 6 - 4);
-        EXPECT_EQ(summary.at("result").at("height"), kHeight);
+        EXPECT_EQ(summary.at("result").at("width"), kStackWidth - 6 - 4);
+        EXPECT_EQ(summary.at("result").at("height"), kStackHeight);
     }
 }
 
 TEST_F(ComposeAlign, KeepsTheBorderOnRequest) {
     WriteStack({{6, 0}, {-10, 0}});
-    const json summary = Summary({"--align", "lines", "--keep-border"});
-    EXPECT_EQ(summary.at("result").at("width"), kWidth);
+    const nlohmann::json summary = Summary({"--align", "lines", "--keep-border"});
+    EXPECT_EQ(summary.at("result").at("width"), kStackWidth);
     EXPECT_EQ(summary.at("alignment").at("keep_border"), true);
 }
 
 TEST_F(ComposeAlign, FollowsShiftsOfBothAxesInMode3d) {
     WriteStack({{5, -3}, {-9, 4}});
-    const json summary = Summary({"--align", "auto", "--mode", "3d", "--step", "1"});
-    const json side = summary.at("alignment").at("3d");
+    const nlohmann::json summary = Summary({"--align", "auto", "--mode", "3d", "--step", "1"});
+    const nlohmann::json side = summary.at("alignment").at("3d");
     EXPECT_EQ(side.at("method"), "projection");
     EXPECT_EQ(Shifts(side, "shift_x"), (std::vector<int>{0, 5, -4}));
     EXPECT_EQ(Shifts(side, "shift_y"), (std::vector<int>{0, -3, 1}));
     EXPECT_FALSE(summary.at("alignment").contains("2d"));
-    EXPECT_EQ(summary.at("result").at("width"), kWidth - 64 - 5 - 4);
-    EXPECT_EQ(summary.at("result").at("height"), kHeight - 64 - 3 - 1);
+    EXPECT_EQ(summary.at("result").at("width"), kStackWidth - 64 - 5 - 4);
+    EXPECT_EQ(summary.at("result").at("height"), kStackHeight - 64 - 3 - 1);
 }
 
 TEST_F(ComposeAlign, TellsOfBothSidesInModeComplex) {
     WriteStack({{2, 1}, {-3, 0}});
-    const json areas = Summary({"--align", "auto", "--areas", "4", "--mode", "complex", "--step", "1"});
+    const nlohmann::json areas = Summary({"--align", "auto", "--areas", "4", "--mode", "complex", "--step", "1"});
     EXPECT_EQ(areas.at("alignment").at("2d").at("method"), "areas");
     EXPECT_EQ(areas.at("alignment").at("2d").at("frames").size(), 3u);
     EXPECT_EQ(areas.at("alignment").at("3d").at("method"), "projection");
-    const json lines = Summary({"--align", "lines", "--mode", "complex", "--step", "1"});
+    const nlohmann::json lines = Summary({"--align", "lines", "--mode", "complex", "--step", "1"});
     EXPECT_EQ(Shifts(lines.at("alignment").at("2d"), "shift_x"), (std::vector<int>{0, 2, -1}));
     EXPECT_EQ(Shifts(lines.at("alignment").at("3d"), "shift_x"), (std::vector<int>{0, 2, -1}));
 }
@@ -118,7 +118,7 @@ TEST_F(ComposeAlign, TakesAsManyTemplateAreasAsThereArePlaces) {
     WriteStack({{3, -2}, {1, 4}});
     const auto shifts = [&](Names options) {
         options.insert(options.end(), {"--align", "auto"});
-        const json side = Summary(options).at("alignment").at("2d");
+        const nlohmann::json side = Summary(options).at("alignment").at("2d");
         EXPECT_EQ(side.at("method"), "areas");
         EXPECT_EQ(side.at("frames").size(), 3u);
         EXPECT_EQ(side.at("frames")[0].at("scale_x"), 1.0);

@@ -3,7 +3,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -15,6 +14,7 @@
 #include "npy_file.h"
 #include "run_program.h"
 #include "support/case_files.h"
+#include "support/file_text.h"
 #include "support/images.h"
 
 namespace {
@@ -22,11 +22,6 @@ namespace {
 namespace fs = std::filesystem;
 using test::ProgramResult;
 using Names = std::vector<std::string>;
-
-std::string ReadBytes(const fs::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
 
 /// A synthetic stack of 8 frames 2 um apart, folders "out" and "temp".
 class ComposeModes : public testing::Test {
@@ -123,10 +118,10 @@ TEST_F(ComposeModes, ComplexGivesTheImageOf2dAndTheHeightsOf3d) {
                                     "--height-map", Out(mode + ".npy"), "--progress", "none"})
                       .Status,
                   0);
-    EXPECT_EQ(ReadBytes(Out("complex.png")), ReadBytes(Out("2d.png")));
-    EXPECT_NE(ReadBytes(Out("complex.png")), ReadBytes(Out("3d.png")));
-    EXPECT_EQ(ReadBytes(Out("complex.npy")), ReadBytes(Out("3d.npy")));
-    EXPECT_NE(ReadBytes(Out("complex.npy")), ReadBytes(Out("2d.npy")));
+    EXPECT_EQ(test::ReadText(Out("complex.png")), test::ReadText(Out("2d.png")));
+    EXPECT_NE(test::ReadText(Out("complex.png")), test::ReadText(Out("3d.png")));
+    EXPECT_EQ(test::ReadText(Out("complex.npy")), test::ReadText(Out("3d.npy")));
+    EXPECT_NE(test::ReadText(Out("complex.npy")), test::ReadText(Out("2d.npy")));
 }
 
 TEST_F(ComposeModes, AreChosenByWhatIsAskedFor) {
@@ -167,7 +162,7 @@ TEST_F(ComposeModes, HandEverySettingToTheLibrary) {
         options.insert(options.end(), settings.begin(), settings.end());
         const ProgramResult result = Compose(options);
         EXPECT_EQ(result.Status, 0) << result.Errors;
-        return ReadBytes(Out("z.npy"));
+        return test::ReadText(Out("z.npy"));
     };
     const std::string byDefault = heightsWith({});
     EXPECT_EQ(heightsWith({"--halation", "--adopt-top", "--sensitivity", "5", "--plane", "top"}), byDefault);
@@ -181,7 +176,7 @@ TEST_F(ComposeModes, GiveTheSameHeightsWithAnyNumberOfThreads) {
         Names options = {"--height-map", Out("z.npy"), "--mode", "3d"};
         options.insert(options.end(), threads.begin(), threads.end());
         EXPECT_EQ(Compose3d(options).Status, 0);
-        return ReadBytes(Out("z.npy")) + ReadBytes(Out("o.png"));
+        return test::ReadText(Out("z.npy")) + test::ReadText(Out("o.png"));
     };
     const std::string alone = heightsWith({"--no-parallel"});
     for (const std::string threads : {"1", "2", "5"}) EXPECT_EQ(heightsWith({"--threads", threads}), alone) << threads;
@@ -193,7 +188,7 @@ TEST_F(ComposeModes, WriteAllHeightOutputsTogether) {
                    "--mesh", Out("z.PLY"), "--mesh-step", "2", "--pixel-size", "0.25", "--json", Out("run.json")});
     ASSERT_EQ(result.Status, 0) << result.Errors;
     EXPECT_EQ(test::EntryNames(Path("out")), (Names{"o.png", "run.json", "z.PLY", "z.npy", "z.png", "z16.png"}));
-    const auto json = nlohmann::json::parse(ReadBytes(Out("run.json")));
+    const auto json = nlohmann::json::parse(test::ReadText(Out("run.json")));
     EXPECT_EQ(json.at("result").at("mesh").at("file"), Out("z.PLY"));
     EXPECT_EQ(json.at("result").at("height_picture").at("file"), Out("z.png"));
     EXPECT_EQ(json.at("temporary_bytes"), kFrames * 160 * 120 * 3);
@@ -202,7 +197,7 @@ TEST_F(ComposeModes, WriteAllHeightOutputsTogether) {
     EXPECT_EQ(json.at("result").at("heights").at("least"), *least);
     EXPECT_EQ(json.at("result").at("heights").at("greatest"), *greatest);
     EXPECT_EQ(app::LoadImage(Out("z.png"))->Format, KyiFormatBgr24);
-    EXPECT_NE(ReadBytes(Out("z.PLY")).find("element vertex 4800\n"), std::string::npos); // 80 x 60
+    EXPECT_NE(test::ReadText(Out("z.PLY")).find("element vertex 4800\n"), std::string::npos); // 80 x 60
 }
 
 TEST_F(ComposeModes, RefuseOptionsThatMeanNothingToThem) {
@@ -284,7 +279,7 @@ TEST_F(ComposeModes, KeepFramesPrivatelyAndLeaveTheFilesOfOthersAlone) {
     });
     EXPECT_EQ(result.Status, 0) << result.Errors;
     EXPECT_EQ(test::EntryNames(Path("temp")), Names{"MFocusTemp0.bmp"});
-    EXPECT_EQ(ReadBytes(Path("temp/MFocusTemp0.bmp")), "of someone else");
+    EXPECT_EQ(test::ReadText(Path("temp/MFocusTemp0.bmp")), "of someone else");
 }
 
 TEST_F(ComposeModes, KeepFramesInTheSystemsFolderByDefault) {
@@ -301,7 +296,7 @@ TEST_F(ComposeModes, SayThatTheSystemsFolderIsMissing) {
     const std::string line = "TMPDIR='" + Path("none") + "' '" KY_PROGRAM "' compose '" + Frame(0) + "' -o '" +
                              Out("o.png") + "' --mode 3d --step 1 2>'" + Path("errors") + "'";
     EXPECT_EQ(WEXITSTATUS(std::system(line.c_str())), 1);
-    const std::string errors = ReadBytes(Path("errors"));
+    const std::string errors = test::ReadText(Path("errors"));
     EXPECT_NE(errors.find("the system's temporary folder cannot be used: No such"), std::string::npos) << errors;
     EXPECT_EQ(test::EntryNames(Path("out")), Names{});
 }

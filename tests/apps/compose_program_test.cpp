@@ -19,8 +19,8 @@ namespace fs = std::filesystem;
 using test::ProgramResult;
 using Names = std::vector<std::string>;
 
-constexpr int kWidth = 64;
-constexpr int kHeight = 48;
+constexpr int kFrameWidth = 64;
+constexpr int kFrameHeight = 48;
 
 /// A folder "stack" with frames of which each is sharp in one vertical stripe, and a folder "out".
 class ComposeProgram : public testing::Test {
@@ -38,10 +38,10 @@ class ComposeProgram : public testing::Test {
     /// Frames 1 to `count`; frame n is sharp in stripe n and gray elsewhere.
     void MakeStack(int count, const std::string& extension = ".png", int format = KyiFormatBgr24) const {
         for (int frame = 0; frame < count; ++frame) {
-            const test::Image image(KyiAllocImageData(kWidth, kHeight, format));
+            const test::Image image(KyiAllocImageData(kFrameWidth, kFrameHeight, format));
             KyiFill(image.get(), KyiGetDepth(format) / 2, 0, 0);
-            for (int y = 0; y < kHeight; ++y)
-                for (int x = frame * kWidth / count; x < (frame + 1) * kWidth / count; ++x) Set(*image, x, y);
+            for (int y = 0; y < kFrameHeight; ++y)
+                for (int x = frame * kFrameWidth / count; x < (frame + 1) * kFrameWidth / count; ++x) Set(*image, x, y);
             app::SaveImage(Stack() / std::to_string(frame + 1).insert(0, 1, 'f').append(extension), *image);
         }
     }
@@ -90,10 +90,10 @@ TEST_F(ComposeProgram, TakesEveryStripeFromTheFrameThatIsSharpThere) {
     const ProgramResult result = Compose({"-o", Output("out.png"), "--preset", "coarse"});
     ASSERT_EQ(result.Status, 0) << result.Errors;
     const app::Image image = app::LoadImage(Output("out.png"));
-    ASSERT_EQ(image->Width, kWidth);
-    ASSERT_EQ(image->Height, kHeight);
+    ASSERT_EQ(image->Width, kFrameWidth);
+    ASSERT_EQ(image->Height, kFrameHeight);
     int wrong = 0;
-    for (int y = 8; y < kHeight - 8; ++y)
+    for (int y = 8; y < kFrameHeight - 8; ++y)
         for (const int x : {12, 13, 14, 15, 16, 48, 49, 50, 51, 52}) {
             std::int32_t values[3] = {};
             KyiGetPixelDataRGB(image.get(), x, y, values);
@@ -152,9 +152,9 @@ TEST_F(ComposeProgram, WritesHeightsInTheGivenUnit) {
                                           "--height-image", Output("z.png"), "--json", Output("run.json")});
     ASSERT_EQ(result.Status, 0) << result.Errors;
     const app::HeightMap map = app::LoadHeightMap(Output("z.tif"));
-    ASSERT_EQ(map.Width, kWidth);
-    ASSERT_EQ(map.Height, kHeight);
-    const std::size_t middle = kHeight / 2 * kWidth;
+    ASSERT_EQ(map.Width, kFrameWidth);
+    ASSERT_EQ(map.Height, kFrameHeight);
+    const std::size_t middle = kFrameHeight / 2 * kFrameWidth;
     EXPECT_EQ(map.Values[middle + 14], -5.0F);
     EXPECT_EQ(map.Values[middle + 50], 5.0F);
 
@@ -164,9 +164,9 @@ TEST_F(ComposeProgram, WritesHeightsInTheGivenUnit) {
     const double step = json["result"]["height_image"]["step"];
     const double offset = json["result"]["height_image"]["offset"];
     std::int32_t sample = 0;
-    KyiGetPixelData(image.get(), 50, kHeight / 2, &sample);
+    KyiGetPixelData(image.get(), 50, kFrameHeight / 2, &sample);
     EXPECT_NEAR(offset + sample * step, 5.0, 2 * step);
-    KyiGetPixelData(image.get(), 14, kHeight / 2, &sample);
+    KyiGetPixelData(image.get(), 14, kFrameHeight / 2, &sample);
     EXPECT_NEAR(offset + sample * step, -5.0, 2 * step);
 }
 
@@ -177,8 +177,8 @@ TEST_F(ComposeProgram, ReadsHeightsFromAFile) {
                                           "--smoothing", "0", "--height-map", Output("z.tif")});
     ASSERT_EQ(result.Status, 0) << result.Errors;
     const app::HeightMap map = app::LoadHeightMap(Output("z.tif"));
-    EXPECT_EQ(map.Values[kHeight / 2 * kWidth + 14], 3.0F);
-    EXPECT_EQ(map.Values[kHeight / 2 * kWidth + 50], 7.0F);
+    EXPECT_EQ(map.Values[kFrameHeight / 2 * kFrameWidth + 14], 3.0F);
+    EXPECT_EQ(map.Values[kFrameHeight / 2 * kFrameWidth + 50], 7.0F);
 }
 
 TEST_F(ComposeProgram, SummarisesTheRunAsJson) {
@@ -188,19 +188,19 @@ TEST_F(ComposeProgram, SummarisesTheRunAsJson) {
     ASSERT_EQ(result.Status, 0) << result.Errors;
     const nlohmann::json json = nlohmann::json::parse(result.Output);
     EXPECT_EQ(json["frames"]["count"], 3);
-    EXPECT_EQ(json["frames"]["width"], kWidth);
+    EXPECT_EQ(json["frames"]["width"], kFrameWidth);
     EXPECT_EQ(json["frames"]["files"], (Names{Frame("f1.png"), Frame("f2.png"), Frame("f3.png")}));
     EXPECT_EQ(json["settings"]["speed"], "half");
     EXPECT_EQ(json["settings"]["comp_size_percent"], 1);
     EXPECT_EQ(json["settings"]["smoothing_percent"], 20);
     EXPECT_EQ(json["settings"]["threads"], 2);
     EXPECT_EQ(json["result"]["file"], Output("out.png"));
-    EXPECT_EQ(json["result"]["height"], kHeight);
+    EXPECT_EQ(json["result"]["height"], kFrameHeight);
     for (const char* const stage : {"decode", "wait_for_frames", "add", "make", "save", "wall"})
         EXPECT_GT(json["seconds"][stage].get<double>(), 0.0) << stage;
     EXPECT_GT(json["memory"]["peak_bytes"].get<double>(), 1e6);
-    EXPECT_GE(json["memory"]["decoded_ahead_peak_bytes"], kWidth * kHeight * 3);
-    EXPECT_LE(json["memory"]["decoded_ahead_peak_bytes"], 2 * kWidth * kHeight * 3);
+    EXPECT_GE(json["memory"]["decoded_ahead_peak_bytes"], kFrameWidth * kFrameHeight * 3);
+    EXPECT_LE(json["memory"]["decoded_ahead_peak_bytes"], 2 * kFrameWidth * kFrameHeight * 3);
 }
 
 TEST_F(ComposeProgram, APresetYieldsToItsPartsInAnyOrder) {
@@ -252,10 +252,10 @@ TEST_F(ComposeProgram, NamesTheFrameThatDoesNotFit) {
     MakeStack(3);
     const std::vector<std::pair<test::Image, std::string>> misfits = [] {
         std::vector<std::pair<test::Image, std::string>> images;
-        images.emplace_back(test::RandomImage(kWidth, 20, KyiFormatBgr24, 1), "64 x 20 8-bit colour");
-        images.emplace_back(test::RandomImage(32, kHeight, KyiFormatBgr24, 1), "32 x 48 8-bit colour");
-        images.emplace_back(test::RandomImage(kWidth, kHeight, KyiFormatGray8, 1), "64 x 48 8-bit gray");
-        images.emplace_back(test::RandomImage(kWidth, kHeight, KyiFormatBgr48, 1), "64 x 48 16-bit colour");
+        images.emplace_back(test::RandomImage(kFrameWidth, 20, KyiFormatBgr24, 1), "64 x 20 8-bit colour");
+        images.emplace_back(test::RandomImage(32, kFrameHeight, KyiFormatBgr24, 1), "32 x 48 8-bit colour");
+        images.emplace_back(test::RandomImage(kFrameWidth, kFrameHeight, KyiFormatGray8, 1), "64 x 48 8-bit gray");
+        images.emplace_back(test::RandomImage(kFrameWidth, kFrameHeight, KyiFormatBgr48, 1), "64 x 48 16-bit colour");
         return images;
     }();
     for (const auto& [image, description] : misfits) {

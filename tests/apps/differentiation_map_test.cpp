@@ -18,8 +18,8 @@
 namespace {
 
 constexpr int kFrames = 5;
-constexpr int kWidth = 70;
-constexpr int kHeight = 61;
+constexpr int kMapWidth = 70;
+constexpr int kMapHeight = 61;
 constexpr int kFirstBlankRow = 40;
 
 struct FreeSession {
@@ -30,17 +30,17 @@ using Session = std::unique_ptr<KyfFocusComposition, FreeSession>;
 /// Frames of a made-up stack, blank from a row on.
 std::vector<app::Image> MakeFrames(const std::string& folder, int bits) {
     const test::ProgramResult made =
-        test::RunProgram({"synth", "-o", folder, "--size", std::to_string(kWidth) + "x" + std::to_string(kHeight),
+        test::RunProgram({"synth", "-o", folder, "--size", std::to_string(kMapWidth) + "x" + std::to_string(kMapHeight),
                           "--frames", std::to_string(kFrames), "--bits", std::to_string(bits)});
     EXPECT_EQ(made.Status, 0) << made.Errors;
-    const std::vector<std::int32_t> blank(kWidth, bits == 8 ? 90 : 23130);
+    const std::vector<std::int32_t> blank(kMapWidth, bits == 8 ? 90 : 23130);
     std::vector<app::Image> frames;
     for (int index = 0; index < kFrames; ++index) {
         const std::string file = folder + "/frame_00" + std::to_string(index) + ".png";
         frames.push_back(app::LoadImage(file));
-        for (int y = kFirstBlankRow; y < kHeight; ++y)
+        for (int y = kFirstBlankRow; y < kMapHeight; ++y)
             for (int channel = 0; channel < 3; ++channel)
-                KyiSetLinePixel(frames.back().get(), 0, y, channel, blank.data(), kWidth);
+                KyiSetLinePixel(frames.back().get(), 0, y, channel, blank.data(), kMapWidth);
         app::SaveImage(file, *frames.back());
     }
     return frames;
@@ -82,9 +82,9 @@ TEST(DifferentiationMap, IsThatOfTheSessionSampleBySampleFromTheTop) {
         ASSERT_EQ(image->Format, bits == 8 ? KyiFormatGray8 : KyiFormatGray16);
         const std::vector<std::int32_t> samples = test::ToPlanes(*image);
         EXPECT_EQ(samples, BestFocus(frames)) << bits;
-        const auto firstBlank = samples.begin() + (kFirstBlankRow + 10) * kWidth; // behind what windows reach
+        const auto firstBlank = samples.begin() + (kFirstBlankRow + 10) * kMapWidth; // behind what windows reach
         const std::int32_t blank = *std::max_element(firstBlank, samples.end());
-        const std::int32_t sharp = *std::min_element(samples.begin(), samples.begin() + 30 * kWidth);
+        const std::int32_t sharp = *std::min_element(samples.begin(), samples.begin() + 30 * kMapWidth);
         EXPECT_LT(blank, sharp) << bits;
         EXPECT_GT(*std::max_element(samples.begin(), samples.end()), bits == 8 ? 200 : 52000);
         const app::DifferentiationMap loaded = app::LoadDifferentiationMap(file);

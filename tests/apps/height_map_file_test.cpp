@@ -1,7 +1,6 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <limits>
 
 #include <gtest/gtest.h>
@@ -10,6 +9,7 @@
 #include "height_map_file.h"
 #include "images.h"
 #include "support/case_files.h"
+#include "support/file_text.h"
 #include "support/images.h"
 
 namespace {
@@ -23,11 +23,6 @@ app::HeightMap SampleMap() {
     return map;
 }
 
-std::string ReadBytes(const fs::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
-
 void WriteBytes(const fs::path& file, const std::string& bytes) {
     std::ofstream(file, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
@@ -38,7 +33,7 @@ TEST(HeightMapFile, ReadsBackWhatWasWritten) {
     const app::HeightMap map = SampleMap();
     app::SaveHeightMap(file, map, "heights in um");
     EXPECT_TRUE(app::IsHeightMapFile(file));
-    EXPECT_NE(std::string::npos, ReadBytes(file).find("heights in um"));
+    EXPECT_NE(std::string::npos, test::ReadText(file).find("heights in um"));
     const app::HeightMap loaded = app::LoadHeightMap(file);
     EXPECT_EQ(7, loaded.Width);
     EXPECT_EQ(130, loaded.Height);
@@ -91,7 +86,7 @@ TEST(HeightMapFile, RefusesFilesThatAreCutShort) {
     const test::TemporaryFolder folder;
     const fs::path file = folder.Path() / "map.tif";
     app::SaveHeightMap(file, SampleMap(), "");
-    const std::string bytes = ReadBytes(file);
+    const std::string bytes = test::ReadText(file);
     for (std::size_t length = 0; length < bytes.size(); length += 61) {
         WriteBytes(file, bytes.substr(0, length));
         EXPECT_THROW(app::LoadHeightMap(file), app::Failure) << length;
@@ -102,7 +97,7 @@ TEST(HeightMapFile, GivesAMapOfTheSizeItSaysOrRefusesWhateverByteIsDamaged) {
     const test::TemporaryFolder folder;
     const fs::path file = folder.Path() / "map.tif";
     app::SaveHeightMap(file, {3, 2, {1, 2, 3, 4, 5, 6}}, "");
-    const std::string bytes = ReadBytes(file);
+    const std::string bytes = test::ReadText(file);
     for (std::size_t at = 0; at < bytes.size(); ++at)
         for (const int change : {0x01, 0x10, 0x80, 0xFF}) {
             std::string damaged = bytes;

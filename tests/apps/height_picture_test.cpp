@@ -58,12 +58,12 @@ TEST(ColourMap, GrowsLighterByEvenSteps) {
 }
 
 TEST(HeightTicks, StandAtRoundNumbers) {
-    using Names = std::vector<std::string>;
-    EXPECT_EQ(Labels(0.0, 60.0), (Names{"0", "10", "20", "30", "40", "50", "60"}));
-    EXPECT_EQ(Labels(-1.0, 1.1), (Names{"-1.0", "-0.5", "0.0", "0.5", "1.0"}));
-    EXPECT_EQ(Labels(12.34, 12.41), (Names{"12.34", "12.35", "12.36", "12.37", "12.38", "12.39", "12.40", "12.41"}));
-    EXPECT_EQ(Labels(2e7, 8e7), (Names{"2e+07", "3e+07", "4e+07", "5e+07", "6e+07", "7e+07", "8e+07"}));
-    EXPECT_EQ(Labels(0.0, 3e-8), (Names{"0.0e+00", "5.0e-09", "1.0e-08", "1.5e-08", "2.0e-08", "2.5e-08", "3.0e-08"}));
+    using Texts = std::vector<std::string>;
+    EXPECT_EQ(Labels(0.0, 60.0), (Texts{"0", "10", "20", "30", "40", "50", "60"}));
+    EXPECT_EQ(Labels(-1.0, 1.1), (Texts{"-1.0", "-0.5", "0.0", "0.5", "1.0"}));
+    EXPECT_EQ(Labels(12.34, 12.41), (Texts{"12.34", "12.35", "12.36", "12.37", "12.38", "12.39", "12.40", "12.41"}));
+    EXPECT_EQ(Labels(2e7, 8e7), (Texts{"2e+07", "3e+07", "4e+07", "5e+07", "6e+07", "7e+07", "8e+07"}));
+    EXPECT_EQ(Labels(0.0, 3e-8), (Texts{"0.0e+00", "5.0e-09", "1.0e-08", "1.5e-08", "2.0e-08", "2.5e-08", "3.0e-08"}));
 }
 
 TEST(HeightTicks, AreThreeToNineInsideTheRange) {

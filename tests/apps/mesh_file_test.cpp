@@ -1,25 +1,19 @@
 #include "mesh_file.h"
 
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <limits>
 
 #include <gtest/gtest.h>
 
 #include "errors.h"
 #include "support/case_files.h"
+#include "support/file_text.h"
 #include "support/images.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 constexpr double kHole = std::numeric_limits<double>::quiet_NaN();
-
-std::string ReadBytes(const fs::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
 
 /// Numbers one after the other out of bytes, least significant first as on the machines that this is tested on.
 class Reader {
@@ -63,12 +57,12 @@ class MeshFile : public testing::Test {
     std::string Ply(const app::HeightMap& map, const KyiImageData& colours, const app::MeshForm& form = {}) const {
         const fs::path file = m_folder.Path() / "z.ply";
         app::SavePly(file, map, colours, form);
-        return ReadBytes(file);
+        return test::ReadText(file);
     }
     std::string Stl(const app::HeightMap& map, const app::MeshForm& form = {}) const {
         const fs::path file = m_folder.Path() / "z.stl";
         app::SaveStl(file, map, form);
-        return ReadBytes(file);
+        return test::ReadText(file);
     }
     static std::uint32_t StlTriangles(const std::string& bytes) {
         std::uint32_t count = 0;

@@ -26,8 +26,8 @@ namespace fs = std::filesystem;
 using test::ProgramResult;
 using Names = std::vector<std::string>;
 
-constexpr int kWidth = 40;
-constexpr int kHeight = 30;
+constexpr int kCutWidth = 40;
+constexpr int kCutHeight = 30;
 constexpr int kWeakX = 20;
 constexpr int kWeakY = 10;
 
@@ -45,12 +45,12 @@ class NoisecutProgram : public testing::Test {
 
     /// A slope of heights from `least` up by `unit` a column, with one wild height that the map judges to be weak.
     void WriteSlope(double least, double unit, int depth = 256) const {
-        app::HeightMap heights{kWidth, kHeight, {}};
-        app::DifferentiationMap map{kWidth, kHeight, depth, {}};
-        for (int y = 0; y < kHeight; ++y)
-            for (int x = 0; x < kWidth; ++x) {
+        app::HeightMap heights{kCutWidth, kCutHeight, {}};
+        app::DifferentiationMap map{kCutWidth, kCutHeight, depth, {}};
+        for (int y = 0; y < kCutHeight; ++y)
+            for (int x = 0; x < kCutWidth; ++x) {
                 const bool isWeak = x == kWeakX && y == kWeakY;
-                heights.Values.push_back(least + unit * (isWeak ? kWidth - 1 : x));
+                heights.Values.push_back(least + unit * (isWeak ? kCutWidth - 1 : x));
                 map.Values.push_back(isWeak ? 3 : depth - 56);
             }
         app::SaveNpy(Path("z.npy"), heights);
@@ -77,7 +77,7 @@ class NoisecutProgram : public testing::Test {
     }
 
     static double At(const app::HeightMap& map, int x, int y) {
-        return map.Values[static_cast<std::size_t>(y) * kWidth + static_cast<std::size_t>(x)];
+        return map.Values[static_cast<std::size_t>(y) * kCutWidth + static_cast<std::size_t>(x)];
     }
 
   private:
@@ -91,8 +91,8 @@ TEST_F(NoisecutProgram, FillsTheWeakPixelAndLeavesAllOthersToTheBit) {
             ASSERT_EQ(Noisecut(Slope({"-o", Out("cut.npy")})).Status, 0);
             const app::HeightMap before = app::LoadNpy(Path("z.npy"));
             const app::HeightMap after = app::LoadNpy(Out("cut.npy"));
-            for (int y = 0; y < kHeight; ++y)
-                for (int x = 0; x < kWidth; ++x) {
+            for (int y = 0; y < kCutHeight; ++y)
+                for (int x = 0; x < kCutWidth; ++x) {
                     if (x != kWeakX || y != kWeakY) {
                         ASSERT_EQ(At(after, x, y), At(before, x, y)) << x << ", " << y;
                     }
@@ -106,7 +106,7 @@ TEST_F(NoisecutProgram, FillsInThreeWays) {
     WriteSlope(7.0, 0.5);
     for (const auto& [fill, expected] : {std::pair<std::string, double>{"neighbours", 7.0 + 0.5 * 20.0 * 80.0 / 81.0},
                                          {"smallest", 7.0},
-                                         {"largest", 7.0 + 0.5 * (kWidth - 1)}}) {
+                                         {"largest", 7.0 + 0.5 * (kCutWidth - 1)}}) {
         ASSERT_EQ(Noisecut(Slope({"-o", Out("cut.npy"), "--fill", fill})).Status, 0);
         EXPECT_NEAR(At(app::LoadNpy(Out("cut.npy")), kWeakX, kWeakY), expected, 1e-6) << fill;
     }
@@ -130,9 +130,9 @@ TEST_F(NoisecutProgram, ShowsInAPreviewWhatWouldBeCut) {
         const app::Image picture = app::LoadImage(Out("p.png"));
         ASSERT_EQ(picture->Format, KyiFormatGray16);
         const std::vector<std::int32_t> samples = test::ToPlanes(*picture);
-        EXPECT_EQ(samples[kWeakY * kWidth + kWeakX], 65535);
+        EXPECT_EQ(samples[kWeakY * kCutWidth + kWeakX], 65535);
         EXPECT_EQ(samples[0], 0);
-        EXPECT_EQ(samples[kWidth - 1], 0xFE00);
+        EXPECT_EQ(samples[kCutWidth - 1], 0xFE00);
         EXPECT_EQ(test::EntryNames(Path("out")), Names{"p.png"});
     }
 }
@@ -140,8 +140,8 @@ TEST_F(NoisecutProgram, ShowsInAPreviewWhatWouldBeCut) {
 TEST_F(NoisecutProgram, FillsHolesOfTheMapAsWell) {
     WriteSlope(5.0, 1.0);
     app::HeightMap heights = app::LoadNpy(Path("z.npy"));
-    heights.Values[kWidth + 1] = std::numeric_limits<double>::quiet_NaN();
-    heights.Values[kWidth + 9] = std::numeric_limits<double>::infinity();
+    heights.Values[kCutWidth + 1] = std::numeric_limits<double>::quiet_NaN();
+    heights.Values[kCutWidth + 9] = std::numeric_limits<double>::infinity();
     app::SaveNpy(Path("z.npy"), heights);
     for (const std::string smoothing : {"0", "4"}) {
         ASSERT_EQ(Noisecut(Slope({"-o", Out("cut.npy"), "--cut-ratio", "0", "--smoothing", smoothing})).Status, 0);
@@ -242,24 +242,25 @@ TEST_F(NoisecutProgram, TellsTheRangeOfTheMapAndFromWhichRatioItCuts) {
         EXPECT_EQ(one.Errors, std::string("1 of 1200 pixels cut (0.08 percent); the differentiation map runs from ") +
                                   range + "\n");
     }
-    app::SaveDifferentiationMap(Path("d.png"), {kWidth, kHeight, 256, std::vector<int>(kWidth * kHeight, 255)});
+    app::SaveDifferentiationMap(Path("d.png"),
+                                {kCutWidth, kCutHeight, 256, std::vector<int>(kCutWidth * kCutHeight, 255)});
     const ProgramResult result = Noisecut(Slope({"-o", Out("x.npy"), "--cut-ratio", "1"}));
     EXPECT_NE(result.Errors.find("--cut-ratio 1: no ratio cuts a map like this"), std::string::npos) << result.Errors;
 }
 
 // What is cut must not reach what is put in its place, however low or high it was.
 TEST_F(NoisecutProgram, FillsAsIfWildHeightsThatAreCutWereNotThere) {
-    constexpr std::size_t kWild = 5 * kWidth + 30;
-    constexpr std::size_t kOther = 20 * kWidth + 10;
+    constexpr std::size_t kWild = 5 * kCutWidth + 30;
+    constexpr std::size_t kOther = 20 * kCutWidth + 10;
     for (const double wild : {-1000.0, 1e9, -1.7e308, 1.7e308}) {
-        app::HeightMap heights{kWidth, kHeight, {}};
-        for (int y = 0; y < kHeight; ++y)
-            for (int x = 0; x < kWidth; ++x) heights.Values.push_back(10.0 + x);
+        app::HeightMap heights{kCutWidth, kCutHeight, {}};
+        for (int y = 0; y < kCutHeight; ++y)
+            for (int x = 0; x < kCutWidth; ++x) heights.Values.push_back(10.0 + x);
         std::vector<std::int32_t> map(heights.Values.size(), 200);
         heights.Values[kWild] = wild;
         map[kWild] = map[kOther] = 2;
         app::SaveNpy(Path("z.npy"), heights);
-        app::SaveDifferentiationMap(Path("d.png"), {kWidth, kHeight, 256, map});
+        app::SaveDifferentiationMap(Path("d.png"), {kCutWidth, kCutHeight, 256, map});
         ASSERT_EQ(Noisecut(Slope({"-o", Out("cut.npy"), "--preview", Out("p.png")})).Status, 0);
         const app::HeightMap after = app::LoadNpy(Out("cut.npy"));
         EXPECT_NEAR(after.Values[kWild], 10.0 + 30.0 * 80.0 / 81.0, 1e-6) << wild;
@@ -267,18 +268,18 @@ TEST_F(NoisecutProgram, FillsAsIfWildHeightsThatAreCutWereNotThere) {
         const std::vector<std::int32_t> samples = test::ToPlanes(*app::LoadImage(Out("p.png")));
         EXPECT_EQ(samples[kWild], 65535);
         EXPECT_EQ(samples[0], 0);
-        EXPECT_EQ(samples[kWidth - 1], 0xFE00);
+        EXPECT_EQ(samples[kCutWidth - 1], 0xFE00);
     }
 }
 
 TEST_F(NoisecutProgram, FillsAFlatMapWithItsHeight) {
-    std::vector<std::int32_t> map(kWidth * kHeight, 200);
+    std::vector<std::int32_t> map(kCutWidth * kCutHeight, 200);
     map[5] = 0;
     for (const double height : {10.0, 0.0, -3e-300, 2.2250738585072014e-308}) {
-        app::HeightMap heights{kWidth, kHeight, std::vector<double>(map.size(), height)};
+        app::HeightMap heights{kCutWidth, kCutHeight, std::vector<double>(map.size(), height)};
         heights.Values[5] = -1000.0;
         app::SaveNpy(Path("z.npy"), heights);
-        app::SaveDifferentiationMap(Path("d.png"), {kWidth, kHeight, 256, map});
+        app::SaveDifferentiationMap(Path("d.png"), {kCutWidth, kCutHeight, 256, map});
         for (const std::string smoothing : {"0", "3"}) {
             ASSERT_EQ(Noisecut(Slope({"-o", Out("cut.npy"), "--smoothing", smoothing})).Status, 0);
             for (const double after : app::LoadNpy(Out("cut.npy")).Values) ASSERT_NEAR(after, height, 1e-306);
@@ -330,7 +331,7 @@ TEST_F(NoisecutProgram, RefusesHeightsWhoseRangeIsTooLarge) {
 TEST_F(NoisecutProgram, RefusesFilesThatDoNotFitAndNamesThem) {
     WriteSlope(5.0, 1.0);
     app::SaveDifferentiationMap(Path("small.png"), {2, 2, 256, {1, 2, 3, 4}});
-    app::SaveImage(Path("colour.png"), *test::RandomImage(kWidth, kHeight, KyiFormatBgr24, 1));
+    app::SaveImage(Path("colour.png"), *test::RandomImage(kCutWidth, kCutHeight, KyiFormatBgr24, 1));
     const std::string heights = Path("z.npy");
     ExpectRefusal(1, "small.png: 2 x 2, expected 40 x 30 like",
                   Noisecut({heights, Path("small.png"), "-o", Out("x.npy")}));

@@ -2,23 +2,18 @@
 
 #include <cmath>
 #include <fstream>
-#include <iterator>
 #include <limits>
 
 #include <gtest/gtest.h>
 
 #include "errors.h"
 #include "support/case_files.h"
+#include "support/file_text.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using namespace std::string_literals;
-
-std::string ReadBytes(const fs::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
 
 /// A file of version 1.0 with this header and these bytes of numbers.
 fs::path WriteNpy(const fs::path& file, const std::string& header, const std::string& numbers) {
@@ -37,7 +32,7 @@ class NpyFile : public testing::Test {
 
 TEST_F(NpyFile, HasTheBytesOfTheFormat) {
     app::SaveNpy(File(), {2, 1, {1.0, -2.5}});
-    const std::string bytes = ReadBytes(File());
+    const std::string bytes = test::ReadText(File());
     const std::string header = "{'descr': '<f8', 'fortran_order': False, 'shape': (1, 2), }";
     // 10 bytes before the header, padded with blanks and a line end so that the numbers begin at 128.
     ASSERT_EQ(bytes.size(), 128U + 16U);

@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <fstream>
-#include <iterator>
 
 #include <gtest/gtest.h>
 #include <sys/syscall.h>
@@ -12,6 +11,7 @@
 #include "errors.h"
 #include "run_program.h"
 #include "support/case_files.h"
+#include "support/file_text.h"
 
 namespace {
 
@@ -40,11 +40,6 @@ using Names = std::vector<std::string>;
 
 void WriteText(const fs::path& file, const std::string& text) { std::ofstream(file) << text; }
 
-std::string ReadText(const fs::path& file) {
-    std::ifstream stream(file);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
-
 TEST(OutputFiles, AppearTogetherOnCommit) {
     const test::TemporaryFolder folder;
     const fs::path first = folder.Path() / "a.txt";
@@ -56,12 +51,12 @@ TEST(OutputFiles, AppearTogetherOnCommit) {
         outputs.Add(first);
         outputs.Add(second);
         outputs.Write(first, [](const fs::path& path) { WriteText(path, "new a"); });
-        EXPECT_EQ(ReadText(first), "old");
+        EXPECT_EQ(test::ReadText(first), "old");
         outputs.Write(second, [](const fs::path& path) { WriteText(path, "new b"); });
         outputs.Commit();
     }
-    EXPECT_EQ(ReadText(first), "new a");
-    EXPECT_EQ(ReadText(second), "new b");
+    EXPECT_EQ(test::ReadText(first), "new a");
+    EXPECT_EQ(test::ReadText(second), "new b");
     EXPECT_EQ(test::EntryNames(folder.Path()), (Names{"a.txt", "sub"}));
     EXPECT_EQ(test::EntryNames(second.parent_path()), (Names{"b.txt"}));
 }
@@ -109,8 +104,8 @@ TEST(OutputFiles, SpareWhatIsThereWhenAnExchangeFails) {
             SCOPED_TRACE(std::to_string(error) + " at " + std::to_string(at));
             const test::TemporaryFolder folder;
             EXPECT_THROW(CommitBoth(folder.Path(), {at, error}), app::Failure);
-            EXPECT_EQ(ReadText(folder.Path() / "a.txt"), "old a.txt");
-            EXPECT_EQ(ReadText(folder.Path() / "b.txt"), "old b.txt");
+            EXPECT_EQ(test::ReadText(folder.Path() / "a.txt"), "old a.txt");
+            EXPECT_EQ(test::ReadText(folder.Path() / "b.txt"), "old b.txt");
             EXPECT_EQ(test::EntryNames(folder.Path()), (Names{"a.txt", "b.txt"}));
         }
 }
@@ -120,8 +115,8 @@ TEST(OutputFiles, ReplaceWhatIsThereWhereNamesCannotBeExchanged) {
         SCOPED_TRACE(error);
         const test::TemporaryFolder folder;
         CommitBoth(folder.Path(), {1, error});
-        EXPECT_EQ(ReadText(folder.Path() / "a.txt"), "new a.txt");
-        EXPECT_EQ(ReadText(folder.Path() / "b.txt"), "new b.txt");
+        EXPECT_EQ(test::ReadText(folder.Path() / "a.txt"), "new a.txt");
+        EXPECT_EQ(test::ReadText(folder.Path() / "b.txt"), "new b.txt");
     }
 }
 
@@ -138,7 +133,7 @@ TEST(OutputFiles, TakeOverThePermissionsOfWhatTheyReplace) {
         outputs.Add(folder.Path() / "link");
         outputs.Write(folder.Path() / "link", [](const fs::path& path) { WriteText(path, "new"); });
         outputs.Commit();
-        EXPECT_EQ(ReadText(file), "new");
+        EXPECT_EQ(test::ReadText(file), "new");
         EXPECT_EQ(fs::status(file).permissions(), permissions);
         fs::remove(folder.Path() / "link");
     }

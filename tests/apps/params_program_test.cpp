@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
@@ -20,6 +19,7 @@
 #include "images.h"
 #include "run_program.h"
 #include "support/case_files.h"
+#include "support/file_text.h"
 #include "support/images.h"
 
 namespace {
@@ -27,11 +27,6 @@ namespace {
 namespace fs = std::filesystem;
 using test::ProgramResult;
 using Names = std::vector<std::string>;
-
-std::string ReadBytes(const fs::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
 
 /// A synthetic stack of 6 frames with heights, and a parameter file.
 class ParamsProgram : public testing::Test {
@@ -87,14 +82,14 @@ TEST_F(ParamsProgram, ASavedRunIsRunAgainFromItsFile) {
     Names saving = options;
     saving.insert(saving.end(), {"--save-params", File()});
     const nlohmann::json saved = Settings(ComposeWithHeights(saving));
-    const std::string image = ReadBytes(Path("o.png"));
-    const std::string heights = ReadBytes(Path("h.npy"));
+    const std::string image = test::ReadText(Path("o.png"));
+    const std::string heights = test::ReadText(Path("h.npy"));
     EXPECT_EQ(saved, Settings(ComposeWithHeights({"--params", File()})));
-    EXPECT_EQ(image, ReadBytes(Path("o.png")));
-    EXPECT_EQ(heights, ReadBytes(Path("h.npy")));
+    EXPECT_EQ(image, test::ReadText(Path("o.png")));
+    EXPECT_EQ(heights, test::ReadText(Path("h.npy")));
     EXPECT_EQ(Load().AlgType, KyfAlgorithmType3DSafe);
     EXPECT_EQ(Load().FocusingValueDetectionSensitivity, 7);
-    EXPECT_EQ(test::LineCount(ReadBytes(File())), 26U);
+    EXPECT_EQ(test::LineCount(test::ReadText(File())), 26U);
 }
 
 TEST_F(ParamsProgram, OptionsOnTheLineWinWhereverTheyStand) {
@@ -185,10 +180,10 @@ TEST_F(ParamsProgram, NumbersBeyondTheNamedOnesStandForTheLastWhereTheLibraryTak
     const nlohmann::json expected = Settings(ComposeWithHeights({"--params", File()}));
     EXPECT_EQ(expected.at("adopt_top"), false);
     EXPECT_EQ(expected.at("plane"), "other");
-    const std::string heights = ReadBytes(Path("h.npy"));
+    const std::string heights = test::ReadText(Path("h.npy"));
     Write("AlgType=1\nPlaneType=3\nAdoptionPeakPos=-5\n");
     EXPECT_EQ(expected, Settings(ComposeWithHeights({"--params", File()})));
-    EXPECT_EQ(heights, ReadBytes(Path("h.npy")));
+    EXPECT_EQ(heights, test::ReadText(Path("h.npy")));
     EXPECT_NE(LineOf(Show().Output, "PlaneType").find("other"), std::string::npos) << Show().Output;
 }
 
@@ -236,15 +231,15 @@ TEST_P(SavedRuns, AreRunAgainFromTheirFile) {
     saving.insert(saving.end(), {"--keep-border", "--save-params", File()});
     const ProgramResult saved = ComposeWithHeights(saving);
     ASSERT_EQ(saved.Status, 0) << saved.Errors;
-    const std::string image = ReadBytes(Path("o.png"));
-    const std::string heights = ReadBytes(Path("h.npy"));
+    const std::string image = test::ReadText(Path("o.png"));
+    const std::string heights = test::ReadText(Path("h.npy"));
     const ProgramResult again =
         ComposeWithHeights({"--keep-border", "--params", File(), "--save-params", Path("q.ini")});
     EXPECT_EQ(Settings(saved), Settings(again));
     EXPECT_EQ(nlohmann::json::parse(saved.Output).at("alignment"), nlohmann::json::parse(again.Output).at("alignment"));
-    EXPECT_EQ(image, ReadBytes(Path("o.png")));
-    EXPECT_EQ(heights, ReadBytes(Path("h.npy")));
-    EXPECT_EQ(ReadBytes(File()), ReadBytes(Path("q.ini")));
+    EXPECT_EQ(image, test::ReadText(Path("o.png")));
+    EXPECT_EQ(heights, test::ReadText(Path("h.npy")));
+    EXPECT_EQ(test::ReadText(File()), test::ReadText(Path("q.ini")));
 }
 
 INSTANTIATE_TEST_SUITE_P(Alignments, SavedRuns,
@@ -296,7 +291,7 @@ TEST_F(ParamsProgram, SavingKeepsWhatElseAFileHolds) {
     Write("; of the stage\r\nSpeed = 2 \r\n[Stage]\r\nSpeed=9");
     ASSERT_EQ(chmod(File().c_str(), 0640), 0);
     ASSERT_EQ(Compose({"--params", File(), "--speed", "half", "--save-params", File()}).Status, 0);
-    const std::string text = ReadBytes(File());
+    const std::string text = test::ReadText(File());
     EXPECT_TRUE(text.starts_with("[FocusCompositionSetting]\n; of the stage\r\nSpeed = 1\r\nAlgType=0\n")) << text;
     EXPECT_TRUE(text.ends_with("DisableGPU=0\n[Stage]\r\nSpeed=9")) << text;
     EXPECT_EQ(fs::status(File()).permissions(), fs::perms(0640));

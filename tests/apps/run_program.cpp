@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 
 #include <fcntl.h>
@@ -11,14 +9,10 @@
 #include <unistd.h>
 
 #include "support/case_files.h"
+#include "support/file_text.h"
 
 namespace test {
 namespace {
-
-std::string ReadText(const std::filesystem::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
 
 [[noreturn]] void BecomeProgram(const std::vector<char*>& arguments, const char* output, const char* errors,
                                 const char* temporaryFolder) {

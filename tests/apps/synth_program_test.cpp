@@ -3,7 +3,6 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -14,6 +13,7 @@
 #include "images.h"
 #include "run_program.h"
 #include "support/case_files.h"
+#include "support/file_text.h"
 #include "support/images.h"
 
 namespace {
@@ -21,11 +21,6 @@ namespace {
 namespace fs = std::filesystem;
 using test::ProgramResult;
 using Arguments = std::vector<std::string>;
-
-std::string ReadBytes(const fs::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
 
 class SynthProgram : public testing::Test {
   protected:
@@ -49,7 +44,8 @@ class SynthProgram : public testing::Test {
             ASSERT_EQ(names, test::EntryNames(Folder(second) / part));
             for (const std::string& name : names) {
                 if (name == "truth") continue;
-                EXPECT_TRUE(ReadBytes(Folder(first) / part / name) == ReadBytes(Folder(second) / part / name)) << name;
+                EXPECT_TRUE(test::ReadText(Folder(first) / part / name) == test::ReadText(Folder(second) / part / name))
+                    << name;
             }
         }
     }
@@ -107,7 +103,7 @@ TEST_F(SynthProgram, WritesTheSameBytesForASeedWhateverTheThreads) {
 TEST_F(SynthProgram, WritesOtherFramesForAnotherSeed) {
     ASSERT_EQ(0, Synth("one", {"--seed", "1"}).Status);
     ASSERT_EQ(0, Synth("two", {"--seed", "2"}).Status);
-    EXPECT_FALSE(ReadBytes(Folder("one") / "frame_000.png") == ReadBytes(Folder("two") / "frame_000.png"));
+    EXPECT_FALSE(test::ReadText(Folder("one") / "frame_000.png") == test::ReadText(Folder("two") / "frame_000.png"));
 }
 
 TEST_F(SynthProgram, WritesHeightsThatComposeReads) {
@@ -121,7 +117,7 @@ TEST_F(SynthProgram, WritesHeightsThatComposeReads) {
 
 TEST_F(SynthProgram, WritesTrueHeightsWithinTheRangeItTells) {
     ASSERT_EQ(0, Synth("stack", {"--start", "100", "--step", "-5"}).Status);
-    const auto truth = nlohmann::json::parse(ReadBytes(Folder("stack") / "truth/stack.json"));
+    const auto truth = nlohmann::json::parse(test::ReadText(Folder("stack") / "truth/stack.json"));
     const app::HeightMap map = app::LoadHeightMap(Folder("stack") / "truth/height.tif");
     EXPECT_EQ(61, map.Width);
     EXPECT_EQ(43, map.Height);
@@ -134,7 +130,7 @@ TEST_F(SynthProgram, WritesTrueHeightsWithinTheRangeItTells) {
 
 TEST_F(SynthProgram, TellsTheMovementOfEachFrame) {
     ASSERT_EQ(0, Synth("stack", {"--drift", "1.5", "--breathing", "2"}).Status);
-    const auto frames = nlohmann::json::parse(ReadBytes(Folder("stack") / "truth/stack.json")).at("frames");
+    const auto frames = nlohmann::json::parse(test::ReadText(Folder("stack") / "truth/stack.json")).at("frames");
     ASSERT_EQ(4U, frames.size());
     EXPECT_EQ("frame_002.png", frames[2].at("file"));
     EXPECT_EQ(4.0, frames[2].at("focus"));

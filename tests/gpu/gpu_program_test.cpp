@@ -2,8 +2,6 @@
 // driver for tests, with one that lacks entry points, and with none. OpenCL is out of the way.
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -16,6 +14,7 @@
 #include "gpu_options.h"
 #include "gpu_probe.h"
 #include "support/case_files.h"
+#include "support/file_text.h"
 #include "support/images.h"
 
 namespace {
@@ -80,11 +79,6 @@ TEST(DevicesProgram, PrintsAnObjectForPrograms) {
     EXPECT_EQ(json.at("chosen"), "processor");
 }
 
-std::string ReadBytes(const fs::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
 /// A synthetic stack with heights.
 class ComposeOnGpu : public testing::Test {
   protected:
@@ -105,7 +99,7 @@ class ComposeOnGpu : public testing::Test {
     }
 
     bool HaveSameHeights(const std::string& first, const std::string& second) const {
-        return ReadBytes(Path(first + ".npy")) == ReadBytes(Path(second + ".npy"));
+        return test::ReadText(Path(first + ".npy")) == test::ReadText(Path(second + ".npy"));
     }
 
     void ExpectRefusal(int status, const std::string& reason, const ProgramResult& result) const {
@@ -175,8 +169,8 @@ TEST_F(ComposeOnGpu, TakesCudaByItself) {
     EXPECT_EQ(Compose("cuda", with({"--gpu", "cuda"})).Status, 0);
     EXPECT_EQ(Compose("none", with({"--no-gpu"})).Status, 0);
     EXPECT_TRUE(HaveSameHeights("auto", "none"));
-    EXPECT_EQ(ReadBytes(Path("auto.png")), ReadBytes(Path("cuda.png")));
-    EXPECT_NE(ReadBytes(Path("auto.png")), ReadBytes(Path("none.png")));
+    EXPECT_EQ(test::ReadText(Path("auto.png")), test::ReadText(Path("cuda.png")));
+    EXPECT_NE(test::ReadText(Path("auto.png")), test::ReadText(Path("none.png")));
 }
 
 TEST_F(ComposeOnGpu, LeavesFramesToTheProcessorThatAGpuWouldSpoil) {

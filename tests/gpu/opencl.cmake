@@ -27,6 +27,7 @@ ky_test(NAME gpu_opencl
         ../safe3d/stack_session.cpp
     LINKS
         ky_focus_insides opencl_double)
+ky_batches(test_gpu_opencl)
 
 ky_test(NAME gpu_processing_path
     SOURCES opencl_kept_objects.cpp processing_path_test.cpp ../safe3d/stack_session.cpp

@@ -4,21 +4,16 @@
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <thread>
 
 #include <sys/wait.h>
 
+#include "support/file_text.h"
 #include "support/images.h"
 
 namespace test {
 
 namespace fs = std::filesystem;
-
-std::string ReadText(const fs::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
 
 Contents ContentsOf(const fs::path& folder) {
     Contents contents;

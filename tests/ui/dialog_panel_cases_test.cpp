@@ -14,9 +14,9 @@ namespace {
 using namespace kyfui;
 
 /// Listens where the dialog does, and hands on.
-class Listener : public IChangedFCSettingDelegate {
+class Watcher : public IChangedFCSettingDelegate {
   public:
-    explicit Listener(CDlgSetFocusCompositionParam& dialog) : m_dialog(dialog) {}
+    explicit Watcher(CDlgSetFocusCompositionParam& dialog) : m_dialog(dialog) {}
     void OnChangedAlgType(KyfAlgorithmType type) override {
         Calls.push_back(type);
         m_dialog.OnChangedAlgType(type);
@@ -41,7 +41,7 @@ class DialogOnScreen {
     }
     CDlgSetFocusCompositionParam Dialog;
     CKyfFocusCompParamControl& Panel;
-    Listener Heard;
+    Watcher Heard;
 };
 
 /// Types the two values and leaves with OK. Where no user could open the dialog, the host sets them.

@@ -11,8 +11,6 @@ using namespace kyfui;
 
 namespace {
 
-constexpr int kFieldDigits = 4;
-
 /// What is still being composed is dropped: it belongs to the field that is left. Whether there is anything cannot be
 /// asked for; an input method on the screen is put away as well.
 void CloseInputMethod() {

@@ -13,7 +13,6 @@ using namespace kyfui;
 
 namespace {
 
-constexpr int kFieldDigits = 4;
 constexpr int kPage = 2;
 
 } // namespace

@@ -49,6 +49,9 @@ QDialogButtonBox* MakeDialogButtons(QDialog* dialog);
 /// The wheel turns the widget only while it has the focus, which the wheel does not give.
 void GuardWheel(QWidget& widget);
 
+/// Digits that a number field of the small dialogs shows.
+inline constexpr int kFieldDigits = 4;
+
 /// As wide as so many digits, in the field's font.
 void SetWidthInDigits(QLineEdit& field, int digits);
 
