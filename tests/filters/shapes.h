@@ -9,9 +9,9 @@
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <omp.h>
 
 #include "support/images.h"
+#include "support/threads.h"
 
 namespace test {
 
@@ -31,18 +31,6 @@ struct Threads {
     int Count;
 };
 inline constexpr std::array<Threads, 4> kThreads{{{0, 1}, {1, 1}, {1, 2}, {1, 5}}};
-
-/// Sets the number of threads for a scope.
-class ThreadScope {
-  public:
-    explicit ThreadScope(int count) : m_before(omp_get_max_threads()) { omp_set_num_threads(count); }
-    ~ThreadScope() { omp_set_num_threads(m_before); }
-    ThreadScope(const ThreadScope&) = delete;
-    ThreadScope& operator=(const ThreadScope&) = delete;
-
-  private:
-    int m_before;
-};
 
 /// Few levels and many ties: what decides the state of the running maximum.
 inline Image SparseImage(std::int32_t width, std::int32_t height, std::int32_t format, std::uint32_t seed) {

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <memory>
 #include <span>
 
 #include <kyfocus/kyfocus.h>
@@ -12,6 +11,7 @@
 #include "filters/double_image.h"
 #include "height/height.h"
 #include "selection2d/selection2d.h"
+#include "support/focus_session.h"
 
 namespace test {
 
@@ -29,11 +29,6 @@ inline std::int32_t** MakeIntRows(std::int32_t width, std::int32_t height, std::
         std::copy_n(values.begin() + static_cast<std::ptrdiff_t>(y) * width, width, rows[y]);
     return rows;
 }
-
-struct FreeSession {
-    void operator()(KyfFocusComposition* session) const { KyfFreeFocusComposition(session); }
-};
-using Session = std::unique_ptr<KyfFocusComposition, FreeSession>;
 
 /// Initialized without a temporary folder of its own: nothing here writes files, and a fresh name cannot be swept.
 inline Session MakeSession(std::int32_t mode) {

@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -13,14 +12,10 @@
 
 #include "support/arrays.h"
 #include "support/case_files.h"
+#include "support/focus_session.h"
 #include "support/images.h"
 
 namespace test {
-
-struct FreeSession {
-    void operator()(KyfFocusComposition* session) const { KyfFreeFocusComposition(session); }
-};
-using Session = std::unique_ptr<KyfFocusComposition, FreeSession>;
 
 /// What a test chooses of a session; the rest is 0.
 struct StackSettings {

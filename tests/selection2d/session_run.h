@@ -3,21 +3,16 @@
 #define KYFOCUS_TESTS_SELECTION2D_SESSION_RUN_H
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <tuple>
 #include <vector>
 
 #include <kyfocus/kyfocus.h>
 
+#include "support/focus_session.h"
 #include "support/images.h"
 
 namespace test {
-
-struct FreeSession {
-    void operator()(KyfFocusComposition* session) const { KyfFreeFocusComposition(session); }
-};
-using Session = std::unique_ptr<KyfFocusComposition, FreeSession>;
 
 /// What a test chooses of a session's settings.
 struct SessionSettings {

@@ -10,14 +10,10 @@
 #include <kyfocus/kyfocus.h>
 
 #include "support/case_files.h"
+#include "support/focus_session.h"
 #include "support/images.h"
 
 namespace test {
-
-struct FreeSession {
-    void operator()(KyfFocusComposition* session) const { KyfFreeFocusComposition(session); }
-};
-using Session = std::unique_ptr<KyfFocusComposition, FreeSession>;
 
 struct FreeProgress {
     void operator()(KyfProgress* progress) const { KyfFreeProgress(progress); }
