@@ -189,10 +189,10 @@ void RunCompose(ComposeOptions options) {
     if (!options.JsonOutput.empty() && options.JsonOutput != "-")
         outputs.Write(options.JsonOutput, [&](const fs::path& path) { WriteTextFile(path, json); });
     SaveParameterOutput(options, outputs);
-    outputs.Commit();
-    std::fprintf(stderr, "%s\n", FormatSummaryLine(summary, options).c_str());
-    if (options.JsonOutput == "-" && (std::fputs(json.c_str(), stdout) < 0 || std::fflush(stdout) != 0))
-        throw Failure("standard output: summary cannot be written");
+    const std::string line = FormatSummaryLine(summary, options) + "\n";
+    if (options.JsonOutput == "-") WriteAnswer(json);
+    outputs.Commit(); // the last step that can fail
+    std::fputs(line.c_str(), stderr);
 }
 
 } // namespace app

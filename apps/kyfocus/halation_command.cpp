@@ -162,17 +162,19 @@ double PercentChanged(const KyiImageData& before, const KyiImageData& after) {
     return 100.0 * static_cast<double>(changed) / (static_cast<double>(before.Width) * before.Height);
 }
 
-/// Nothing replaced may be meant, or the threshold may be out of reach.
-void TellResult(const HalationOptions& options, const KyiImageData& first, const KyiImageData& result,
-                std::size_t frames) {
+/// What a person is told, in lines. Nothing replaced may be meant, or the threshold may be out of reach.
+std::string DescribeReplaced(const HalationOptions& options, const KyiImageData& first, const KyiImageData& result,
+                             std::size_t frames) {
     const double percent = PercentChanged(first, result);
-    std::fprintf(stderr, "%s: %s of %zu frames, %.2f percent of the pixels replaced\n",
-                 DisplayPath(options.Output).c_str(), DescribeImage(result).c_str(), frames, percent);
+    char share[32];
+    std::snprintf(share, sizeof share, "%.2f", percent);
+    std::string text = DisplayPath(options.Output) + ": " + DescribeImage(result) + " of " + std::to_string(frames) +
+                       " frames, " + share + " percent of the pixels replaced\n";
     if (frames > 1 && percent == 0.0)
-        std::fprintf(stderr,
-                     "kyfocus: warning: nothing was replaced, expected spots above --threshold %d that are wider than "
-                     "--pre-smoothing, in the first frame\n",
-                     options.Settings.Threshold);
+        text += "kyfocus: warning: nothing was replaced, expected spots above --threshold " +
+                std::to_string(options.Settings.Threshold) +
+                " that are wider than --pre-smoothing, in the first frame\n";
+    return text;
 }
 
 void Run(const HalationOptions& options) {
@@ -198,8 +200,9 @@ void Run(const HalationOptions& options) {
     }
     const Image result = series.ExtractImage();
     outputs.Write(options.Output, [&](const fs::path& path) { SaveImage(path, *result); });
-    outputs.Commit();
-    TellResult(options, *first, *result, files.size());
+    const std::string told = DescribeReplaced(options, *first, *result, files.size());
+    outputs.Commit(); // the last step that can fail
+    std::fputs(told.c_str(), stderr);
 }
 
 } // namespace

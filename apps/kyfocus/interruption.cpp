@@ -48,11 +48,8 @@ sigset_t WatchedSignals() {
 /// Removes a folder although other threads may still be adding files to it.
 void RemoveBusyFolder(const fs::path& folder) {
     constexpr int kAttempts = 100;
-    for (int attempt = 0; attempt < kAttempts; ++attempt) {
-        std::error_code error;
-        fs::remove_all(folder, error);
-        if (!error) return;
-    }
+    for (int attempt = 0; attempt < kAttempts; ++attempt)
+        if (TryToRemoveRunFolder(folder)) return;
 }
 
 /// Holds the calling thread until the program is gone.

@@ -47,10 +47,7 @@ struct ParamsOptions {
     std::optional<int> Language;
 };
 
-void Show(const std::filesystem::path& file) {
-    const std::string text = DescribeParameters(ReadParameterFile(file));
-    if (std::fputs(text.c_str(), stdout) < 0) throw Failure("standard output: table cannot be written");
-}
+void Show(const std::filesystem::path& file) { WriteAnswer(DescribeParameters(ReadParameterFile(file))); }
 
 /// The settings of a file; the defaults where there is no file yet.
 KyfFocusCompositionParameter SettingsToEdit(const std::filesystem::path& file) {
@@ -78,8 +75,8 @@ void Edit(const ParamsOptions& options) {
     OutputFiles outputs; // a save that fails half way leaves the file as it was
     outputs.Add(options.File);
     WriteParameters(settings, options.File, outputs);
-    outputs.Commit();
-    std::printf("%s: saved\n", DisplayPath(options.File).c_str());
+    WriteAnswer(DisplayPath(options.File) + ": saved\n");
+    outputs.Commit(); // the last step that can fail
 }
 
 void AddOptions(CLI::App& command, ParamsOptions& options) {

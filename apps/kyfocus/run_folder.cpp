@@ -5,6 +5,7 @@
 #include <climits>
 #include <map>
 #include <mutex>
+#include <new>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -56,18 +57,16 @@ Locks& SharedLocks() {
 
 bool IsPrivate(int folder) {
     struct stat status {};
-    constexpr mode_t kPermissions = 07777;
+    constexpr mode_t kPermissions = S_IRWXU | S_IRWXG | S_IRWXO; // other bits come from the folder that it is in
     return fstat(folder, &status) == 0 && status.st_uid == geteuid() && (status.st_mode & kPermissions) == S_IRWXU;
 }
 
-/// The lock goes last: a folder that lost it before its other files would stay for ever.
-void RemoveAllAndLock(const fs::path& folder) noexcept {
-    std::error_code error;
+/// What is in a folder beside its lock; not all of it where there is an error.
+std::vector<fs::path> EntriesBesideLock(const fs::path& folder, std::error_code& error) {
     std::vector<fs::path> entries;
     for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
         if (entry->path().filename() != kLockName) entries.push_back(entry->path());
-    for (const fs::path& entry : entries) fs::remove_all(entry, error);
-    fs::remove_all(folder, error);
+    return entries;
 }
 
 /// What stands in the lock: a line. Not all file systems that machines share pass their locks on.
@@ -103,12 +102,13 @@ bool IsOfThisHost(int lock) {
 void RemoveIfDead(const fs::path& folder) {
     const Descriptor opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (opened.Get() < 0 || !IsPrivate(opened.Get())) return;
-    const Descriptor lock(openat(opened.Get(), kLockName, O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+    // Where locks are a server's, only a file that is open for writing can be locked.
+    const Descriptor lock(openat(opened.Get(), kLockName, O_RDWR | O_NOFOLLOW | O_CLOEXEC));
     if (lock.Get() < 0) {
         if (errno == ENOENT) rmdir(folder.c_str()); // fails where there is anything in it
         return;
     }
-    if (IsOfThisHost(lock.Get()) && flock(lock.Get(), LOCK_EX | LOCK_NB) == 0) RemoveAllAndLock(folder);
+    if (IsOfThisHost(lock.Get()) && flock(lock.Get(), LOCK_EX | LOCK_NB) == 0) TryToRemoveRunFolder(folder);
 }
 
 bool IsLike(const std::string& name, const std::string& pattern) {
@@ -161,12 +161,21 @@ fs::path MakeRunFolder(const fs::path& pattern) {
     Throw(EBUSY);
 }
 
-void RemoveRunFolder(const fs::path& folder) noexcept {
+bool TryToRemoveRunFolder(const fs::path& folder) noexcept try {
     std::error_code error;
-    for (int attempt = 0; attempt < kAttempts; ++attempt) { // a folder that cannot be read now may be in a moment
-        RemoveAllAndLock(folder);
-        if (!fs::exists(fs::symlink_status(folder, error))) break;
-    }
+    for (const fs::path& entry : EntriesBesideLock(folder, error)) fs::remove_all(entry, error);
+    const bool isEmpty = EntriesBesideLock(folder, error).empty();
+    if (error) return error == std::errc::no_such_file_or_directory;
+    if (!isEmpty) return false;
+    unlink((folder / kLockName).c_str());
+    return rmdir(folder.c_str()) == 0 || errno == ENOENT;
+} catch (const std::bad_alloc&) {
+    return false; // with its lock: the next run removes it
+}
+
+void RemoveRunFolder(const fs::path& folder) noexcept {
+    for (int attempt = 0; attempt < kAttempts; ++attempt) // a folder that cannot be read now may be in a moment
+        if (TryToRemoveRunFolder(folder)) break;
     Locks& locks = SharedLocks();
     const std::lock_guard guard(locks.Mutex);
     const auto lock = locks.Numbers.find(folder);

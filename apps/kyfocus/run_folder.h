@@ -13,7 +13,14 @@ namespace app {
 /// @param pattern  Its path, ending in XXXXXX. Throws std::system_error.
 std::filesystem::path MakeRunFolder(const std::filesystem::path& pattern);
 
-/// Removes such a folder with all that is in it, the lock last.
+/// Tries once to remove such a folder with all that is in it, although other threads may be adding files. The lock and
+/// the folder go last, and only when a look finds nothing else there by then: a folder that lost its lock before its
+/// other files would stay for ever.
+/// @return whether the folder is gone.
+bool TryToRemoveRunFolder(const std::filesystem::path& folder) noexcept;
+
+/// Removes such a folder with all that is in it, and unlocks it. What cannot be deleted stays, with the lock's file,
+/// for the next run to try again.
 void RemoveRunFolder(const std::filesystem::path& folder) noexcept;
 
 } // namespace app

@@ -197,10 +197,11 @@ void AddFaultOptions(CLI::App& command, SynthOptions& options) {
 void Run(const SynthOptions& options) {
     const int threads = omp_get_max_threads();
     if (options.Threads > 0) omp_set_num_threads(options.Threads);
-    WriteStack(options);
+    const std::string folder = DisplayPath(options.Folder);
+    WriteStack(options); // the last step that can fail
     omp_set_num_threads(threads);
-    std::fprintf(stderr, "%s: %d %s of %d x %d %d-bit %s and the truth\n", DisplayPath(options.Folder).c_str(),
-                 options.Frames, options.Frames == 1 ? "frame" : "frames", options.Width, options.Height, options.Bits,
+    std::fprintf(stderr, "%s: %d %s of %d x %d %d-bit %s and the truth\n", folder.c_str(), options.Frames,
+                 options.Frames == 1 ? "frame" : "frames", options.Width, options.Height, options.Bits,
                  options.Gray ? "gray" : "colour");
 }
 

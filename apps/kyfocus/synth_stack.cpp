@@ -119,8 +119,11 @@ class MadeFolders {
     MadeFolders(const MadeFolders&) = delete;
     MadeFolders& operator=(const MadeFolders&) = delete;
 
-    /// Makes a folder unless it is there. Its parent must be.
+    /// Makes a folder unless it is there, those that it is in first.
     void Make(const fs::path& folder) {
+        std::error_code error;
+        if (folder.has_relative_path() && folder.has_parent_path() && !fs::exists(folder.parent_path(), error))
+            Make(folder.parent_path());
         if (MakeOutputFolder(folder)) m_folders.push_back(folder);
     }
 
@@ -133,12 +136,11 @@ class StackFiles {
   public:
     explicit StackFiles(const SynthOptions& options) : m_folder(options.Folder) {
         std::error_code error;
+        std::error_code none;
         // The truth has a folder of its own, so that the stack's folder holds frames and nothing else that is an image.
-        if (m_folder.has_parent_path()) fs::create_directories(m_folder.parent_path(), error);
-        m_made.Make(m_folder);
         m_made.Make(m_folder / "truth");
         fs::create_directories(m_folder / "truth", error); // tells why it is not there
-        if (!fs::is_directory(m_folder / "truth"))
+        if (!fs::is_directory(m_folder / "truth", none))
             throw Failure(DisplayPath(m_folder) + ": folder cannot be made" + (error ? ": " + error.message() : ""));
         for (int frame = 0; frame < options.Frames; ++frame) m_files.Add(m_folder / FrameName(options, frame));
         if (options.Exposures > 0) m_made.Make(m_folder / "exposures");

@@ -141,6 +141,20 @@ TEST_F(ComposeOddRuns, FailsWhenItsAnswerCannotBeWritten) {
     }
 }
 
+// Whoever reads the answer takes a run that failed for one that left nothing.
+TEST_F(ComposeOddRuns, LeavesNoOutputWhenItsSummaryCannotBeWritten) {
+    EnterFolder();
+    const std::string command = "\"$K\" compose stack --progress none -o out/o.png --json - 2>/dev/null >";
+    EXPECT_EQ(Shell(command + "/dev/full"), 1);
+    EXPECT_EQ(Written(), Names{});
+    std::ofstream(Out("o.png")) << "old";
+    EXPECT_EQ(Shell(command + "/dev/full"), 1);
+    EXPECT_EQ(fs::file_size(Out("o.png")), 3U);
+    EXPECT_EQ(Shell(command + "/dev/null"), 0);
+    EXPECT_GT(fs::file_size(Out("o.png")), 3U);
+    EXPECT_EQ(Written(), Names{"o.png"});
+}
+
 TEST_F(ComposeOddRuns, RefusesPipesAsOutputsAndLeavesThemInPlace) {
     // A pipe of its own stands for devices too: a program that went wrong would put a file in the place of a real one.
     const std::string pipe = Path("pipe.png");
@@ -154,6 +168,13 @@ TEST_F(ComposeOddRuns, RefusesPipesAsOutputsAndLeavesThemInPlace) {
 
 TEST_F(ComposeOddRuns, WritesTheFileThatALinkLeadsTo) {
     std::ofstream(Path("real.png")) << "old";
+    fs::create_symlink("../real.png", Path("out/link.png"));
+    ASSERT_EQ(Compose({"-o", Path("out/link.png")}).Status, 0);
+    EXPECT_TRUE(fs::is_symlink(Path("out/link.png")));
+    EXPECT_EQ(app::LoadImage(Path("real.png"))->Width, 64);
+}
+
+TEST_F(ComposeOddRuns, MakesTheFileThatALinkNames) {
     fs::create_symlink("../real.png", Path("out/link.png"));
     ASSERT_EQ(Compose({"-o", Path("out/link.png")}).Status, 0);
     EXPECT_TRUE(fs::is_symlink(Path("out/link.png")));

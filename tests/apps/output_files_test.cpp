@@ -3,8 +3,11 @@
 #include <cerrno>
 #include <cstdio>
 #include <fstream>
+#include <functional>
+#include <utility>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -15,12 +18,24 @@
 
 namespace {
 
+namespace fs = std::filesystem;
+
+void WriteText(const fs::path& file, const std::string& text) { std::ofstream(file) << text; }
+
+void MakeFilledFolder(const fs::path& folder) {
+    fs::create_directory(folder);
+    WriteText(folder / "kept.txt", "kept");
+}
+
 /// The exchange of names that fails, counted from 0, and with what.
 struct ExchangeFault {
     int At = -1;
     int Error = 0;
 };
 ExchangeFault g_exchangeFault;
+
+/// The name that somebody else gives to a folder just ahead of its exchange; empty: none.
+std::string g_folderJustAhead;
 
 } // namespace
 
@@ -30,15 +45,14 @@ extern "C" int renameat2(int fromFolder, const char* from, int toFolder, const c
         errno = g_exchangeFault.Error;
         return -1;
     }
+    if ((flags & RENAME_EXCHANGE) != 0 && g_folderJustAhead == to)
+        MakeFilledFolder(std::exchange(g_folderJustAhead, {}));
     return static_cast<int>(syscall(SYS_renameat2, fromFolder, from, toFolder, to, flags));
 }
 
 namespace {
 
-namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
-
-void WriteText(const fs::path& file, const std::string& text) { std::ofstream(file) << text; }
 
 TEST(OutputFiles, AppearTogetherOnCommit) {
     const test::TemporaryFolder folder;
@@ -136,6 +150,119 @@ TEST(OutputFiles, TakeOverThePermissionsOfWhatTheyReplace) {
         EXPECT_EQ(test::ReadText(file), "new");
         EXPECT_EQ(fs::status(file).permissions(), permissions);
         fs::remove(folder.Path() / "link");
+    }
+}
+
+/// Commits new files a.txt, b.txt and c.txt, of which the first replaces an old one. @param meanwhile  Comes when all
+/// are written. @return what the failure says.
+std::string CommitAfter(const fs::path& folder, const std::function<void()>& meanwhile) {
+    const Names names = {"a.txt", "b.txt", "c.txt"};
+    WriteText(folder / "a.txt", "old a.txt");
+    app::OutputFiles outputs;
+    for (const std::string& name : names) outputs.Add(folder / name);
+    for (const std::string& name : names)
+        outputs.Write(folder / name, [&](const fs::path& path) { WriteText(path, "new " + name); });
+    meanwhile();
+    try {
+        outputs.Commit();
+    } catch (const app::Failure& failure) {
+        return failure.what();
+    }
+    return "no failure";
+}
+
+void ExpectFolderAndOldOutput(const fs::path& folder) {
+    EXPECT_EQ(test::EntryNames(folder), (Names{"a.txt", "b.txt"}));
+    EXPECT_EQ(test::ReadText(folder / "a.txt"), "old a.txt");
+    EXPECT_EQ(test::ReadText(folder / "b.txt" / "kept.txt"), "kept");
+}
+
+TEST(OutputFiles, SpareAFolderThatHasComeUnderATargetsName) {
+    const test::TemporaryFolder folder;
+    const fs::path target = folder.Path() / "b.txt";
+    EXPECT_EQ(CommitAfter(folder.Path(), [&] { MakeFilledFolder(target); }),
+              target.native() + ": cannot be written: Is a directory");
+    ExpectFolderAndOldOutput(folder.Path());
+}
+
+TEST(OutputFiles, GiveAFolderBackThatComesAtTheLastMoment) {
+    const test::TemporaryFolder folder;
+    const fs::path target = folder.Path() / "b.txt";
+    EXPECT_EQ(CommitAfter(folder.Path(), [&] { g_folderJustAhead = target.native(); }),
+              target.native() + ": cannot be written: Is a directory");
+    ExpectFolderAndOldOutput(folder.Path());
+}
+
+TEST(OutputFiles, SparePipesAndLinksThatHaveComeUnderATargetsName) {
+    for (const fs::file_type type : {fs::file_type::fifo, fs::file_type::symlink}) {
+        const test::TemporaryFolder folder;
+        const fs::path target = folder.Path() / "b.txt";
+        {
+            app::OutputFiles outputs;
+            outputs.Add(target);
+            outputs.Write(target, [](const fs::path& path) { WriteText(path, "new"); });
+            if (type == fs::file_type::symlink)
+                fs::create_symlink("elsewhere", target);
+            else
+                ASSERT_EQ(mkfifo(target.c_str(), 0600), 0);
+            g_exchangeFault = {0, EINVAL}; // names cannot be exchanged: a plain renaming would replace it
+            EXPECT_THROW(outputs.Commit(), app::Failure);
+            g_exchangeFault = {};
+        }
+        EXPECT_TRUE(fs::symlink_status(target).type() == type);
+        EXPECT_EQ(test::EntryNames(folder.Path()), Names{"b.txt"});
+    }
+}
+
+TEST(OutputFiles, MakeTheFileThatALinkNames) {
+    const test::TemporaryFolder folder;
+    const fs::path store = folder.Path() / "store";
+    fs::create_directory(store);
+    fs::create_symlink(store / "absolute.txt", folder.Path() / "absolute");
+    fs::create_symlink("store/relative.txt", folder.Path() / "relative");
+    fs::create_symlink("store/next", folder.Path() / "chain");
+    fs::create_symlink("chained.txt", store / "next");
+    for (const std::string name : {"absolute", "relative", "chain"}) {
+        const fs::path link = folder.Path() / name;
+        app::OutputFiles outputs;
+        outputs.Add(link);
+        outputs.Write(link, [&](const fs::path& path) { WriteText(path, "new " + name); });
+        outputs.Commit();
+        EXPECT_TRUE(fs::is_symlink(link)) << name;
+        EXPECT_EQ(test::ReadText(link), "new " + name);
+    }
+    EXPECT_TRUE(fs::is_symlink(store / "next"));
+    EXPECT_EQ(test::EntryNames(store), (Names{"absolute.txt", "chained.txt", "next", "relative.txt"}));
+    EXPECT_EQ(test::EntryNames(folder.Path()), (Names{"absolute", "chain", "relative", "store"}));
+}
+
+TEST(OutputFiles, TakeALinkAndTheFileThatItNamesForOneTarget) {
+    const test::TemporaryFolder folder;
+    fs::create_symlink("a.txt", folder.Path() / "link");
+    app::OutputFiles outputs;
+    outputs.Add(folder.Path() / "link");
+    EXPECT_THROW(outputs.Add(folder.Path() / "a.txt"), app::UsageError);
+}
+
+TEST(OutputFiles, RefuseLinksThatLeadInACircleOrIntoAMissingFolder) {
+    const test::TemporaryFolder folder;
+    fs::create_symlink("there", folder.Path() / "back");
+    fs::create_symlink("back", folder.Path() / "there");
+    fs::create_symlink("missing/a.txt", folder.Path() / "lost");
+    const std::pair<std::string, std::string> links[] = {{"back", "Too many levels of symbolic links"},
+                                                         {"lost", "missing: No such file or directory"}};
+    for (const auto& [name, reason] : links) {
+        const fs::path link = folder.Path() / name;
+        app::OutputFiles outputs;
+        try {
+            outputs.Add(link);
+            ADD_FAILURE() << name << " was taken";
+        } catch (const app::Failure& failure) {
+            const std::string message = failure.what();
+            EXPECT_TRUE(message.starts_with(link.native() + ": cannot be written: ")) << message;
+            EXPECT_TRUE(message.ends_with(reason)) << message;
+        }
+        EXPECT_TRUE(fs::is_symlink(link)) << name;
     }
 }
 

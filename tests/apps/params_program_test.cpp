@@ -2,6 +2,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -295,6 +296,51 @@ TEST_F(ParamsProgram, SavingKeepsWhatElseAFileHolds) {
     EXPECT_TRUE(text.starts_with("[FocusCompositionSetting]\n; of the stage\r\nSpeed = 1\r\nAlgType=0\n")) << text;
     EXPECT_TRUE(text.ends_with("DisableGPU=0\n[Stage]\r\nSpeed=9")) << text;
     EXPECT_EQ(fs::status(File()).permissions(), fs::perms(0640));
+}
+
+TEST_F(ParamsProgram, SavingMakesTheFileThatALinkNames) {
+    fs::create_directory(Path("store"));
+    fs::create_symlink("store/real.ini", File());
+    ASSERT_EQ(Compose({"--speed", "quarter", "--save-params", File()}).Status, 0);
+    EXPECT_TRUE(fs::is_symlink(File()));
+    EXPECT_EQ(Load().Speed, 2);
+    EXPECT_EQ(fs::status(Path("store/real.ini")).permissions(), fs::perms(0600));
+}
+
+/// With an installation of its own that has a dialog in which somebody presses OK.
+class ParamsDialogSaves : public ParamsProgram {
+  protected:
+    void SetUp() override {
+        ParamsProgram::SetUp();
+        fs::create_directory(Path("lib"));
+        for (const char* const library : {KY_FOCUS_LIBRARY, KY_IMAGING_LIBRARY}) fs::copy(library, Path("lib"));
+        fs::copy(KY_DIALOG_STAND_IN, Path("lib/libkyfocus_ui.so.0"));
+    }
+
+    /// @return the status of a run that has its standard output there.
+    int Edit(const std::string& output) const {
+        const std::string line = "LD_LIBRARY_PATH='" + Path("lib") + "' KY_USER='presses OK' '" + KY_PROGRAM +
+                                 "' params --dialog '" + File() + "' 2>/dev/null >" + output;
+        return WEXITSTATUS(std::system(line.c_str()));
+    }
+};
+
+TEST_F(ParamsDialogSaves, NothingWhenItsAnswerCannotBeWritten) {
+    Write("Speed=1\n");
+    const std::string before = test::ReadText(File());
+    EXPECT_EQ(Edit("/dev/full"), 1);
+    EXPECT_EQ(test::ReadText(File()), before);
+    EXPECT_EQ(Edit("/dev/null"), 0);
+    EXPECT_EQ(Load().Speed, 2);
+}
+
+TEST_F(ParamsDialogSaves, TheFileThatALinkNames) {
+    fs::create_directory(Path("store"));
+    fs::create_symlink("store/real.ini", File());
+    EXPECT_EQ(Edit("/dev/null"), 0);
+    EXPECT_TRUE(fs::is_symlink(File()));
+    EXPECT_TRUE(fs::is_regular_file(Path("store/real.ini")));
+    EXPECT_EQ(Load().Speed, 2);
 }
 
 TEST_F(ParamsProgram, SavesThePresetThatTheSettingsAre) {

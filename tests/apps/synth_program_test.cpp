@@ -207,20 +207,28 @@ TEST_F(SynthProgram, FailsWhereItCannotWrite) {
 
 TEST_F(SynthProgram, LeavesNoFolderWhenInterrupted) {
     const ProgramResult result = test::RunProgram(
-        {"synth", "-o", Folder("stack"), "--size", "1500x1000", "--frames", "200"}, [&](pid_t process) {
-            for (int wait = 0; wait < 4000 && !fs::exists(Folder("stack") / "truth"); ++wait)
+        {"synth", "-o", Folder("new/deep/stack"), "--size", "1500x1000", "--frames", "200"}, [&](pid_t process) {
+            for (int wait = 0; wait < 4000 && !fs::exists(Folder("new/deep/stack/truth")); ++wait)
                 std::this_thread::sleep_for(std::chrono::milliseconds(5));
-            EXPECT_TRUE(fs::exists(Folder("stack") / "truth"));
+            EXPECT_TRUE(fs::exists(Folder("new/deep/stack/truth")));
             kill(process, SIGINT);
         });
     EXPECT_EQ(128 + SIGINT, result.Status) << result.Errors;
-    EXPECT_FALSE(fs::exists(Folder("stack")));
+    EXPECT_FALSE(fs::exists(Folder("new")));
 }
 
 TEST_F(SynthProgram, LeavesNoFolderOfItsOwnWhenItFails) {
     fs::create_directories(Folder("stack") / "frame_000.png"); // a folder in the place of a frame
     EXPECT_EQ(1, Synth("stack").Status);
     EXPECT_EQ((std::vector<std::string>{"frame_000.png"}), test::EntryNames(Folder("stack")));
+}
+
+TEST_F(SynthProgram, LeavesNoFolderAboveItsOwnWhenItFails) {
+    fs::create_directory(Folder("old"));
+    const ProgramResult result = Synth("old/new/deep/" + std::string(300, 'x')); // longer than a name may be
+    EXPECT_EQ(1, result.Status) << result.Errors;
+    EXPECT_NE(std::string::npos, result.Errors.find("folder cannot be made: File name too long")) << result.Errors;
+    EXPECT_EQ(std::vector<std::string>{}, test::EntryNames(Folder("old")));
 }
 
 } // namespace

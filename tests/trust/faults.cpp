@@ -15,6 +15,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <stdio_ext.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/uio.h>
@@ -72,6 +73,8 @@ bool IsWatched(int folder, const char* path) {
     return syscall(SYS_getcwd, current, sizeof current) > 0 && IsBelow(current);
 }
 
+thread_local bool t_isEnding = false; // a signal has woken the thread
+
 bool Concerns(Kind kind, Deed deed) {
     switch (kind) {
     case Kind::NoSpace: return deed == Deed::Make || deed == Deed::Write;
@@ -81,7 +84,9 @@ bool Concerns(Kind kind, Deed deed) {
                deed == Deed::Delete;
     case Kind::NoRename: return deed == Deed::Rename;
     case Kind::Interrupted: return deed == Deed::Read || deed == Deed::Write;
+    case Kind::KilledEnding: return t_isEnding && deed == Deed::Delete;
     case Kind::Killed:
+    case Kind::Held:
     case Kind::Removed: return true;
     default: return false;
     }
@@ -89,6 +94,10 @@ bool Concerns(Kind kind, Deed deed) {
 
 [[noreturn]] void Kill() {
     for (;;) syscall(SYS_kill, getpid(), SIGKILL);
+}
+
+[[noreturn]] void Hold() {
+    for (;;) pause();
 }
 
 /// Deletes what is below a folder, with calls that fail nowhere.
@@ -116,7 +125,11 @@ int ErrorOf(Deed deed) {
     case Kind::Removed:
         if (number == g_at) Empty(g_gone);
         return 0;
+    case Kind::Held:
+        if (number == g_at) Hold();
+        return 0;
     case Kind::Killed:
+    case Kind::KilledEnding:
         // A write is killed when it is half done.
         if (number == g_at && deed != Deed::Write) Kill();
         t_diesInWrite = number == g_at;
@@ -131,6 +144,19 @@ bool Fails(bool isWatched, Deed deed) {
     return error != 0;
 }
 
+bool IsUndeletable(const char* path) {
+    constexpr char kStart[] = "undeletable";
+    const char* const slash = std::strrchr(path, '/');
+    return std::strncmp(slash ? slash + 1 : path, kStart, sizeof kStart - 1) == 0;
+}
+
+bool DeletionFails(int folder, const char* path) {
+    const bool isWatched = IsWatched(folder, path);
+    if (!isWatched || g_kind != Kind::Undeletable || !IsUndeletable(path)) return Fails(isWatched, Deed::Delete);
+    errno = EIO;
+    return true;
+}
+
 std::size_t Moved(bool isWatched, std::size_t bytes) {
     return isWatched && g_kind == Kind::Short ? (bytes + 2) / 3 : bytes;
 }
@@ -141,9 +167,18 @@ Kind KindNamed(const char* name) {
     const struct {
         const char* Name;
         Kind What;
-    } kKinds[] = {{"nospace", Kind::NoSpace},   {"ioerror", Kind::IoError},        {"nopermission", Kind::NoPermission},
-                  {"norename", Kind::NoRename}, {"killed", Kind::Killed},          {"removed", Kind::Removed},
-                  {"short", Kind::Short},       {"interrupted", Kind::Interrupted}};
+    } kKinds[] = {{"nospace", Kind::NoSpace},
+                  {"ioerror", Kind::IoError},
+                  {"nopermission", Kind::NoPermission},
+                  {"norename", Kind::NoRename},
+                  {"killed", Kind::Killed},
+                  {"removed", Kind::Removed},
+                  {"short", Kind::Short},
+                  {"interrupted", Kind::Interrupted},
+                  {"held", Kind::Held},
+                  {"killedending", Kind::KilledEnding},
+                  {"undeletable", Kind::Undeletable},
+                  {"serverlocks", Kind::ServerLocks}};
     for (const auto& kind : kKinds)
         if (std::strcmp(name, kind.Name) == 0) return kind.What;
     return Kind::None;
@@ -342,23 +377,38 @@ KY_SEEN char* mkdtemp(char* pattern) noexcept {
 }
 
 KY_SEEN int unlink(const char* path) noexcept {
-    if (Fails(IsWatched(AT_FDCWD, path), Deed::Delete)) return -1;
+    if (DeletionFails(AT_FDCWD, path)) return -1;
     return Original<int(const char*)>("unlink")(path);
 }
 
 KY_SEEN int unlinkat(int folder, const char* path, int flags) noexcept {
-    if (Fails(IsWatched(folder, path), Deed::Delete)) return -1;
+    if (DeletionFails(folder, path)) return -1;
     return Original<int(int, const char*, int)>("unlinkat")(folder, path, flags);
 }
 
 KY_SEEN int remove(const char* path) noexcept {
-    if (Fails(IsWatched(AT_FDCWD, path), Deed::Delete)) return -1;
+    if (DeletionFails(AT_FDCWD, path)) return -1;
     return Original<int(const char*)>("remove")(path);
 }
 
 KY_SEEN int rmdir(const char* path) noexcept {
-    if (Fails(IsWatched(AT_FDCWD, path), Deed::Delete)) return -1;
+    if (DeletionFails(AT_FDCWD, path)) return -1;
     return Original<int(const char*)>("rmdir")(path);
+}
+
+KY_SEEN int flock(int file, int operation) noexcept {
+    const bool isLockable = (operation & LOCK_EX) == 0 || (fcntl(file, F_GETFL) & O_ACCMODE) != O_RDONLY;
+    if (!isLockable && g_kind == Kind::ServerLocks && IsWatched(file)) {
+        errno = EBADF;
+        return -1;
+    }
+    return Original<int(int, int)>("flock")(file, operation);
+}
+
+KY_SEEN int sigwait(const sigset_t* signals, int* number) {
+    const int error = Original<int(const sigset_t*, int*)>("sigwait")(signals, number);
+    t_isEnding = error == 0;
+    return error;
 }
 
 KY_SEEN DIR* opendir(const char* path) {

@@ -20,7 +20,11 @@ enum class Kind {
     Short,        ///< reads and writes move a third of what they are asked for
     Interrupted,  ///< every other read and write gives EINTR
     Killed,       ///< the process is killed at the n-th call, a write by then half done
-    Removed       ///< all below a folder is deleted ahead of the n-th call
+    Removed,      ///< all below a folder is deleted ahead of the n-th call
+    Held,         ///< the n-th call never ends
+    KilledEnding, ///< the process is killed at the n-th call that deletes, in the thread that a signal has woken
+    Undeletable,  ///< what deletes gives EIO where the name of the file begins with "undeletable"
+    ServerLocks   ///< locking a file for oneself that is open for reading alone gives EBADF
 };
 
 struct Plan {

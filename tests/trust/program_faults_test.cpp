@@ -82,21 +82,29 @@ class ProgramFaults : public testing::TestWithParam<test::Command> {
         bool Leftovers;     // folders, files below the program's own and whole outputs may stay
     };
 
+    /// Takes folders out, and what is in the program's own.
+    void DropLeftovers(Contents& contents) const {
+        std::erase_if(contents, [this](const auto& entry) {
+            return entry.first.find(".kyfocus-") != std::string::npos || IsFolder(entry.first);
+        });
+    }
+
     /// Whole outputs, or the old ones and a reason.
     void ExpectTotal(const test::ProgramResult& result, const Expectation& expected) const {
         Contents written = Outputs();
         Contents old = expected.Old;
         if (result.Status == 0) {
-            EXPECT_TRUE(expected.Leftovers || written == expected.Whole) << result.Errors;
+            Contents whole = expected.Whole;
+            if (expected.Leftovers)
+                for (Contents* const contents : {&written, &whole}) DropLeftovers(*contents);
+            EXPECT_EQ(written, whole) << result.Errors;
             return;
         }
         EXPECT_EQ(result.Status, 1) << result.Errors;
         // Folders that were there with the old files.
         std::erase_if(written, [&](const auto& entry) { return IsFolder(entry.first) && HasFileIn(old, entry.first); });
         if (expected.Leftovers) {
-            std::erase_if(written, [&](const auto& entry) {
-                return entry.first.find(".kyfocus-") != std::string::npos || IsFolder(entry.first);
-            });
+            DropLeftovers(written);
             for (auto& [name, content] : written)
                 if (!kBeside.contains(name) && expected.Whole.contains(name) && content == expected.Whole.at(name))
                     old[name] = content; // could not be taken back
@@ -131,6 +139,7 @@ class ProgramFaults : public testing::TestWithParam<test::Command> {
                 const test::ProgramResult result = RunWith(kind, at);
                 ExpectTotal(result, expected);
                 EXPECT_TRUE(leftovers || Temporary().empty()) << result.Errors;
+                EXPECT_EQ(test::LostFolders(m_place.Folder()), std::vector<std::string>{}) << result.Errors;
                 if (HasFailure()) return;
                 failures += result.Status == 0 ? 0 : 1;
             }

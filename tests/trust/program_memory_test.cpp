@@ -82,7 +82,7 @@ const test::Command kCommands[] = {
       "out/z.tif", "--mesh", "out/m.stl"}},
     {"compare", {"compare", "made/w1.bmp", "made/w2.bmp"}},
     {"noisecut", {"noisecut", "made/z.tif", "made/d.png", "-o", "out/n.tif", "--preview", "out/v.png"}},
-    {"halation", {"halation", "stack", "-o", "out/o.jpg"}},
+    {"halation", {"halation", "made/w1.bmp", "made/w2.bmp", "-o", "out/o.jpg"}},
     {"synth", {"synth", "-o", "out/new", "--size", "400x30", "--frames", "2", "--threads", "2"}}};
 
 INSTANTIATE_TEST_SUITE_P(Commands, ProgramMemory, testing::ValuesIn(kCommands),

@@ -22,6 +22,18 @@ Contents ContentsOf(const fs::path& folder) {
     return contents;
 }
 
+std::vector<std::string> LostFolders(const fs::path& folder) {
+    std::vector<std::string> lost;
+    for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+        const std::string name = entry.path().filename();
+        const bool isOfRun = name.starts_with("kyfocus-") || name.starts_with(".kyfocus-");
+        if (isOfRun && entry.is_directory() && !fs::is_empty(entry.path()) &&
+            !fs::exists(entry.path() / "kyfocus.lock"))
+            lost.push_back(entry.path());
+    }
+    return lost;
+}
+
 void EndIfItHangs(pid_t process) {
     constexpr std::chrono::milliseconds kPause{2};
     constexpr int kPauses = 200000;

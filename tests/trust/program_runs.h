@@ -15,13 +15,14 @@
 
 namespace test {
 
-std::string ReadText(const std::filesystem::path& file);
-
 /// Contents by name, below a folder; folders have none.
 using Contents = std::map<std::string, std::string>;
 
 /// All that lies below a folder.
 Contents ContentsOf(const std::filesystem::path& folder);
+
+/// Folders of runs, anywhere below a folder, that hold files and no lock: no run will ever remove them.
+std::vector<std::string> LostFolders(const std::filesystem::path& folder);
 
 /// Ends a program that hangs, so that its status tells of it. The time is a guard: no run comes near it.
 void EndIfItHangs(pid_t process);
