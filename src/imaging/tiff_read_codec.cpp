@@ -92,13 +92,15 @@ class TiffReader {
         if (m_layout.Uncompressed && held > m_file.Size()) throw FileError("damaged TIFF: strips overlap");
     }
 
-    /// libtiff reads all bytes of a block, and blocks may share them.
+    /// libtiff reads all bytes of a block, and blocks may share them. Every block counts, wherever others end the
+    /// reading: of planes libtiff takes a row from each before the next row.
     void CheckPackedBytes(std::uint64_t most) const {
+        const bool isOldJpeg = m_tiff.Tag<std::uint16_t>(TIFFTAG_COMPRESSION, COMPRESSION_NONE) == COMPRESSION_OJPEG;
         std::uint64_t packed = 0;
         for (std::uint64_t block = 0; block < Blocks(); ++block) {
-            const std::uint64_t here = TIFFGetStrileByteCount(m_tiff.Get(), static_cast<std::uint32_t>(block));
-            if (here == 0) return; // libtiff reads none behind it
-            packed += std::min(here, m_file.Size());
+            const std::uint64_t told = TIFFGetStrileByteCount(m_tiff.Get(), static_cast<std::uint32_t>(block));
+            // Without bytes a block is not read, but of an old JPEG file it is all that follows.
+            packed += told == 0 && isOldJpeg ? m_file.Size() : std::min(told, m_file.Size());
             if (packed > most) throw FileError("damaged TIFF: strips or tiles that share their bytes");
         }
     }

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <new>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -27,6 +29,15 @@ bool FitsComposite(const KyiImageData& frame, const KyiImageData& composite, boo
     return frame.Width == composite.Width && frame.Height == composite.Height &&
            SampleBytes(frame.PixelBytes) == SampleBytes(composite.PixelBytes) &&
            SampleStride(frame.PixelBytes) >= BlendedChannels(isColour);
+}
+
+/// Traced as a file that cannot be read is, by its path and the reason.
+void TraceMisfit(const wchar_t* path) noexcept {
+    if (!KyiIsPuttingTraceLog()) return;
+    try {
+        KyiPutTraceLog(__FILE__, __LINE__, (std::wstring(path) + L": an image of another size or kind").c_str(), 0);
+    } catch (const std::bad_alloc&) { // no memory for the line
+    }
 }
 
 /// Ranges of the map's samples, piece by piece: most pieces have nothing to do with most frames.
@@ -97,8 +108,9 @@ template <typename T> class Composer {
   private:
     ImagePtr Load(std::int32_t index, ImagePtr spare) const noexcept {
         ImagePtr frame = LoadTempFrame(m_session, index, std::move(spare));
-        if (frame && !FitsComposite(*frame, m_composite, m_isColour)) frame.reset();
-        return frame;
+        if (!frame || FitsComposite(*frame, m_composite, m_isColour)) return frame;
+        TraceMisfit(m_session.TempFileMap[index]);
+        return nullptr;
     }
 
     // Blends the step from frame i - 1 to frame i. The calling thread, which gets the reason of a file that cannot be

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -13,21 +12,12 @@
 #include <jpeglib.h> // needs <cstdio> before it
 #include <tiffio.h>
 
+#include "support/peak_memory.h"
+
 namespace {
 
 using test::Bytes;
 using test::Image;
-
-/// Greatest memory of the process since the last time that it was forgotten, in MiB.
-long PeakMemory() {
-    std::ifstream status("/proc/self/status");
-    for (std::string line; std::getline(status, line);)
-        if (line.starts_with("VmHWM:")) return std::stol(line.substr(6)) / 1024;
-    ADD_FAILURE() << "the system does not tell";
-    return 0;
-}
-
-void ForgetPeakMemory() { std::ofstream("/proc/self/clear_refs") << "5"; }
 
 // The address checks keep up to so much of what was freed, in MiB, to tell who still uses it.
 constexpr long KeptByTheChecks() {
@@ -48,10 +38,10 @@ constexpr long KeptByTheChecks() {
 class Frugal {
   public:
     Frugal() {
-        ForgetPeakMemory();
-        m_memory = PeakMemory();
+        test::ForgetPeakMemory();
+        m_memory = test::PeakMemory();
     }
-    ~Frugal() { EXPECT_LT(PeakMemory() - m_memory, 128 + KeptByTheChecks()); }
+    ~Frugal() { EXPECT_LT(test::PeakMemory() - m_memory, 128 + KeptByTheChecks()); }
     Frugal(const Frugal&) = delete;
     Frugal& operator=(const Frugal&) = delete;
 
@@ -308,14 +298,15 @@ struct SharedBlocks {
     std::uint32_t TileHeight;
     std::uint16_t Photometric;
     std::uint16_t Samples;
+    bool InPlanes = false;
+    std::uint32_t Compression = COMPRESSION_ADOBE_DEFLATE;
 };
 
 Bytes TiffOf(const SharedBlocks& shape, const Bytes& data) {
-    constexpr std::uint32_t kDeflate = COMPRESSION_ADOBE_DEFLATE;
     const bool isTiled = shape.TileWidth != 0;
     const std::uint32_t across = isTiled ? (shape.Width - 1) / shape.TileWidth + 1 : 1;
     const std::uint32_t down = isTiled ? (shape.Height - 1) / shape.TileHeight + 1 : shape.Height;
-    const std::size_t blocks = std::size_t{across} * down;
+    const std::size_t blocks = std::size_t{across} * down * (shape.InPlanes ? shape.Samples : 1U);
     Bytes file = {'I', 'I', 42, 0};
     const std::size_t start = 8;
     const std::size_t offsets = start + data.size();
@@ -332,18 +323,20 @@ Bytes TiffOf(const SharedBlocks& shape, const Bytes& data) {
     std::vector<Entry> entries = {{TIFFTAG_IMAGEWIDTH, shape.Width},
                                   {TIFFTAG_IMAGELENGTH, shape.Height},
                                   {TIFFTAG_BITSPERSAMPLE, 8},
-                                  {TIFFTAG_COMPRESSION, kDeflate},
+                                  {TIFFTAG_COMPRESSION, shape.Compression},
                                   {TIFFTAG_PHOTOMETRIC, shape.Photometric}};
     if (!isTiled) entries.push_back({TIFFTAG_STRIPOFFSETS, offsets, blocks});
     entries.push_back({TIFFTAG_SAMPLESPERPIXEL, shape.Samples});
+    if (!isTiled) {
+        entries.push_back({TIFFTAG_ROWSPERSTRIP, 1});
+        entries.push_back({TIFFTAG_STRIPBYTECOUNTS, counts, blocks});
+    }
+    if (shape.InPlanes) entries.push_back({TIFFTAG_PLANARCONFIG, PLANARCONFIG_SEPARATE});
     if (isTiled) {
         entries.push_back({TIFFTAG_TILEWIDTH, shape.TileWidth});
         entries.push_back({TIFFTAG_TILELENGTH, shape.TileHeight});
         entries.push_back({TIFFTAG_TILEOFFSETS, offsets, blocks});
         entries.push_back({TIFFTAG_TILEBYTECOUNTS, counts, blocks});
-    } else {
-        entries.push_back({TIFFTAG_ROWSPERSTRIP, 1});
-        entries.push_back({TIFFTAG_STRIPBYTECOUNTS, counts, blocks});
     }
     test::Put(file, entries.size(), 2);
     for (const Entry& entry : entries) {
@@ -380,6 +373,37 @@ TEST(HostileTiff, WhoseStripsShareTheirBytesKeepsWithinTheLimit) {
     for (const auto& [photometric, samples] :
          {std::pair<std::uint16_t, std::uint16_t>{PHOTOMETRIC_MINISBLACK, 1}, {PHOTOMETRIC_SEPARATED, 4}})
         ExpectRefused(TiffOf({1, 16000, 0, 0, photometric, samples}, packed), "share their bytes");
+}
+
+void SetByteCount(Bytes& file, std::size_t strip, std::uint64_t count) {
+    const std::size_t entry = FindTag(file, TIFFTAG_STRIPBYTECOUNTS);
+    std::size_t table = 0;
+    for (std::size_t i = 12; i-- > 8;) table = table << 8 | file.at(entry + i);
+    test::PutAt(file, table + 4 * strip, count);
+}
+
+// libtiff comes to the end of the first plane with the last row, when it has read the other planes.
+TEST(HostileTiff, WhosePlanesShareTheirBytesBehindAnEmptyStripKeepsWithinTheLimit) {
+    constexpr std::uint32_t kHeight = 4000;
+    const SharedBlocks shape{1, kHeight, 0, 0, PHOTOMETRIC_SEPARATED, 4, /*InPlanes=*/true};
+    Bytes packed = PackedZeros(64);
+    const std::size_t few = packed.size();
+    const Image image = test::LoadBytes(TiffOf(shape, packed));
+    ASSERT_TRUE(image) << test::LastReason();
+    EXPECT_EQ(image->Height, static_cast<std::int32_t>(kHeight));
+    packed.resize(900'000);
+    Bytes file = TiffOf(shape, packed);
+    for (std::size_t strip = 0; strip < kHeight; ++strip) SetByteCount(file, strip, strip + 1 < kHeight ? few : 0);
+    ExpectRefused(file, "share their bytes");
+}
+
+// There a strip without bytes goes on to the end of the file.
+TEST(HostileTiff, WhoseStripsOfOldJpegTellNoBytesKeepsWithinTheLimit) {
+    constexpr std::uint32_t kHeight = 16000;
+    Bytes file =
+        TiffOf({1, kHeight, 0, 0, PHOTOMETRIC_YCBCR, 3, /*InPlanes=*/false, COMPRESSION_OJPEG}, Bytes(900'000));
+    for (std::size_t strip = 0; strip < kHeight; ++strip) SetByteCount(file, strip, 0);
+    ExpectRefused(file, "share their bytes");
 }
 
 TEST(HostileTiff, HoldsTheColoursOfAPaletteWithinTheLimit) {

@@ -10,6 +10,7 @@
 #include "safe3d/progress_reports.h"
 #include "safe3d/safe3d.h"
 #include "safe3d/stack_session.h"
+#include "support/threads.h"
 #include "support/trace_lines.h"
 
 namespace {
@@ -29,7 +30,8 @@ class MakeReports : public testing::Test {
         EXPECT_TRUE(test::AddRelief(*session, kWidth, kHeight, KyiFormatBgr24, kFrames, 1));
         return session;
     }
-    void Lose(int frame) const { fs::remove(m_folder.Path() / ("MFocusTemp" + std::to_string(frame) + ".bmp")); }
+    fs::path Bitmap(int frame) const { return m_folder.Path() / ("MFocusTemp" + std::to_string(frame) + ".bmp"); }
+    void Lose(int frame) const { fs::remove(Bitmap(frame)); }
 
     test::TemporaryFolder m_folder;
 };
@@ -83,6 +85,42 @@ TEST_F(MakeReports, TraceTheResultOfAMapThatCannotBeHad) {
               (std::vector<std::string>{"Begin Kyf3DSafeMakeHeightData", kHasHeights,
                                         "End Kyf3DSafeMakeHeightData: KyfResultFailAlloc"}));
     EXPECT_EQ(session->State3D.HeightDataMap, nullptr);
+}
+
+// The result is that of a whole composite: hosts look for the bitmap's name.
+TEST_F(MakeReports, TraceTheKeptFrameThatIsNoLongerOneOfTheStack) {
+    struct Form {
+        std::int32_t Width;
+        std::int32_t Height;
+        std::int32_t Format;
+    };
+    const Form forms[] = {{kWidth + 1, kHeight, KyiFormatBgr24},
+                          {kWidth, kHeight - 1, KyiFormatBgr24},
+                          {kWidth, kHeight, KyiFormatGray8},
+                          {kWidth, kHeight, KyiFormatBgr48}};
+    for (const Form& form : forms) {
+        const test::Image other = test::TexturedImage(form.Width, form.Height, form.Format, 5);
+        for (const int lost : {0, 1, 3, kFrames - 1}) {
+            for (const int threads : {0, 2}) {
+                SCOPED_TRACE(testing::Message() << form.Width << " x " << form.Height << ", format " << form.Format
+                                                << ", frame " << lost << ", threads " << threads);
+                const test::ThreadScope scope(threads);
+                const test::Session session = Stack();
+                ASSERT_TRUE(KyiSaveImageData(Bitmap(lost).wstring().c_str(), other.get(), 0));
+                const test::TraceLines trace;
+                ASSERT_EQ(KyfFocusMakeCompImage(session.get(), threads != 0, nullptr), KyfResultOk);
+                EXPECT_EQ(test::CountLines(trace.Get(), Bitmap(lost).string() + ": an image of another size or kind"),
+                          1);
+            }
+        }
+    }
+}
+
+TEST_F(MakeReports, TraceNoFrameThatFits) {
+    const test::Session session = Stack();
+    const test::TraceLines trace;
+    ASSERT_EQ(KyfFocusMakeCompImage(session.get(), 0, nullptr), KyfResultOk);
+    for (const std::string& line : trace.Get()) EXPECT_EQ(line.find("MFocusTemp"), std::string::npos) << line;
 }
 
 TEST_F(MakeReports, WriteTheSwitchesOfTheBackEndsFirst) {
