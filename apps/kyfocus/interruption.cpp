@@ -110,8 +110,7 @@ void RemoveTemporaryFolder(const fs::path& folder) {
     std::erase(SharedState().Folders, folder);
 }
 
-bool MakeOutputFolder(const fs::path& folder) {
-    std::error_code error;
+bool MakeOutputFolder(const fs::path& folder, std::error_code& error) {
     const std::lock_guard lock(SharedState().Mutex); // made and known in one step
     const bool isNew = fs::create_directory(folder, error);
     if (isNew) SharedState().OutputFolders.push_back(folder);

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <system_error>
 
 namespace app {
 
@@ -22,8 +23,8 @@ void RemoveTemporaryFolder(const std::filesystem::path& folder);
 
 /// Makes a folder for outputs unless it is there; its parent must be. An interruption removes a new one while it is
 /// empty.
-/// @return whether it is new.
-bool MakeOutputFolder(const std::filesystem::path& folder);
+/// @param error  Receives why there is no such folder. @return whether it is new.
+bool MakeOutputFolder(const std::filesystem::path& folder, std::error_code& error);
 
 /// Runs `step`; an interruption waits until it has ended, 10 s at most. For steps that are soon done: renaming the
 /// outputs, adding a frame, which writes into a temporary folder.

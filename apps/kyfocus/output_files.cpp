@@ -74,8 +74,8 @@ class Move {
         if (m_isExchange) return GiveBackWhatIsNoFile();
         // Nothing is there, or the file system cannot exchange names: then what is there is lost. After any other error
         // it may be the only whole copy.
-        const bool mayReplace = error == ENOENT || error == EINVAL || error == ENOSYS || error == EOPNOTSUPP;
-        return mayReplace ? Rename(m_temporary, m_place, 0) : error;
+        const int fresh = error == ENOENT ? Rename(m_temporary, m_place, RENAME_NOREPLACE) : error;
+        return IsUnsupported(fresh) ? Rename(m_temporary, m_place, 0) : fresh;
     }
     void Undo() const noexcept { Rename(m_place, m_temporary, m_isExchange ? RENAME_EXCHANGE : 0); }
 
@@ -100,6 +100,9 @@ class Move {
         if (obstacle != 0) Undo();
         return obstacle;
     }
+
+    /// Whether the error is that of a file system or a system without the kind of renaming.
+    static bool IsUnsupported(int error) noexcept { return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP; }
 
     static int Rename(const fs::path& from, const fs::path& to, unsigned flags) noexcept {
         if (flags == 0) return rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;

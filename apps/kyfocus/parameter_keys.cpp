@@ -12,8 +12,8 @@ constexpr std::int32_t kMostPercent = 100;
 constexpr std::int32_t kMostDegree = 10;
 
 template <std::int32_t Parameter::*Member> std::int32_t& Field(Parameter& parameter) { return parameter.*Member; }
-template <int Index> std::int32_t& AreaX(Parameter& parameter) { return parameter.AreaPos[Index].x; }
-template <int Index> std::int32_t& AreaY(Parameter& parameter) { return parameter.AreaPos[Index].y; }
+template <int Area> std::int32_t& AreaX(Parameter& parameter) { return parameter.AreaPos[Area].x; }
+template <int Area> std::int32_t& AreaY(Parameter& parameter) { return parameter.AreaPos[Area].y; }
 
 using FieldOf = std::int32_t& (*)(Parameter&);
 using Choices = std::array<const char*, 4>;

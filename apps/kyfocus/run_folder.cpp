@@ -99,16 +99,19 @@ bool IsOfThisHost(int lock) {
 
 /// A folder with a lock that can be had here has lost its run. One without is no run's, or a run's that was killed
 /// before its first file.
-void RemoveIfDead(const fs::path& folder) {
+/// @return whether it may be empty now. Where files are a server's, the open lock is the last thing in it.
+bool EmptyIfDead(const fs::path& folder) {
     const Descriptor opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (opened.Get() < 0 || !IsPrivate(opened.Get())) return;
+    if (opened.Get() < 0 || !IsPrivate(opened.Get())) return false;
     // Where locks are a server's, only a file that is open for writing can be locked.
     const Descriptor lock(openat(opened.Get(), kLockName, O_RDWR | O_NOFOLLOW | O_CLOEXEC));
-    if (lock.Get() < 0) {
-        if (errno == ENOENT) rmdir(folder.c_str()); // fails where there is anything in it
-        return;
-    }
-    if (IsOfThisHost(lock.Get()) && flock(lock.Get(), LOCK_EX | LOCK_NB) == 0) TryToRemoveRunFolder(folder);
+    if (lock.Get() < 0) return errno == ENOENT;
+    if (!IsOfThisHost(lock.Get()) || flock(lock.Get(), LOCK_EX | LOCK_NB) != 0) return false;
+    return !TryToRemoveRunFolder(folder);
+}
+
+void RemoveIfDead(const fs::path& folder) {
+    if (EmptyIfDead(folder)) rmdir(folder.c_str()); // fails where there is anything in it
 }
 
 bool IsLike(const std::string& name, const std::string& pattern) {
@@ -181,6 +184,7 @@ void RemoveRunFolder(const fs::path& folder) noexcept {
     const auto lock = locks.Numbers.find(folder);
     if (lock == locks.Numbers.end()) return;
     close(lock->second);
+    rmdir(folder.c_str()); // where files are a server's, the open lock was still in it
     locks.Numbers.erase(lock);
 }
 

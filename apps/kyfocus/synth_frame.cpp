@@ -14,8 +14,6 @@ constexpr std::uint64_t kNoiseSalt = 0x6E6F6973;
 constexpr int kTaps = 4;
 constexpr int kFirstExposure = 1000000; // noise of its own, beyond that of all frames
 
-std::size_t Index(int value) { return static_cast<std::size_t>(value); }
-
 /// Where a coordinate of a frame lies in the scene: between `Pixel` and the next, with Catmull-Rom weights for the
 /// pixels from the one before on. Whole coordinates get the weights 0, 1, 0, 0.
 struct SceneCoordinate {

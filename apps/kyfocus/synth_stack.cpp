@@ -119,12 +119,13 @@ class MadeFolders {
     MadeFolders(const MadeFolders&) = delete;
     MadeFolders& operator=(const MadeFolders&) = delete;
 
-    /// Makes a folder unless it is there, those that it is in first.
-    void Make(const fs::path& folder) {
+    /// Makes a folder unless it is there, those that it is in first. @return why there is none.
+    std::error_code Make(const fs::path& folder) {
         std::error_code error;
         if (folder.has_relative_path() && folder.has_parent_path() && !fs::exists(folder.parent_path(), error))
-            Make(folder.parent_path());
-        if (MakeOutputFolder(folder)) m_folders.push_back(folder);
+            if (const std::error_code above = Make(folder.parent_path()); above) return above;
+        if (MakeOutputFolder(folder, error)) m_folders.push_back(folder);
+        return error;
     }
 
   private:
@@ -135,13 +136,9 @@ class MadeFolders {
 class StackFiles {
   public:
     explicit StackFiles(const SynthOptions& options) : m_folder(options.Folder) {
-        std::error_code error;
-        std::error_code none;
         // The truth has a folder of its own, so that the stack's folder holds frames and nothing else that is an image.
-        m_made.Make(m_folder / "truth");
-        fs::create_directories(m_folder / "truth", error); // tells why it is not there
-        if (!fs::is_directory(m_folder / "truth", none))
-            throw Failure(DisplayPath(m_folder) + ": folder cannot be made" + (error ? ": " + error.message() : ""));
+        if (const std::error_code error = m_made.Make(m_folder / "truth"); error)
+            throw Failure(DisplayPath(m_folder) + ": folder cannot be made: " + error.message());
         for (int frame = 0; frame < options.Frames; ++frame) m_files.Add(m_folder / FrameName(options, frame));
         if (options.Exposures > 0) m_made.Make(m_folder / "exposures");
         for (int exposure = 0; exposure < options.Exposures; ++exposure)

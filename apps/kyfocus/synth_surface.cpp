@@ -14,8 +14,6 @@ namespace {
 constexpr double kBrightestGlare = 4.0; // whites that a sample of a scene with glare can hold
 constexpr float kMostShading = 0.40F;
 
-std::size_t Index(int value) { return static_cast<std::size_t>(value); }
-
 void MakeHeights(const SynthOptions& options, Scene& scene) {
     CarriedException failure;
     PerThread<std::vector<float>> rows(Index(scene.Width));

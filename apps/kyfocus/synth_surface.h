@@ -12,6 +12,9 @@
 
 namespace app {
 
+/// A number of samples or a place among them, as arrays count.
+inline std::size_t Index(int value) { return static_cast<std::size_t>(value); }
+
 /// Picture and heights of the image and of a margin around it. Row 0 at the top.
 struct Scene {
     int Width = 0;                      ///< margins included

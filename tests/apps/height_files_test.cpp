@@ -10,11 +10,11 @@
 namespace {
 
 using Heights = std::vector<double>;
-const std::vector<std::filesystem::path> kFrames = {"stack/f_1.png", "stack/f_2.png", "stack/f 10.png"};
+const std::vector<std::filesystem::path> kFrameFiles = {"stack/f_1.png", "stack/f_2.png", "stack/f 10.png"};
 
 std::string MessageOf(const std::string& text) {
     try {
-        app::ParseHeights(text, "z.txt", kFrames);
+        app::ParseHeights(text, "z.txt", kFrameFiles);
     } catch (const app::Failure& failure) {
         return failure.what();
     }
@@ -22,28 +22,29 @@ std::string MessageOf(const std::string& text) {
 }
 
 TEST(ParseHeights, TakesOneNumberALineInFrameOrder) {
-    EXPECT_EQ(app::ParseHeights("0\n-2.5\n+1e3\n", "z.txt", kFrames), (Heights{0, -2.5, 1000}));
+    EXPECT_EQ(app::ParseHeights("0\n-2.5\n+1e3\n", "z.txt", kFrameFiles), (Heights{0, -2.5, 1000}));
 }
 
 TEST(ParseHeights, SkipsCommentsEmptyLinesAndWindowsLineEnds) {
-    EXPECT_EQ(app::ParseHeights("# z in um\r\n\r\n1 # first\r\n  2\t\r\n3", "z.txt", kFrames), (Heights{1, 2, 3}));
+    EXPECT_EQ(app::ParseHeights("# z in um\r\n\r\n1 # first\r\n  2\t\r\n3", "z.txt", kFrameFiles), (Heights{1, 2, 3}));
 }
 
 TEST(ParseHeights, SkipsTheByteOrderMarkOfSpreadsheets) {
     EXPECT_EQ(app::ParseHeights("\xEF\xBB\xBF"
                                 "1\n2\n3\n",
-                                "z.txt", kFrames),
+                                "z.txt", kFrameFiles),
               (Heights{1, 2, 3}));
 }
 
 TEST(ParseHeights, FindsFramesByNameInAnyOrder) {
-    EXPECT_EQ(app::ParseHeights("f_2.png 2\nf 10.png   3\nf_1.png\t1\n", "z.txt", kFrames), (Heights{1, 2, 3}));
-    EXPECT_EQ(app::ParseHeights("stack/f_2.png 2\nstack/f 10.png 3\nstack/f_1.png 1\n", "z.txt", kFrames),
+    EXPECT_EQ(app::ParseHeights("f_2.png 2\nf 10.png   3\nf_1.png\t1\n", "z.txt", kFrameFiles), (Heights{1, 2, 3}));
+    EXPECT_EQ(app::ParseHeights("stack/f_2.png 2\nstack/f 10.png 3\nstack/f_1.png 1\n", "z.txt", kFrameFiles),
               (Heights{1, 2, 3}));
 }
 
 TEST(ParseHeights, TakesACommaBetweenNameAndNumber) {
-    EXPECT_EQ(app::ParseHeights("f_1.png,1\nf_2.png , 2.5\nf 10.png,-3\n", "z.csv", kFrames), (Heights{1, 2.5, -3}));
+    EXPECT_EQ(app::ParseHeights("f_1.png,1\nf_2.png , 2.5\nf 10.png,-3\n", "z.csv", kFrameFiles),
+              (Heights{1, 2.5, -3}));
 }
 
 TEST(ParseHeights, SaysWhichLineIsNoHeight) {
@@ -88,7 +89,7 @@ TEST(ReadHeights, ReadsNoTextWithoutEnd) {
     const std::filesystem::path file = folder.Path() / "z.txt";
     const auto messageOf = [](const std::filesystem::path& path) -> std::string {
         try {
-            app::ReadHeights(path, kFrames);
+            app::ReadHeights(path, kFrameFiles);
         } catch (const app::Failure& failure) {
             return failure.what();
         }
@@ -97,7 +98,7 @@ TEST(ReadHeights, ReadsNoTextWithoutEnd) {
     constexpr std::uintmax_t kMost = std::uintmax_t{64} << 20;
     std::ofstream(file) << "1\n2\n3\n#";
     std::filesystem::resize_file(file, kMost);
-    EXPECT_EQ(app::ReadHeights(file, kFrames), (Heights{1, 2, 3}));
+    EXPECT_EQ(app::ReadHeights(file, kFrameFiles), (Heights{1, 2, 3}));
     std::filesystem::resize_file(file, kMost + 1);
     EXPECT_EQ(messageOf(file), file.native() + ": too large for heights, expected at most 64 MiB");
     EXPECT_EQ(messageOf("/dev/zero"), "/dev/zero: too large for heights, expected at most 64 MiB");
@@ -107,10 +108,10 @@ TEST(ReadHeights, ReadsAFileAndNamesItWhenItCannot) {
     const test::TemporaryFolder folder;
     const std::filesystem::path file = folder.Path() / "z.txt";
     std::ofstream(file) << "1\n2\n3\n";
-    EXPECT_EQ(app::ReadHeights(file, kFrames), (Heights{1, 2, 3}));
+    EXPECT_EQ(app::ReadHeights(file, kFrameFiles), (Heights{1, 2, 3}));
     for (const std::filesystem::path& bad : {folder.Path() / "missing.txt", folder.Path()}) {
         try {
-            app::ReadHeights(bad, kFrames);
+            app::ReadHeights(bad, kFrameFiles);
             ADD_FAILURE() << bad << " was read";
         } catch (const app::Failure& failure) {
             EXPECT_TRUE(std::string(failure.what()).starts_with(bad.native() + ": ")) << failure.what();
