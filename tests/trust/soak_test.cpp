@@ -313,7 +313,7 @@ void DrawBars(KyiImageData& frame) {
         std::memcpy(KyiGetPixelAddress(&frame, 0, y), lines[y / 4 % 2].data(), bytes);
 }
 
-/// With and without heights.
+/// With and without heights. For processes of their own, as ctest runs them: heaps keep what came before.
 class SoakLargeFrame : public testing::TestWithParam<bool> {};
 
 TEST_P(SoakLargeFrame, ComposesWithinTheMemoryThatIsTold) {
