@@ -75,7 +75,7 @@ if(KY_CLONES AND NOT KY_SANITIZE)
 endif()
 
 # ky_batches(target...): compiles several sources of a target at once where KY_BATCHES is on: a build from scratch takes half
-# the time where the headers are heavy, and a name of an unnamed namespace may stand in one source of the target alone.
+# the time where the headers are heavy. Sources of a batch share their unnamed namespaces: what clashes there fails to compile.
 option(KY_BATCHES "Compile the sources of targets with heavy headers several at once" OFF)
 function(ky_batches)
     if(KY_BATCHES)

@@ -166,7 +166,15 @@ fs::path MakeRunFolder(const fs::path& pattern) {
 
 bool TryToRemoveRunFolder(const fs::path& folder) noexcept try {
     std::error_code error;
-    for (const fs::path& entry : EntriesBesideLock(folder, error)) fs::remove_all(entry, error);
+    // Beside outputs a run makes plain files alone: a folder in there is somebody else's, come in by an exchange of
+    // names.
+    const bool isBesideOutputs = folder.filename().native().starts_with('.');
+    for (const fs::path& entry : EntriesBesideLock(folder, error)) {
+        if (isBesideOutputs)
+            fs::remove(entry, error);
+        else
+            fs::remove_all(entry, error);
+    }
     const bool isEmpty = EntriesBesideLock(folder, error).empty();
     if (error) return error == std::errc::no_such_file_or_directory;
     if (!isEmpty) return false;

@@ -193,6 +193,21 @@ TEST(OutputFiles, GiveAFolderBackThatComesAtTheLastMoment) {
     ExpectFolderAndOldOutput(folder.Path());
 }
 
+TEST(OutputFiles, KeepAFolderThatCannotBeGivenBack) {
+    const test::TemporaryFolder folder;
+    const fs::path target = folder.Path() / "b.txt";
+    const std::string failure = CommitAfter(folder.Path(), [&] {
+        g_folderJustAhead = target.native();
+        g_exchangeFault = {2, EIO}; // after those of a.txt and b.txt
+    });
+    g_exchangeFault = {};
+    EXPECT_EQ(failure, target.native() + ": cannot be written: Is a directory");
+    int kept = 0;
+    for (const auto& entry : fs::recursive_directory_iterator(folder.Path()))
+        kept += entry.path().filename() == "kept.txt" && test::ReadText(entry.path()) == "kept" ? 1 : 0;
+    EXPECT_EQ(kept, 1);
+}
+
 TEST(OutputFiles, SparePipesAndLinksThatHaveComeUnderATargetsName) {
     for (const fs::file_type type : {fs::file_type::fifo, fs::file_type::symlink}) {
         const test::TemporaryFolder folder;
